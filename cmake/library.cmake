@@ -1,0 +1,56 @@
+# The library, twice: shared for programs, static for the tests and for those who want no shared one.
+
+set(kqutm_sources
+    cf/profile.cpp
+    common/local_socket.cpp
+    common/log.cpp
+    common/sigpipe_guard.cpp
+    common/system_v.cpp
+    event/records.cpp
+    event/response_list.cpp
+    event/transport.cpp
+    registry/ids.cpp
+    registry/segment.cpp)
+
+add_library(kqutm_objects OBJECT ${kqutm_sources})
+target_include_directories(kqutm_objects PUBLIC include PRIVATE .)
+target_compile_definitions(kqutm_objects PRIVATE _GNU_SOURCE KQUTM_IPC_KEY_FILE="${KQUTM_IPC_KEY_FILE}")
+target_compile_options(kqutm_objects PRIVATE -fno-exceptions -fno-rtti -fvisibility=hidden -ffunction-sections
+                                             -fstack-protector-strong)
+target_link_libraries(kqutm_objects PRIVATE kqutm_warnings)
+if(NOT KQUTM_SANITIZE)
+  target_compile_definitions(kqutm_objects PRIVATE $<$<NOT:$<CONFIG:Debug>>:_FORTIFY_SOURCE=2>)
+endif()
+
+# The C driver links it, so that no C++ runtime gets in.
+add_library(kqutm SHARED $<TARGET_OBJECTS:kqutm_objects>)
+add_library(kqutm_static STATIC $<TARGET_OBJECTS:kqutm_objects>)
+foreach(library kqutm kqutm_static)
+  target_include_directories(${library} PUBLIC $<BUILD_INTERFACE:${CMAKE_CURRENT_SOURCE_DIR}/include>
+                                               $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
+  set_target_properties(${library} PROPERTIES OUTPUT_NAME kqutm LINKER_LANGUAGE C
+                                              ARCHIVE_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}
+                                              LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR})
+endforeach()
+
+# libkqutm.so is the file itself and the name with the version a link to it: the inode of libkqutm.so makes the keys of
+# the shared memory, so it must not be a link that an upgrade points elsewhere.
+set_target_properties(kqutm PROPERTIES NO_SONAME ON LINK_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/libkqutm.map)
+target_link_options(
+  kqutm PRIVATE -Wl,-soname,libkqutm.so.1 -Wl,--version-script=${CMAKE_CURRENT_SOURCE_DIR}/libkqutm.map
+  -Wl,-Bsymbolic-functions -Wl,-z,relro,-z,now,-z,noexecstack -Wl,--gc-sections -Wl,--as-needed)
+if(NOT KQUTM_SANITIZE)
+  target_link_options(kqutm PRIVATE -Wl,--no-undefined)
+endif()
+add_custom_command(
+  TARGET kqutm POST_BUILD
+  COMMAND ${CMAKE_COMMAND} -E create_symlink libkqutm.so libkqutm.so.1
+  WORKING_DIRECTORY ${CMAKE_BINARY_DIR}
+  VERBATIM)
+
+# Never a multiarch folder: /usr/lib/libkqutm.so is the key file.
+set(KQUTM_INSTALL_LIBDIR lib CACHE STRING "Where the libraries are installed, below the prefix")
+install(TARGETS kqutm kqutm_static LIBRARY DESTINATION ${KQUTM_INSTALL_LIBDIR} ARCHIVE DESTINATION
+                                                                               ${KQUTM_INSTALL_LIBDIR})
+install(FILES ${CMAKE_BINARY_DIR}/libkqutm.so.1 DESTINATION ${KQUTM_INSTALL_LIBDIR})
+install(DIRECTORY include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})

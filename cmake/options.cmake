@@ -1,0 +1,45 @@
+# What is built besides the library. A part is built by default where what it needs is installed; asked for explicitly,
+# it must be there.
+
+if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
+  set(CMAKE_BUILD_TYPE Release CACHE STRING "Debug, Release, RelWithDebInfo or MinSizeRel" FORCE)
+endif()
+
+find_package(CLI11 QUIET)
+find_package(nlohmann_json QUIET)
+find_package(GTest QUIET)
+find_package(PkgConfig QUIET)
+if(PkgConfig_FOUND)
+  pkg_check_modules(smartcols QUIET IMPORTED_TARGET smartcols)
+endif()
+
+# Declares an option that is on by default where every named package was found, and fails where it is asked for without.
+function(kqutm_part option description)
+  set(missing "")
+  foreach(package IN LISTS ARGN)
+    if(NOT ${package}_FOUND)
+      list(APPEND missing ${package})
+    endif()
+  endforeach()
+  if(missing)
+    option(${option} "${description}" OFF)
+    if(${option})
+      message(FATAL_ERROR "${option} needs ${missing}: run './dev setup', or switch the option off")
+    endif()
+    message(STATUS "${option} is off: ${missing} not found")
+  else()
+    option(${option} "${description}" ON)
+  endif()
+endfunction()
+
+kqutm_part(KQUTM_BUILD_SIMULATOR "Build utm-gateway, the simulated gateway" CLI11 nlohmann_json)
+kqutm_part(KQUTM_BUILD_TOOLS "Build utmctl, the command" CLI11 nlohmann_json smartcols)
+kqutm_part(KQUTM_BUILD_TESTS "Build the tests" CLI11 nlohmann_json smartcols GTest)
+if(KQUTM_BUILD_TESTS AND NOT (KQUTM_BUILD_SIMULATOR AND KQUTM_BUILD_TOOLS))
+  message(FATAL_ERROR "KQUTM_BUILD_TESTS needs KQUTM_BUILD_SIMULATOR and KQUTM_BUILD_TOOLS: the tests run both")
+endif()
+
+option(KQUTM_WERROR "Treat warnings as errors" OFF)
+set(KQUTM_SANITIZE "" CACHE STRING "Sanitizers, as in -fsanitize: address,undefined or thread")
+set(KQUTM_IPC_KEY_FILE "/usr/lib/libkqutm.so" CACHE STRING
+    "The file that makes the System V keys. Every process on a gateway has to use the same one")

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <cerrno>
+
+// Keeps errno as it was on entry: logging and clean-up must not hide the cause of the failure they follow.
+class errno_guard {
+public:
+    errno_guard() = default;
+    errno_guard(const errno_guard&) = delete;
+    errno_guard& operator=(const errno_guard&) = delete;
+    ~errno_guard() { errno = cause_; }
+
+private:
+    int cause_ = errno;
+};
+
+// The failure value of an operation, with its cause.
+inline int fail(int cause)
+{
+    errno = cause;
+    return -1;
+}

@@ -1,0 +1,64 @@
+#include "common/local_socket.h"
+
+#include "common/sigpipe_guard.h"
+
+#include <cerrno>
+#include <climits>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <sys/select.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr int bits_per_word = sizeof(unsigned long) * CHAR_BIT;
+
+// A bitmap with the bit of fd set, as the kernel reads it. FD_SET would write past an fd_set from FD_SETSIZE on.
+void mark(unsigned long* words, int fd)
+{
+    words[fd / bits_per_word] |= 1UL << (fd % bits_per_word);
+}
+
+int select_readable(unsigned long* words, int fd, int seconds)
+{
+    mark(words, fd);
+    timeval limit = {.tv_sec = seconds, .tv_usec = 0};
+    return select(fd + 1, reinterpret_cast<fd_set*>(words), nullptr, nullptr, &limit);
+}
+
+struct free_words {
+    void operator()(unsigned long* words) const { free(words); }
+};
+
+} // namespace
+
+sockaddr_un local_address(const char* path)
+{
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    strncpy(address.sun_path, path, sizeof address.sun_path - 1);
+    return address;
+}
+
+ssize_t write_without_sigpipe(int fd, const void* data, size_t size)
+{
+    sigpipe_guard guard;
+    ssize_t written = write(fd, data, size);
+    if (written < 0 && errno == EPIPE)
+        guard.consume();
+    return written;
+}
+
+int wait_readable(int fd, int seconds)
+{
+    if (fd < FD_SETSIZE) {
+        unsigned long words[FD_SETSIZE / bits_per_word] = {};
+        return select_readable(words, fd, seconds);
+    }
+    size_t count = static_cast<size_t>(fd / bits_per_word + 1);
+    std::unique_ptr<unsigned long, free_words> words(static_cast<unsigned long*>(calloc(count, sizeof(unsigned long))));
+    if (words == nullptr)
+        return -1;
+    return select_readable(words.get(), fd, seconds);
+}

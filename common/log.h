@@ -1,0 +1,22 @@
+#pragma once
+
+#include "kqutm/common.h"
+
+#include <cstring>
+
+// The text of an error number, taken before a logger touches files. Thread-safe.
+class error_text {
+public:
+    explicit error_text(int error) : text_(strerror_r(error, buffer_, sizeof buffer_)) {}
+    error_text(const error_text&) = delete;
+    error_text& operator=(const error_text&) = delete;
+
+    const char* c_str() const { return text_; }
+
+private:
+    char buffer_[128];
+    const char* text_;
+};
+
+// Opens a file as "a+" does: for reading and appending, created where it is missing. Returns a descriptor or -1.
+int open_for_appending(const char* path);

@@ -1,0 +1,10 @@
+/* The UTM client library, whole: drives the gateway's security services from C99 and C++. */
+#ifndef KQUTM_H
+#define KQUTM_H
+
+#include "kqutm/common.h"
+#include "kqutm/daemon.h"
+#include "kqutm/profile.h"
+#include "kqutm/registry.h"
+
+#endif

@@ -1,0 +1,74 @@
+/*
+ * Conventions of the UTM client library, the diagnostic log, and what every family shares.
+ *
+ * Conventions
+ *   - Every function is one synchronous operation on the caller's thread. Nothing is kept between calls, no thread
+ *     is started, nothing has to be initialised first, and any function may be called from any thread or process.
+ *   - 32-bit results: 0 (or an identifier) is success, -1 failure. Functions that return memory return null on failure.
+ *   - On failure errno tells the cause; logging and clean-up never change it:
+ *       EINVAL      an argument the library refuses
+ *       ENOENT      an identifier that is not registered (from connecting: the daemon's socket is not there)
+ *       EEXIST      a requested identifier that is taken
+ *       ENOSPC      256 identifiers of the kind are registered
+ *       EREMOTEIO   the daemon refused
+ *       ETIMEDOUT   no answer in time
+ *       ENODATA     the daemon ended the connection instead of answering
+ *       EPROTO      a record that is too short, or none that belongs here
+ *       other       the errno of the system call that failed (ECONNREFUSED: nobody listens on the daemon's socket)
+ *     On success errno means nothing.
+ *   - Records and lists that a function returns are the caller's, who releases them as the function tells.
+ *   - Meanings that a daemon defines are named as such; the library passes those values through unread.
+ *   - No function raises SIGPIPE, and every descriptor is close-on-exec.
+ *   - Descriptor 0: a connection to a config daemon that gets descriptor 0, because the caller closed it, stays open.
+ *
+ * Files
+ *   /tmp/utm_log/                    the diagnostic logs; a log above 5 MiB becomes NAME2, the one older generation
+ *   /tmp/utm_user_profile_shm        marker: the ID registry has been cleared since the gateway started
+ *   /usr/lib/libkqutm.so             the library itself; its inode makes the System V keys of registry and UUID
+ */
+#ifndef KQUTM_COMMON_H
+#define KQUTM_COMMON_H
+
+#include <stdint.h>
+
+#ifdef __cplusplus
+#define UTM_BEGIN_DECLARATIONS extern "C" {
+#define UTM_END_DECLARATIONS }
+#else
+#define UTM_BEGIN_DECLARATIONS
+#define UTM_END_DECLARATIONS
+#endif
+
+#if defined(__GNUC__)
+#define UTM_API __attribute__((visibility("default")))
+#define UTM_PRINTF(format_argument, first_value) __attribute__((format(printf, format_argument, first_value)))
+#else
+#define UTM_API
+#define UTM_PRINTF(format_argument, first_value)
+#endif
+
+/* The diagnostic logs, by family. */
+#define UTM_IPS_LOG "/tmp/utm_log/utm_libips_log"
+#define UTM_DEVID_LOG "/tmp/utm_log/utm_libdevid_log"
+#define UTM_APPCF_LOG "/tmp/utm_log/utm_libappcf_config_log"
+#define UTM_COMMON_LOG "/tmp/utm_log/utm_libkqutm_common_log"
+
+UTM_BEGIN_DECLARATIONS
+
+/*
+ * Appends one message to the log file at path, in a single write, creating folder and file where they are missing.
+ *
+ * path is one of the log files above. It reaches a shell unquoted when the file has to be created or rotated, so it
+ * must not come from outside. format and its values are those of printf; no newline is added.
+ *
+ * A file strictly larger than 5,242,880 bytes is first renamed to path with "2" appended, replacing an older one; the
+ * test comes before the write, so the message that crosses the limit still goes into the old file.
+ *
+ * Never fails as far as the caller can tell: a message that cannot be written is lost, and errno stays as it was.
+ * Creating and rotating run up to three short shell commands; otherwise nothing blocks.
+ */
+UTM_API void utm_log(const char* path, const char* format, ...) UTM_PRINTF(2, 3);
+
+UTM_END_DECLARATIONS
+
+#endif

@@ -1,0 +1,26 @@
+#pragma once
+
+#include "kqutm/registry.h"
+
+// The registry, locked from construction to destruction where that is possible. Callers answer differently to a
+// registry that cannot be locked and to one that cannot be attached, so the two are told apart.
+class registry_guard {
+public:
+    registry_guard();
+    registry_guard(const registry_guard&) = delete;
+    registry_guard& operator=(const registry_guard&) = delete;
+    ~registry_guard();
+
+    bool locked() const { return locked_; }
+
+    // The registry's identifiers, or null, logged, when the segment cannot be attached.
+    utm_id_registry* attach();
+
+    // Detaches and unlocks. False when unlocking failed.
+    bool release();
+
+private:
+    int semid_;
+    bool locked_ = false;
+    utm_id_registry* ids_ = nullptr;
+};

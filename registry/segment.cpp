@@ -1,0 +1,108 @@
+#include "registry/registry.h"
+
+#include "common/errno_guard.h"
+#include "common/log.h"
+#include "common/system_v.h"
+#include "common/unique_fd.h"
+
+#include <cstring>
+
+namespace {
+
+// A wait that a signal interrupts is taken up again: it must not read as a registry that cannot be locked.
+bool lock_through_signals(int semid)
+{
+    int result;
+    do
+        result = utm_id_config_lock(semid);
+    while (result != 0 && errno == EINTR);
+    return result == 0;
+}
+
+int create_marker()
+{
+    unique_fd marker(open_for_appending(UTM_ID_MARKER));
+    if (marker.get() >= 0)
+        return 0;
+    utm_log(UTM_APPCF_LOG, "open %s fail\n", UTM_ID_MARKER);
+    return -1;
+}
+
+int clear_utm_id_shm()
+{
+    if (create_marker() != 0)
+        return -1;
+    registry_guard registry;
+    // Deliberate: the marker stands now, so a registry that cannot be locked stays as it is, and that is no failure.
+    if (!registry.locked())
+        return 0;
+    utm_id_registry* ids = registry.attach();
+    if (ids == nullptr)
+        return -1;
+    *ids = {};
+    return 0;
+}
+
+} // namespace
+
+UTM_API int init_utm_id_config_sem(void)
+{
+    return open_semaphore(UTM_ID_SEMAPHORE_PROJECT);
+}
+
+UTM_API int utm_id_config_lock(int semid)
+{
+    return change_semaphore(semid, -1);
+}
+
+UTM_API int utm_id_config_unlock(int semid)
+{
+    return change_semaphore(semid, 1);
+}
+
+UTM_API utm_id_registry* attach_utm_id_data_shm(void)
+{
+    return static_cast<utm_id_registry*>(attach_segment(UTM_ID_SEGMENT_PROJECT, sizeof(utm_id_registry)).address);
+}
+
+UTM_API int detach_utm_id_data_shm(const void* address)
+{
+    detach_segment(address);
+    return 0;
+}
+
+UTM_API int init_utm_id_shm(void)
+{
+    if (access(UTM_ID_MARKER, F_OK) == 0)
+        return 0;
+    return clear_utm_id_shm();
+}
+
+registry_guard::registry_guard() : semid_(init_utm_id_config_sem())
+{
+    locked_ = semid_ >= 0 && lock_through_signals(semid_);
+}
+
+registry_guard::~registry_guard()
+{
+    errno_guard keep;
+    release();
+}
+
+utm_id_registry* registry_guard::attach()
+{
+    ids_ = attach_utm_id_data_shm();
+    if (ids_ == nullptr)
+        utm_log(UTM_APPCF_LOG, "attach_utm_id_data_shm() fail\n");
+    return ids_;
+}
+
+bool registry_guard::release()
+{
+    detach_utm_id_data_shm(ids_);
+    ids_ = nullptr;
+    if (!locked_)
+        return true;
+    locked_ = false;
+    return utm_id_config_unlock(semid_) == 0;
+}
