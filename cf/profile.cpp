@@ -52,15 +52,6 @@ void release_id(int32_t id)
     reset_utm_id_shm(static_cast<uint32_t>(id), UTM_ID_USER_PROFILE);
 }
 
-int32_t refuse_id(int32_t reserved, const char* operation)
-{
-    // An identifier of 2^31 and more has been reserved, but reads as a failure.
-    if (reserved != -1)
-        errno = EINVAL;
-    utm_log(UTM_APPCF_LOG, "[%s]can not get unique id\n", operation);
-    return -1;
-}
-
 // What a device operation logs when a daemon refuses it.
 struct device_texts {
     const char* refused;
@@ -87,8 +78,6 @@ int32_t change_device(const profile_event& event, const device_texts& texts)
     log_failure(texts.refused, event.id);
     return -1;
 }
-
-using id_table = uint32_t[UTM_ID_SLOTS];
 
 // Frees the policy bound to a deleted profile in every slot that holds it, then the binding.
 void free_bound_policy(id_table& policies, uint32_t& binding)
@@ -133,8 +122,13 @@ UTM_API int32_t utm_user_profile_create(int32_t id)
     if (init_utm_id_shm() == -1)
         return -1;
     int32_t reserved = get_unique_id(static_cast<uint32_t>(id), UTM_ID_USER_PROFILE);
-    if (reserved <= 0)
-        return refuse_id(reserved, __func__);
+    if (reserved <= 0) {
+        // A negative identifier has been reserved, but reads as a failure.
+        if (id < 0)
+            errno = EINVAL;
+        utm_log(UTM_APPCF_LOG, "[%s]can not get unique id\n", __func__);
+        return -1;
+    }
     const profile_event event = {.code = UTM_PROFILE_CREATE, .id = reserved};
     if (!tell_content_filter(event))
         release_id(reserved);
@@ -155,8 +149,8 @@ UTM_API int32_t utm_user_profile_delete(int32_t id)
     utm_id_registry* ids = registry.attach();
     if (ids == nullptr)
         return -1;
-    const uint32_t* slot = std::find(std::begin(ids->profiles), std::end(ids->profiles), static_cast<uint32_t>(id));
-    if (slot == std::end(ids->profiles)) {
+    const uint32_t* slot = find_slot(ids->profiles, static_cast<uint32_t>(id));
+    if (slot == nullptr) {
         utm_log(UTM_APPCF_LOG, "delete user profile fail(id(%d) not found)\n", id);
         return fail(ENOENT);
     }

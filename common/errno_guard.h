@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cerrno>
+#include <cstddef>
 
 // Keeps errno as it was on entry: logging and clean-up must not hide the cause of the failure they follow.
 class errno_guard {
@@ -14,9 +15,15 @@ private:
     int cause_ = errno;
 };
 
-// The failure value of an operation, with its cause.
+// The failure values of operations, with their cause.
 inline int fail(int cause)
 {
     errno = cause;
     return -1;
+}
+
+inline std::nullptr_t fail_with_null(int cause)
+{
+    errno = cause;
+    return nullptr;
 }

@@ -73,6 +73,8 @@ int open_for_appending(const char* path)
 
 UTM_API void utm_log(const char* path, const char* format, ...)
 {
+    if (path == nullptr || format == nullptr)
+        return;
     errno_guard keep;
     if (!exists(path))
         create_log(path);

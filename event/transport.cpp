@@ -191,12 +191,16 @@ utm_event_response* create_response(const char* operation)
 
 UTM_API int send_utm_config_event(const void* event, int target)
 {
+    if (event == nullptr)
+        return fail(EINVAL);
     config_channel channel(target, __func__);
     return send_and_judge(channel, event) ? 0 : -1;
 }
 
 UTM_API utm_event_response* send_utm_event_and_get_response(const void* event, int target)
 {
+    if (event == nullptr)
+        return fail_with_null(EINVAL);
     config_channel channel(target, __func__);
     if (!channel.created() || !channel.connect(1) || !channel.send(event))
         return nullptr;

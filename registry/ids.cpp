@@ -9,8 +9,6 @@
 
 namespace {
 
-using id_table = uint32_t[UTM_ID_SLOTS];
-
 // Every kind that is neither 1 nor 2 is an application policy.
 id_table& table_of(utm_id_registry& ids, uint32_t kind)
 {
@@ -22,13 +20,6 @@ id_table& table_of(utm_id_registry& ids, uint32_t kind)
     default:
         return ids.app_policies;
     }
-}
-
-// The first slot that holds the value, or null.
-uint32_t* find_slot(id_table& table, uint32_t value)
-{
-    uint32_t* slot = std::find(std::begin(table), std::end(table), value);
-    return slot == std::end(table) ? nullptr : slot;
 }
 
 void free_slot(id_table& table, uint32_t id)
@@ -72,6 +63,12 @@ const char* not_found_text(uint32_t kind)
 }
 
 } // namespace
+
+uint32_t* find_slot(id_table& table, uint32_t value)
+{
+    uint32_t* slot = std::find(std::begin(table), std::end(table), value);
+    return slot == std::end(table) ? nullptr : slot;
+}
 
 UTM_API int get_unique_id(uint32_t id, uint32_t kind)
 {

@@ -2,6 +2,11 @@
 
 #include "kqutm/registry.h"
 
+using id_table = uint32_t[UTM_ID_SLOTS];
+
+// The first slot that holds the value, or null.
+uint32_t* find_slot(id_table& table, uint32_t value);
+
 // The registry, locked from construction to destruction where that is possible. Callers answer differently to a
 // registry that cannot be locked and to one that cannot be attached, so the two are told apart.
 class registry_guard {
