@@ -56,7 +56,7 @@ int wait_readable(int fd, int seconds)
         unsigned long words[FD_SETSIZE / bits_per_word] = {};
         return select_readable(words, fd, seconds);
     }
-    size_t count = static_cast<size_t>(fd / bits_per_word + 1);
+    size_t count = static_cast<size_t>(fd / bits_per_word) + 1;
     std::unique_ptr<unsigned long, free_words> words(static_cast<unsigned long*>(calloc(count, sizeof(unsigned long))));
     if (words == nullptr)
         return -1;
