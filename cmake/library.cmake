@@ -25,6 +25,8 @@ endif()
 # The C driver links it, so that no C++ runtime gets in.
 add_library(kqutm SHARED $<TARGET_OBJECTS:kqutm_objects>)
 add_library(kqutm_static STATIC $<TARGET_OBJECTS:kqutm_objects>)
+add_library(kqutm::kqutm ALIAS kqutm)
+add_library(kqutm::kqutm_static ALIAS kqutm_static)
 foreach(library kqutm kqutm_static)
   target_include_directories(${library} PUBLIC $<BUILD_INTERFACE:${CMAKE_CURRENT_SOURCE_DIR}/include>
                                                $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
@@ -47,10 +49,3 @@ add_custom_command(
   COMMAND ${CMAKE_COMMAND} -E create_symlink libkqutm.so libkqutm.so.1
   WORKING_DIRECTORY ${CMAKE_BINARY_DIR}
   VERBATIM)
-
-# Never a multiarch folder: /usr/lib/libkqutm.so is the key file.
-set(KQUTM_INSTALL_LIBDIR lib CACHE STRING "Where the libraries are installed, below the prefix")
-install(TARGETS kqutm kqutm_static LIBRARY DESTINATION ${KQUTM_INSTALL_LIBDIR} ARCHIVE DESTINATION
-                                                                               ${KQUTM_INSTALL_LIBDIR})
-install(FILES ${CMAKE_BINARY_DIR}/libkqutm.so.1 DESTINATION ${KQUTM_INSTALL_LIBDIR})
-install(DIRECTORY include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
