@@ -32,3 +32,8 @@ foreach(program utmctl utm-gateway)
     install(TARGETS ${program})
   endif()
 endforeach()
+
+# Programs without sanitizers cannot link a library with them.
+if(KQUTM_BUILD_TESTS AND NOT KQUTM_SANITIZE)
+  add_test(NAME install COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/cmake/check_install ${CMAKE_BINARY_DIR})
+endif()
