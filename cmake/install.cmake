@@ -27,12 +27,6 @@ file(RELATIVE_PATH prefix_from_pc /${KQUTM_INSTALL_LIBDIR}/pkgconfig /)
 configure_file(cmake/kqutm.pc.in kqutm.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/kqutm.pc DESTINATION ${KQUTM_INSTALL_LIBDIR}/pkgconfig)
 
-foreach(program utmctl utm-gateway)
-  if(TARGET ${program})
-    install(TARGETS ${program})
-  endif()
-endforeach()
-
 # Programs without sanitizers cannot link a library with them.
 if(KQUTM_BUILD_TESTS AND NOT KQUTM_SANITIZE)
   add_test(NAME install COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/cmake/check_install ${CMAKE_BINARY_DIR})
