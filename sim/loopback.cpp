@@ -41,7 +41,7 @@ private:
 ifreq request_for(const std::string& interface)
 {
     ifreq request = {};
-    strncpy(request.ifr_name, interface.c_str(), sizeof request.ifr_name - 1);
+    interface.copy(request.ifr_name, sizeof request.ifr_name - 1);
     return request;
 }
 

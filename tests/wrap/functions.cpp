@@ -1,0 +1,171 @@
+// The wrappers: the linker sends each call of NAME to __wrap_NAME, and __real_NAME to libc. One list names them all, in
+// this folder's CMakeLists.txt.
+
+#include "tests/wrap/intercept.h"
+
+#include <csignal>
+#include <cstddef>
+#include <ctime>
+#include <sys/sem.h>
+#include <sys/shm.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+using wrap::intercept;
+
+namespace {
+
+void* const no_memory = nullptr;
+void* const not_attached = reinterpret_cast<void*>(-1);
+
+} // namespace
+
+extern "C" {
+
+void* __real_malloc(size_t size);
+void* __wrap_malloc(size_t size)
+{
+    return intercept(
+        "malloc", no_memory, [=] { return __real_malloc(size); }, size);
+}
+
+void* __real_calloc(size_t count, size_t size);
+void* __wrap_calloc(size_t count, size_t size)
+{
+    return intercept(
+        "calloc", no_memory, [=] { return __real_calloc(count, size); }, count, size);
+}
+
+int __real_socket(int domain, int type, int protocol);
+int __wrap_socket(int domain, int type, int protocol)
+{
+    return intercept(
+        "socket", -1, [=] { return __real_socket(domain, type, protocol); }, domain, type, protocol);
+}
+
+int __real_connect(int fd, const sockaddr* address, socklen_t length);
+int __wrap_connect(int fd, const sockaddr* address, socklen_t length)
+{
+    const char* path = reinterpret_cast<const sockaddr_un*>(address)->sun_path;
+    return intercept(
+        "connect", -1, [=] { return __real_connect(fd, address, length); }, fd, path, length);
+}
+
+int __real_select(int count, fd_set* read, fd_set* write, fd_set* except, timeval* limit);
+int __wrap_select(int count, fd_set* read, fd_set* write, fd_set* except, timeval* limit)
+{
+    auto call = [=] { return __real_select(count, read, write, except, limit); };
+    return intercept("select", -1, call, count, limit->tv_sec, limit->tv_usec);
+}
+
+ssize_t __real_read(int fd, void* data, size_t size);
+ssize_t __wrap_read(int fd, void* data, size_t size)
+{
+    return intercept(
+        "read", ssize_t{-1}, [=] { return __real_read(fd, data, size); }, fd, size);
+}
+
+ssize_t __real_write(int fd, const void* data, size_t size);
+ssize_t __wrap_write(int fd, const void* data, size_t size)
+{
+    return intercept(
+        "write", ssize_t{-1}, [=] { return __real_write(fd, data, size); }, fd, size);
+}
+
+int __real_open(const char* path, int flags, mode_t mode);
+int __wrap_open(const char* path, int flags, mode_t mode)
+{
+    return intercept(
+        "open", -1, [=] { return __real_open(path, flags, mode); }, path, flags, mode);
+}
+
+int __real_stat(const char* path, struct stat* file);
+int __wrap_stat(const char* path, struct stat* file)
+{
+    return intercept(
+        "stat", -1, [=] { return __real_stat(path, file); }, path);
+}
+
+int __real_access(const char* path, int mode);
+int __wrap_access(const char* path, int mode)
+{
+    return intercept(
+        "access", -1, [=] { return __real_access(path, mode); }, path, mode);
+}
+
+int __real_system(const char* command);
+int __wrap_system(const char* command)
+{
+    return intercept(
+        "system", -1, [=] { return __real_system(command); }, command);
+}
+
+int __real_usleep(useconds_t time);
+int __wrap_usleep(useconds_t time)
+{
+    return intercept(
+        "usleep", -1, [=] { return __real_usleep(time); }, time);
+}
+
+time_t __real_time(time_t* now);
+time_t __wrap_time(time_t* now)
+{
+    return intercept("time", time_t{-1}, [=] { return __real_time(now); });
+}
+
+int __real_semget(key_t key, int count, int flags);
+int __wrap_semget(key_t key, int count, int flags)
+{
+    return intercept(
+        "semget", -1, [=] { return __real_semget(key, count, flags); }, count, flags);
+}
+
+int __real_semctl(int set, int number, int command, long argument);
+int __wrap_semctl(int set, int number, int command, long argument)
+{
+    auto call = [=] { return __real_semctl(set, number, command, argument); };
+    return intercept("semctl", -1, call, number, command, static_cast<int>(argument));
+}
+
+int __real_semop(int set, sembuf* operations, size_t count);
+int __wrap_semop(int set, sembuf* operations, size_t count)
+{
+    auto call = [=] { return __real_semop(set, operations, count); };
+    return intercept("semop", -1, call, operations->sem_num, operations->sem_op, operations->sem_flg, count);
+}
+
+int __real_shmget(key_t key, size_t size, int flags);
+int __wrap_shmget(key_t key, size_t size, int flags)
+{
+    return intercept(
+        "shmget", -1, [=] { return __real_shmget(key, size, flags); }, size, flags);
+}
+
+void* __real_shmat(int segment, const void* address, int flags);
+void* __wrap_shmat(int segment, const void* address, int flags)
+{
+    return intercept(
+        "shmat", not_attached, [=] { return __real_shmat(segment, address, flags); }, flags);
+}
+
+int __real_shmdt(const void* address);
+int __wrap_shmdt(const void* address)
+{
+    return intercept("shmdt", -1, [=] { return __real_shmdt(address); });
+}
+
+int __real_pthread_sigmask(int how, const sigset_t* set, sigset_t* old);
+int __wrap_pthread_sigmask(int how, const sigset_t* set, sigset_t* old)
+{
+    return intercept(
+        "pthread_sigmask", EINVAL, [=] { return __real_pthread_sigmask(how, set, old); }, how);
+}
+
+int __real_sigtimedwait(const sigset_t* set, siginfo_t* signal, const timespec* limit);
+int __wrap_sigtimedwait(const sigset_t* set, siginfo_t* signal, const timespec* limit)
+{
+    return intercept("sigtimedwait", -1, [=] { return __real_sigtimedwait(set, signal, limit); });
+}
+}

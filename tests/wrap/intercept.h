@@ -1,0 +1,45 @@
+#pragma once
+
+#include "tests/wrap/wrap.h"
+
+#include <cerrno>
+#include <string>
+
+namespace wrap {
+
+// The plan of the calling thread, or null.
+plan* current_plan();
+
+inline std::string text_of(const char* text)
+{
+    return text;
+}
+
+template <class Number> std::string text_of(Number number)
+{
+    return std::to_string(number);
+}
+
+template <class... Values> std::string list_of(const Values&... values)
+{
+    std::string list;
+    ((list += (list.empty() ? "" : ", ") + text_of(values)), ...);
+    return list;
+}
+
+// Makes a call, or what the thread's plan has instead. shown are the arguments that a plan notes.
+template <class Call, class Result, class... Shown>
+Result intercept(const char* function, Result failure, Call call, const Shown&... shown)
+{
+    plan* plan = current_plan();
+    const plan::outcome* instead = plan != nullptr ? plan->note(function, list_of(shown...)) : nullptr;
+    if (instead == nullptr)
+        return call();
+    if (instead->fails) {
+        errno = instead->error;
+        return failure;
+    }
+    return (Result)instead->result; // a number or an address
+}
+
+} // namespace wrap
