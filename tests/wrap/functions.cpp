@@ -38,6 +38,20 @@ void* __wrap_calloc(size_t count, size_t size)
         "calloc", no_memory, [=] { return __real_calloc(count, size); }, count, size);
 }
 
+void __real_free(void* block);
+void __wrap_free(void* block)
+{
+    if (block != nullptr)
+        intercept("free", 0, [=] { return __real_free(block), 0; });
+}
+
+key_t __real_ftok(const char* path, int project);
+key_t __wrap_ftok(const char* path, int project)
+{
+    return intercept(
+        "ftok", key_t{-1}, [=] { return __real_ftok(path, project); }, path, project);
+}
+
 int __real_socket(int domain, int type, int protocol);
 int __wrap_socket(int domain, int type, int protocol)
 {
@@ -50,28 +64,28 @@ int __wrap_connect(int fd, const sockaddr* address, socklen_t length)
 {
     const char* path = reinterpret_cast<const sockaddr_un*>(address)->sun_path;
     return intercept(
-        "connect", -1, [=] { return __real_connect(fd, address, length); }, fd, path, length);
+        "connect", -1, [=] { return __real_connect(fd, address, length); }, path, length);
 }
 
 int __real_select(int count, fd_set* read, fd_set* write, fd_set* except, timeval* limit);
 int __wrap_select(int count, fd_set* read, fd_set* write, fd_set* except, timeval* limit)
 {
     auto call = [=] { return __real_select(count, read, write, except, limit); };
-    return intercept("select", -1, call, count, limit->tv_sec, limit->tv_usec);
+    return intercept("select", -1, call, limit->tv_sec, limit->tv_usec);
 }
 
 ssize_t __real_read(int fd, void* data, size_t size);
 ssize_t __wrap_read(int fd, void* data, size_t size)
 {
     return intercept(
-        "read", ssize_t{-1}, [=] { return __real_read(fd, data, size); }, fd, size);
+        "read", ssize_t{-1}, [=] { return __real_read(fd, data, size); }, size);
 }
 
 ssize_t __real_write(int fd, const void* data, size_t size);
 ssize_t __wrap_write(int fd, const void* data, size_t size)
 {
     return intercept(
-        "write", ssize_t{-1}, [=] { return __real_write(fd, data, size); }, fd, size);
+        "write", ssize_t{-1}, [=] { return __real_write(fd, data, size); }, size);
 }
 
 int __real_open(const char* path, int flags, mode_t mode);

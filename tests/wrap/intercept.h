@@ -2,6 +2,7 @@
 
 #include "tests/wrap/wrap.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <string>
 
@@ -23,8 +24,8 @@ template <class Number> std::string text_of(Number number)
 template <class... Values> std::string list_of(const Values&... values)
 {
     std::string list;
-    ((list += (list.empty() ? "" : ", ") + text_of(values)), ...);
-    return list;
+    ((list += text_of(values) + ", "), ...);
+    return list.substr(0, list.size() - std::min<size_t>(list.size(), 2));
 }
 
 // Makes a call, or what the thread's plan has instead. shown are the arguments that a plan notes.
