@@ -1,0 +1,111 @@
+#include "tools/utmctl/arguments.h"
+#include "tools/utmctl/outcome.h"
+
+#include "kqutm/registry.h"
+
+#include <charconv>
+#include <optional>
+
+namespace {
+
+constexpr id_kind kinds[] = {
+    {"profile", UTM_ID_USER_PROFILE, "profile"},
+    {"cf-policy", UTM_ID_CF_POLICY, "content-filter policy"},
+    {"app-policy", UTM_ID_APP_POLICY, "application policy"},
+};
+
+constexpr double longest_timeout = 86400;
+
+// The whole text as a number, or nothing.
+template <class Number, class... Format> std::optional<Number> number_of(std::string_view text, Format... format)
+{
+    Number number = 0;
+    auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number, format...);
+    if (error != std::errc() || end != text.data() + text.size())
+        return {};
+    return number;
+}
+
+const id_kind* find_kind(const std::string& text)
+{
+    for (const id_kind& kind : kinds) {
+        if (text == kind.word)
+            return &kind;
+    }
+    return nullptr;
+}
+
+// Six pairs of hexadecimal digits, with five colons or five hyphens between them.
+std::optional<mac_address> parse_mac(const std::string& text)
+{
+    mac_address mac;
+    if (text.size() != 3 * mac.size() - 1)
+        return {};
+    for (size_t i = 0; i < mac.size(); ++i) {
+        std::optional<uint8_t> pair = number_of<uint8_t>(std::string_view(text).substr(3 * i, 2), 16);
+        bool separated = i == 0 || (text[3 * i - 1] == text[2] && (text[2] == ':' || text[2] == '-'));
+        if (!pair || !separated)
+            return {};
+        mac[i] = *pair;
+    }
+    return mac;
+}
+
+} // namespace
+
+std::string check_any(const std::string&)
+{
+    return "";
+}
+
+std::string check_id(const std::string& text)
+{
+    if (number_of<int32_t>(text).value_or(0) > 0)
+        return "";
+    return in_quotes(text) + " is not an identifier, a whole number from 1 to 2147483647";
+}
+
+std::string check_id_or_zero(const std::string& text)
+{
+    if (number_of<int32_t>(text).value_or(-1) >= 0)
+        return "";
+    return in_quotes(text) + " is not an identifier, a whole number from 1 to 2147483647, or 0 for one from the clock";
+}
+
+std::string check_mac(const std::string& text)
+{
+    return parse_mac(text) ? "" : in_quotes(text) + " is not a MAC address such as 02:42:ac:11:00:05";
+}
+
+std::string check_kind(const std::string& text)
+{
+    return find_kind(text) ? "" : in_quotes(text) + " is not a kind of identifier: profile, cf-policy or app-policy";
+}
+
+std::string check_seconds(const std::string& text)
+{
+    double seconds = number_of<double>(text, std::chars_format::fixed).value_or(0);
+    if (seconds > 0 && seconds <= longest_timeout)
+        return "";
+    return in_quotes(text) + " is not a number of seconds above 0 and up to 86400";
+}
+
+int32_t id_of(const std::string& text)
+{
+    return number_of<int32_t>(text).value();
+}
+
+mac_address mac_of(const std::string& text)
+{
+    return parse_mac(text).value();
+}
+
+const id_kind& kind_of(const std::string& text)
+{
+    return *find_kind(text);
+}
+
+double seconds_of(const std::string& text)
+{
+    return number_of<double>(text, std::chars_format::fixed).value();
+}

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <string>
+
+// The kinds of text that commands take: a check for the command table, and the value of a text that passed it.
+
+using mac_address = std::array<uint8_t, 6>;
+
+struct id_kind {
+    const char* word;
+    uint32_t number; // an utm_id_kind
+    const char* name;
+};
+
+std::string check_any(const std::string& text);
+std::string check_id(const std::string& text);
+std::string check_id_or_zero(const std::string& text);
+std::string check_mac(const std::string& text);
+std::string check_kind(const std::string& text);
+std::string check_seconds(const std::string& text);
+
+int32_t id_of(const std::string& text);
+mac_address mac_of(const std::string& text);
+const id_kind& kind_of(const std::string& text);
+double seconds_of(const std::string& text);

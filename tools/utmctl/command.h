@@ -1,0 +1,53 @@
+#pragma once
+
+#include "tools/utmctl/outcome.h"
+
+#include <map>
+#include <span>
+#include <string>
+#include <vector>
+
+// The commands: each family lists its own in a table, which drives dispatch, help and errors alike.
+
+enum class occurs {
+    once,
+    at_most_once,
+    at_least_once,
+    any_number
+};
+
+// A positional argument, or an option with a value where the name starts with "--".
+struct argument {
+    const char* name;
+    occurs count;
+    std::string (*check)(const std::string&); // empty when the text is good, else what is wrong with it
+    const char* help;
+};
+
+// What the user asked for: the texts given for each argument, all of them checked.
+struct request {
+    std::map<std::string, std::vector<std::string>> values;
+    double timeout; // seconds for each call of the library
+
+    const std::vector<std::string>& all(const char* name) const { return values.at(name); }
+    bool has(const char* name) const { return !all(name).empty(); }
+    const std::string& one(const char* name) const { return all(name).front(); }
+};
+
+struct command {
+    const char* word; // empty: the family's word alone is the command
+    std::span<const argument> arguments;
+    outcome (*run)(const request&);
+    const char* help;
+    const char* destroys = nullptr; // what is lost, where the command wants --yes
+};
+
+struct family {
+    const char* word;
+    const char* help;
+    std::span<const command> commands;
+};
+
+std::span<const family* const> all_families();
+
+std::string words_of(const family& group, const command& one);

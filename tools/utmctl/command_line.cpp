@@ -1,0 +1,126 @@
+#include "tools/utmctl/command_line.h"
+
+#include "tools/utmctl/arguments.h"
+#include "tools/utmctl/lookup.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+
+namespace {
+
+constexpr double default_timeout = 60;
+
+struct global_flags {
+    std::string json;
+    bool quiet = false;
+    bool no_headers = false;
+    bool help = false;
+    bool version = false;
+    std::string timeout;
+};
+
+using texts = std::vector<std::string>;
+
+void parse_with(CLI::App& parser, texts arguments, const std::string& subject, const std::string& help)
+{
+    std::reverse(arguments.begin(), arguments.end()); // as the parser wants it
+    try {
+        parser.parse(arguments);
+    } catch (const CLI::ParseError& error) {
+        refuse_usage(subject + ": " + error.what(), help);
+    }
+}
+
+// Takes the global options out of the line, wherever they stand, and returns the rest.
+texts take_globals(const texts& arguments, global_flags& flags)
+{
+    CLI::App parser;
+    parser.set_help_flag();
+    parser.allow_extras();
+    parser.add_flag("-j{plain},--json{plain}", flags.json)->check(CLI::IsMember({"plain", "pretty"}));
+    parser.add_flag("-q,--quiet", flags.quiet);
+    parser.add_flag("--no-headers", flags.no_headers);
+    parser.add_flag("-h,--help", flags.help);
+    parser.add_flag("--version", flags.version);
+    parser.add_option("--timeout", flags.timeout)->check(check_seconds)->type_name("");
+    parse_with(parser, arguments, "wrong option", "'utmctl help' lists the options");
+    return parser.remaining();
+}
+
+void declare(CLI::App& parser, const argument& one, texts& values)
+{
+    CLI::Option* option = parser.add_option(one.name, values)->check(one.check);
+    switch (one.count) {
+    case occurs::once:
+        option->expected(1)->required()->allow_extra_args(false);
+        break;
+    case occurs::at_most_once:
+        option->expected(1)->allow_extra_args(false);
+        break;
+    case occurs::at_least_once:
+        option->expected(1, CLI::detail::expected_max_vector_size)->required();
+        break;
+    case occurs::any_number:
+        option->expected(0, CLI::detail::expected_max_vector_size);
+        break;
+    }
+}
+
+request parse_arguments(const family& group, const command& what, const texts& arguments)
+{
+    const std::string words = words_of(group, what);
+    request asked = {.values = {}, .timeout = default_timeout};
+    CLI::App parser;
+    parser.set_help_flag();
+    parser.allow_extras();
+    bool yes = false;
+    if (what.destroys)
+        parser.add_flag("--yes", yes);
+    for (const argument& one : what.arguments)
+        declare(parser, one, asked.values[one.name]);
+    const std::string help = "'utmctl help " + words + "' tells what it takes";
+    parse_with(parser, arguments, words, help);
+    if (parser.remaining_size() > 0)
+        refuse_usage(words + ": unexpected argument " + in_quotes(parser.remaining().front()), help);
+    if (what.destroys && !yes)
+        throw failure({.status = exit_status::unsafe,
+                       .what = words + " destroys " + what.destroys + ", and was not carried out",
+                       .culprits = {},
+                       .next = "add --yes if that is what you want"});
+    return asked;
+}
+
+} // namespace
+
+output_style style_of(const texts& arguments)
+{
+    output_style style;
+    for (const std::string& one : arguments) {
+        const bool short_flags = one.size() > 1 && one[0] == '-' && one[1] != '-';
+        style.json |= one.starts_with("--json") || (short_flags && one.find('j') != std::string::npos);
+        style.pretty |= one == "--json=pretty";
+    }
+    return style;
+}
+
+command_line parse(texts arguments)
+{
+    global_flags flags;
+    command_line line = {.style = style_of(arguments), .words = take_globals(arguments, flags)};
+    line.style.quiet = flags.quiet;
+    line.style.headers = !flags.no_headers;
+    if (flags.version)
+        line.words = {"version"};
+    if (flags.help)
+        return line;
+    if (line.words.empty())
+        refuse_usage("no command given", "'utmctl help' lists the commands");
+    const family& group = find_family(line.words[0]);
+    const bool one_word = *group.commands.front().word == '\0';
+    const command& what = find_command(group, one_word || line.words.size() == 1 ? "" : line.words[1]);
+    line.group = &group;
+    line.what = &what;
+    line.asked = parse_arguments(group, what, texts(line.words.begin() + (one_word ? 1 : 2), line.words.end()));
+    line.asked.timeout = flags.timeout.empty() ? default_timeout : seconds_of(flags.timeout);
+    return line;
+}

@@ -1,0 +1,93 @@
+#include "tools/utmctl/config_daemons.h"
+
+#include <cerrno>
+#include <cstring>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr int connect_attempts = 22; // of one exchange, each of them a line
+
+// How the transport's lines begin, behind its name. The rest of a line, if any, is the cause.
+struct log_text {
+    const char* text;
+    exit_status status;
+    const char* cause;
+};
+
+constexpr log_text log_texts[] = {
+    {"create socket fail: ", exit_status::unreachable, "cannot be reached: "},
+    {"connect fail: ", exit_status::unreachable, "cannot be reached: "},
+    {"write data fail: ", exit_status::protocol_error, "did not take the request: "},
+    {"select() error, error: ", exit_status::protocol_error, "could not be waited for: "},
+    {"select() timeout", exit_status::no_answer, "did not answer in time"},
+    {"read response fail", exit_status::protocol_error,
+     "ended the connection or answered with a record of the wrong size"},
+    {"error code = ", exit_status::refused, "refused with error code "},
+};
+
+constexpr std::string_view transport = "[send_utm_config_event]";
+constexpr std::string_view connect_failed = "[send_utm_config_event]connect fail: ";
+
+failed_exchange from_line(std::string_view line)
+{
+    line.remove_prefix(transport.size());
+    for (const log_text& row : log_texts) {
+        if (line.starts_with(row.text))
+            return {row.status, row.cause + std::string(line.substr(strlen(row.text))), ""};
+    }
+    return {exit_status::protocol_error, std::string(line), ""};
+}
+
+} // namespace
+
+bool accepts_connections(const config_daemon& daemon)
+{
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    strncpy(address.sun_path, daemon.socket, sizeof address.sun_path - 1);
+    const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+    // A full queue of connections is a daemon that is slow, but there.
+    const bool accepted =
+        connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 || errno == EAGAIN;
+    close(fd);
+    return accepted;
+}
+
+failed_exchange exchange_failure(int error)
+{
+    switch (error) {
+    case EREMOTEIO:
+        return {exit_status::refused, "refused", ""};
+    case ETIMEDOUT:
+        return {exit_status::no_answer, "did not answer in time", ""};
+    case ENODATA:
+        return {exit_status::protocol_error, "ended the connection without an answer", ""};
+    case EPROTO:
+        return {exit_status::protocol_error, "answered with a record of the wrong size", ""};
+    case EPIPE:
+    case ECONNRESET:
+        return {exit_status::protocol_error, std::string("broke off the exchange: ") + strerror(error), ""};
+    default:
+        return {exit_status::unreachable, std::string("cannot be reached: ") + strerror(error), ""};
+    }
+}
+
+std::vector<failed_exchange> failed_exchanges(const std::vector<std::string>& log)
+{
+    std::vector<failed_exchange> failures;
+    int attempts = 0;
+    for (const std::string& line : log) {
+        const bool attempt = line.starts_with(connect_failed);
+        attempts = attempt ? attempts + 1 : 0;
+        if (attempt && attempts % connect_attempts != 1)
+            continue;
+        if (line.starts_with(transport))
+            failures.push_back(from_line(line));
+        else if (!failures.empty() && failures.back().report.empty())
+            failures.back().report = line;
+    }
+    return failures;
+}

@@ -1,0 +1,17 @@
+#include "tools/utmctl/families.h"
+
+namespace {
+
+constexpr const family* families[] = {&profile_family, &registry_family, &version_family, &help_family};
+
+} // namespace
+
+std::span<const family* const> all_families()
+{
+    return families;
+}
+
+std::string words_of(const family& group, const command& one)
+{
+    return *one.word == '\0' ? group.word : std::string(group.word) + " " + one.word;
+}

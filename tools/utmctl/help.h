@@ -1,0 +1,24 @@
+#pragma once
+
+#include "tools/utmctl/command.h"
+
+// Help, made of the command tables.
+
+struct global_option {
+    const char* shown;
+    const char* help;
+};
+
+constexpr global_option global_options[] = {
+    {"-j, --json[=pretty]", "print one JSON value instead, on success and on failure"},
+    {"-q, --quiet", "leave out confirmations"},
+    {"    --no-headers", "leave out the headings of tables"},
+    {"    --timeout SECONDS", "how long each call of the library may take (default 60)"},
+    {"-h, --help", "explain utmctl, or the command"},
+    {"    --version", "print the version"},
+};
+
+outcome help_on(const std::vector<std::string>& given);
+outcome help_on_everything();
+outcome help_on_family(const family& group);
+outcome help_on_command(const family& group, const command& one);

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <string>
+#include <sys/types.h>
+#include <vector>
+
+// What is appended to a diagnostic log from now on, even when the log is rotated meanwhile.
+class log_watch {
+public:
+    explicit log_watch(std::string path);
+    std::vector<std::string> lines() const;
+
+private:
+    std::string path_;
+    ino_t inode_ = 0;
+    off_t size_ = 0;
+};

@@ -1,0 +1,155 @@
+#include "kqutm/registry.h"
+
+#include "tools/utmctl/arguments.h"
+#include "tools/utmctl/families.h"
+#include "tools/utmctl/registry_table.h"
+#include "tools/utmctl/registry_view.h"
+#include "tools/utmctl/worker.h"
+
+#include <cerrno>
+#include <unistd.h>
+
+namespace {
+
+outcome show(const request& asked)
+{
+    return show_registry(read_registry("the registry was not shown", asked.timeout), registry_was_cleared());
+}
+
+std::string named(const id_kind& kind, int32_t id)
+{
+    return std::string(kind.name) + " " + std::to_string(id);
+}
+
+[[noreturn]] void tell_unknown(const std::string& what)
+{
+    throw failure({.status = exit_status::unknown_identifier,
+                   .what = what,
+                   .culprits = {{"the ID registry", "", "does not hold it"}},
+                   .next = "'utmctl registry show' tells what it holds"});
+}
+
+outcome check(const request& asked)
+{
+    const id_kind& kind = kind_of(asked.one("KIND"));
+    const int32_t id = id_of(asked.one("ID"));
+    const std::string what = named(kind, id) + " is not registered";
+    // The library's own check reads a registry that it cannot lock as one that holds the identifier.
+    read_registry(named(kind, id) + " was not looked up", asked.timeout);
+    const call_result call = call_in_worker(named(kind, id) + " was not looked up", asked.timeout,
+                                            [&] { return check_shm_utm_id(static_cast<uint32_t>(id), kind.number); });
+    if (call.value != 0)
+        tell_unknown(what);
+    return {.result = {{"kind", kind.word}, {"id", id}, {"registered", true}},
+            .confirmations = {named(kind, id) + " is registered"}};
+}
+
+[[noreturn]] void tell_not_reserved(const std::string& what, int error)
+{
+    if (error != EEXIST && error != ENOSPC)
+        throw failure(registry_problem(what, "cannot be used", error));
+    const bool taken = error == EEXIST;
+    throw failure(
+        {.status = exit_status::refused,
+         .what = what,
+         .culprits = {{"the ID registry", "", taken ? "holds it already" : "holds 256 of them, and has no free slot"}},
+         .next = taken ? "choose another identifier, or none to get one from the clock"
+                       : "release one that is not needed any more"});
+}
+
+int clear_and_reserve(int32_t id, const id_kind& kind)
+{
+    return init_utm_id_shm() == -1 ? -1 : get_unique_id(static_cast<uint32_t>(id), kind.number);
+}
+
+outcome reserve(const request& asked)
+{
+    const id_kind& kind = kind_of(asked.one("KIND"));
+    const int32_t id = asked.has("ID") ? id_of(asked.one("ID")) : 0;
+    const std::string what = (id == 0 ? std::string("an identifier") : named(kind, id)) + " was not reserved";
+    read_registry(what, asked.timeout);
+    const call_result call = call_in_worker(what, asked.timeout, [&] { return clear_and_reserve(id, kind); });
+    const int reserved = call.value;
+    if (reserved == -1)
+        tell_not_reserved(what, call.error);
+    return {.result = {{"kind", kind.word}, {"id", reserved}}, .lines = {std::to_string(reserved)}};
+}
+
+// Releasing a policy frees its number both as a content-filter and as an application policy.
+std::vector<std::string> freed_kinds(const utm_id_registry& before, const utm_id_registry& after, int32_t id)
+{
+    std::vector<std::string> freed;
+    for (const char* word : {"profile", "cf-policy", "app-policy"}) {
+        const uint32_t kind = kind_of(word).number;
+        if (is_registered(before, kind, id) && !is_registered(after, kind, id))
+            freed.emplace_back(word);
+    }
+    return freed;
+}
+
+outcome release(const request& asked)
+{
+    const id_kind& kind = kind_of(asked.one("KIND"));
+    const int32_t id = id_of(asked.one("ID"));
+    const std::string what = named(kind, id) + " was not released";
+    const utm_id_registry before = read_registry(what, asked.timeout);
+    if (!is_registered(before, kind.number, id))
+        tell_unknown(what);
+    const call_result call =
+        call_in_worker(what, asked.timeout, [&] { return reset_utm_id_shm(static_cast<uint32_t>(id), kind.number); });
+    const utm_id_registry after = read_registry(what, asked.timeout);
+    if (call.value != 0 || is_registered(after, kind.number, id))
+        throw failure(registry_problem(what, "did not take the change", call.error));
+    outcome released = {.result = {{"id", id}, {"released", freed_kinds(before, after, id)}}};
+    for (const std::string& word : freed_kinds(before, after, id))
+        released.confirmations.push_back(named(kind_of(word), id) + " released");
+    return released;
+}
+
+// The library reports success when it could not lock the registry, and the marker keeps it from trying again.
+outcome initialise(const std::string& what, double timeout, bool remove_marker)
+{
+    read_registry(what, timeout);
+    if (remove_marker && unlink(UTM_ID_MARKER) != 0 && errno != ENOENT)
+        throw failure(registry_problem(what, std::string("keeps its marker ") + UTM_ID_MARKER, errno));
+    if (registry_was_cleared())
+        return {.result = {{"cleared", false}}, .confirmations = {"the registry is in use since the gateway started"}};
+    const call_result call = call_in_worker(what, timeout, init_utm_id_shm);
+    if (call.value != 0)
+        throw failure(registry_problem(what, "cannot be cleared", call.error));
+    if (!is_empty(read_registry(what, timeout)))
+        throw failure(registry_problem(what, "was not cleared, or somebody uses it already", 0));
+    return {.result = {{"cleared", true}}, .confirmations = {"the registry was cleared"}};
+}
+
+outcome init(const request& asked)
+{
+    return initialise("the registry was not initialised", asked.timeout, false);
+}
+
+outcome clear(const request& asked)
+{
+    return initialise("the registry was not cleared", asked.timeout, true);
+}
+
+constexpr argument kind_and_id[] = {
+    {"KIND", occurs::once, check_kind, "profile, cf-policy or app-policy"},
+    {"ID", occurs::once, check_id, "the identifier"},
+};
+constexpr argument kind_and_new_id[] = {
+    {"KIND", occurs::once, check_kind, "profile, cf-policy or app-policy"},
+    {"ID", occurs::at_most_once, check_id_or_zero, "the identifier to take; 0 or none: the current time in seconds"},
+};
+
+constexpr command commands[] = {
+    {"show", {}, show, "show every slot in use"},
+    {"check", kind_and_id, check, "tell by the exit status whether an identifier is registered"},
+    {"reserve", kind_and_new_id, reserve, "reserve an identifier, without telling any daemon, and print it"},
+    {"release", kind_and_id, release, "release an identifier, without telling any daemon; a policy's as both kinds"},
+    {"init", {}, init, "clear the registry if that was not done since the gateway started"},
+    {"clear", {}, clear, "clear the registry now, without telling any daemon", "every identifier and binding"},
+};
+
+} // namespace
+
+constinit const family registry_family = {"registry", "the identifiers of profiles and policies", commands};

@@ -1,0 +1,102 @@
+#include "tools/utmctl/registry_view.h"
+
+#include "tools/utmctl/worker.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+constexpr char key_file[] = KQUTM_IPC_KEY_FILE;
+
+using slots = std::vector<uint32_t>;
+
+// A process that loses the race to create the semaphore finds it at the second look.
+int open_lock()
+{
+    int semaphore = init_utm_id_config_sem();
+    return semaphore < 0 && errno == EEXIST ? init_utm_id_config_sem() : semaphore;
+}
+
+json failed_step(const char* cause)
+{
+    const int error = errno;
+    return {{"cause", cause}, {"error", error}};
+}
+
+json copy_of(const utm_id_registry& registry)
+{
+    const auto* first = reinterpret_cast<const uint32_t*>(&registry);
+    return {{"slots", slots(first, first + sizeof registry / sizeof *first)}};
+}
+
+json read_under_lock()
+{
+    const int semaphore = open_lock();
+    if (semaphore < 0)
+        return failed_step("cannot be used: its semaphore cannot be opened");
+    if (utm_id_config_lock(semaphore) != 0)
+        return failed_step("cannot be used: its semaphore cannot be locked");
+    const utm_id_registry* registry = attach_utm_id_data_shm();
+    json reading =
+        registry == nullptr ? failed_step("cannot be used: its segment cannot be attached") : copy_of(*registry);
+    detach_utm_id_data_shm(registry);
+    utm_id_config_unlock(semaphore);
+    return reading;
+}
+
+} // namespace
+
+problem registry_problem(const std::string& what, const std::string& cause, int error)
+{
+    const std::string reason = error == 0 ? "" : std::string(": ") + strerror(error);
+    const bool without_key = access(key_file, F_OK) != 0;
+    return {.status = exit_status::registry_unusable,
+            .what = what,
+            .culprits = {{"the ID registry", key_file, cause + reason}},
+            .next = without_key ? std::string("install the library at ") + key_file + ", which is its key file"
+                                : "look with 'ipcs -sm' whose semaphore and segment are in the way"};
+}
+
+utm_id_registry read_registry(const std::string& what, double seconds)
+{
+    const json reading = call_in_worker(what, seconds, read_under_lock).value;
+    if (!reading.contains("slots"))
+        throw failure(registry_problem(what, reading["cause"], reading["error"]));
+    utm_id_registry registry;
+    const slots copied = reading["slots"];
+    std::copy(copied.begin(), copied.end(), reinterpret_cast<uint32_t*>(&registry));
+    return registry;
+}
+
+bool registry_was_cleared()
+{
+    return access(UTM_ID_MARKER, F_OK) == 0;
+}
+
+std::span<const uint32_t, UTM_ID_SLOTS> ids_of(const utm_id_registry& registry, uint32_t kind)
+{
+    switch (kind) {
+    case UTM_ID_USER_PROFILE:
+        return registry.profiles;
+    case UTM_ID_CF_POLICY:
+        return registry.cf_policies;
+    default:
+        return registry.app_policies;
+    }
+}
+
+bool is_registered(const utm_id_registry& registry, uint32_t kind, int32_t id)
+{
+    auto ids = ids_of(registry, kind);
+    return std::find(ids.begin(), ids.end(), static_cast<uint32_t>(id)) != ids.end();
+}
+
+bool is_empty(const utm_id_registry& registry)
+{
+    const utm_id_registry empty = {};
+    return memcmp(&registry, &empty, sizeof empty) == 0;
+}

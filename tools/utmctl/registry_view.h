@@ -1,0 +1,20 @@
+#pragma once
+
+#include "tools/utmctl/outcome.h"
+
+#include "kqutm/registry.h"
+
+#include <span>
+
+// The registry as it stands, copied under its lock.
+
+// Throws a failure, which starts with what, when the registry cannot be read.
+utm_id_registry read_registry(const std::string& what, double seconds);
+
+bool registry_was_cleared(); // since the gateway started
+std::span<const uint32_t, UTM_ID_SLOTS> ids_of(const utm_id_registry& registry, uint32_t kind);
+bool is_registered(const utm_id_registry& registry, uint32_t kind, int32_t id);
+bool is_empty(const utm_id_registry& registry);
+
+// The problem of a registry that cannot be used.
+problem registry_problem(const std::string& what, const std::string& cause, int error);

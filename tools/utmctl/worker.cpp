@@ -1,0 +1,171 @@
+#include "tools/utmctl/worker.h"
+
+#include "tools/utmctl/lock_holder.h"
+
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/mman.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <utility>
+
+namespace {
+
+using clock_type = std::chrono::steady_clock;
+
+class descriptor {
+public:
+    explicit descriptor(int fd) : fd_(fd) {}
+    descriptor(const descriptor&) = delete;
+    descriptor& operator=(const descriptor&) = delete;
+    ~descriptor() { reset(); }
+    int get() const { return fd_; }
+    void reset()
+    {
+        if (fd_ >= 0)
+            close(std::exchange(fd_, -1));
+    }
+
+private:
+    int fd_;
+};
+
+[[noreturn]] void cannot_start(const std::string& what, const char* step)
+{
+    throw failure(
+        {.status = exit_status::protocol_error,
+         .what = what,
+         .culprits = {{"the worker process", "", std::string("cannot be started: ") + step + ": " + strerror(errno)}},
+         .next = "free memory, processes or descriptors and run the command again"});
+}
+
+void write_all(int fd, const std::string& text)
+{
+    for (size_t done = 0; done < text.size();) {
+        ssize_t written = write(fd, text.data() + done, text.size() - done);
+        if (written < 0 && errno != EINTR)
+            _exit(1);
+        done += written > 0 ? static_cast<size_t>(written) : 0;
+    }
+}
+
+// The worker ends with its parent, so that nothing is left behind when the command itself is killed.
+[[noreturn]] void work(const std::function<json()>& body, int result, int printed, pid_t parent)
+{
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    if (getppid() != parent)
+        _exit(1);
+    dup2(printed, STDOUT_FILENO);
+    dup2(printed, STDERR_FILENO);
+    errno = 0;
+    json value = body();
+    int error = errno;
+    fflush(stdout);
+    write_all(result, json{{"value", value}, {"errno", error}}.dump());
+    _exit(0);
+}
+
+int milliseconds_until(clock_type::time_point deadline)
+{
+    auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - clock_type::now());
+    return static_cast<int>(std::max<long>(left.count(), 0));
+}
+
+// Everything up to the end of the pipe. False at the deadline.
+bool read_until(int fd, clock_type::time_point deadline, std::string& text)
+{
+    char block[4096];
+    for (;;) {
+        pollfd wanted = {.fd = fd, .events = POLLIN, .revents = 0};
+        int ready = poll(&wanted, 1, milliseconds_until(deadline));
+        if (ready < 0 && errno == EINTR)
+            continue;
+        if (ready <= 0)
+            return false;
+        ssize_t size = read(fd, block, sizeof block);
+        if (size <= 0)
+            return true;
+        text.append(block, static_cast<size_t>(size));
+    }
+}
+
+std::string content_of(int fd)
+{
+    std::string text;
+    char block[4096];
+    off_t at = 0;
+    for (ssize_t size; (size = pread(fd, block, sizeof block, at)) > 0; at += size)
+        text.append(block, static_cast<size_t>(size));
+    return text;
+}
+
+int wait_for(pid_t worker)
+{
+    int status = 0;
+    while (waitpid(worker, &status, 0) < 0 && errno == EINTR)
+        ;
+    return status;
+}
+
+[[noreturn]] void tell_overdue(const std::string& what, double seconds)
+{
+    char limit[32];
+    snprintf(limit, sizeof limit, "%g", seconds);
+    throw failure(
+        {.status = exit_status::no_answer,
+         .what = what,
+         .culprits = {overdue_culprit(std::string("within ") + limit + " s")},
+         .next =
+             "the call was ended and may have been carried out in part: 'utmctl registry show' tells what the registry "
+             "holds, and --timeout sets a longer limit"});
+}
+
+[[noreturn]] void tell_death(const std::string& what, int status)
+{
+    std::string how = WIFSIGNALED(status) ? std::string("was killed by signal ") + std::to_string(WTERMSIG(status)) +
+                                                " (" + strsignal(WTERMSIG(status)) + ")"
+                                          : "ended with status " + std::to_string(WEXITSTATUS(status));
+    throw failure({.status = exit_status::protocol_error,
+                   .what = what,
+                   .culprits = {{"the worker process", "", how + " during the call"}},
+                   .next = "'utmctl registry show' tells what the registry holds"});
+}
+
+} // namespace
+
+call_result call_in_worker(const std::string& what, double seconds, const std::function<json()>& body)
+{
+    const auto deadline =
+        clock_type::now() + std::chrono::duration_cast<clock_type::duration>(std::chrono::duration<double>(seconds));
+    descriptor printed(memfd_create("utmctl-printed", MFD_CLOEXEC));
+    int ends[2];
+    if (printed.get() < 0 || pipe2(ends, O_CLOEXEC) != 0)
+        cannot_start(what, "pipe");
+    descriptor result(ends[0]);
+    descriptor worker_end(ends[1]);
+    const pid_t parent = getpid();
+    const pid_t worker = fork();
+    if (worker < 0)
+        cannot_start(what, "fork");
+    if (worker == 0)
+        work(body, worker_end.get(), printed.get(), parent);
+    worker_end.reset();
+
+    std::string text;
+    const bool in_time = read_until(result.get(), deadline, text);
+    if (!in_time)
+        kill(worker, SIGKILL);
+    const int status = wait_for(worker);
+    if (!in_time)
+        tell_overdue(what, seconds);
+    const json handed_back = json::parse(text, nullptr, false);
+    if (status != 0 || handed_back.is_discarded())
+        tell_death(what, status);
+    return {handed_back["value"], handed_back["errno"], content_of(printed.get())};
+}
