@@ -69,6 +69,17 @@ public:
         return paths;
     }
 
+    // The last request that the daemon at this path got.
+    sim::bytes request_of(const std::string& path) const
+    {
+        sim::bytes found;
+        for (const sim::visit& visit : visits()) {
+            if (visit.path == path)
+                found = visit.request;
+        }
+        return found;
+    }
+
 private:
     void start(const char* path, int status)
     {

@@ -1,0 +1,166 @@
+// What holds between processes: the registry's lock, its clearing after boot, and the log.
+
+#include "kqutm/common.h"
+#include "kqutm/registry.h"
+
+#include "tests/sandbox/files.h"
+#include "tests/sandbox/registry.h"
+
+#include <algorithm>
+#include <csignal>
+#include <fcntl.h>
+#include <filesystem>
+#include <functional>
+#include <gtest/gtest.h>
+#include <set>
+#include <sstream>
+#include <sys/mman.h>
+#include <sys/sem.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr int process_count = 8;
+
+pid_t start(const std::function<void()>& body)
+{
+    const pid_t child = fork();
+    if (child == 0) {
+        body();
+        _exit(0);
+    }
+    EXPECT_GT(child, 0);
+    return child;
+}
+
+// Runs body in processes of its own, all at once, each with its number.
+void in_processes(const std::function<void(int)>& body)
+{
+    std::vector<pid_t> children;
+    for (int number = 0; number < process_count; number++)
+        children.push_back(start([&] { body(number); }));
+    for (pid_t child : children) {
+        int status = -1;
+        EXPECT_EQ(waitpid(child, &status, 0), child);
+        EXPECT_EQ(status, 0);
+    }
+}
+
+// Numbers that processes share.
+class shared_numbers {
+public:
+    explicit shared_numbers(size_t count)
+        : count_(count), numbers_(static_cast<int*>(mmap(nullptr, count * sizeof(int), PROT_READ | PROT_WRITE,
+                                                         MAP_SHARED | MAP_ANONYMOUS, -1, 0)))
+    {
+    }
+    shared_numbers(const shared_numbers&) = delete;
+    shared_numbers& operator=(const shared_numbers&) = delete;
+    ~shared_numbers() { munmap(numbers_, count_ * sizeof(int)); }
+
+    int& operator[](size_t i) const { return numbers_[i]; }
+    std::multiset<int> all() const { return {numbers_, numbers_ + count_}; }
+
+private:
+    size_t count_;
+    int* numbers_;
+};
+
+TEST(processes, each_requested_id_is_handed_out_once)
+{
+    constexpr int ids = 200;
+    ASSERT_EQ(init_utm_id_shm(), 0);
+    shared_numbers granted(process_count * ids);
+    in_processes([&](int number) {
+        for (int id = 1; id <= ids; id++) {
+            if (get_unique_id(static_cast<uint32_t>(id), UTM_ID_USER_PROFILE) == id)
+                granted[static_cast<size_t>(number * ids + id - 1)] = id;
+        }
+    });
+    const std::multiset<int> all = granted.all();
+    for (int id = 1; id <= ids; id++)
+        EXPECT_EQ(all.count(id), 1U) << id;
+    const slots table = all_slots();
+    const std::set<uint32_t> registered(table.begin(), table.begin() + ids);
+    EXPECT_EQ(registered.size(), static_cast<size_t>(ids)) << "each in a slot of its own";
+    EXPECT_EQ(registered.count(0), 0U);
+}
+
+TEST(processes, no_chosen_id_is_handed_out_twice)
+{
+    ASSERT_EQ(init_utm_id_shm(), 0);
+    shared_numbers chosen(process_count);
+    in_processes([&](int number) { chosen[static_cast<size_t>(number)] = get_unique_id(0, UTM_ID_USER_PROFILE); });
+    const std::multiset<int> all = chosen.all();
+    EXPECT_GT(*all.begin(), 0);
+    EXPECT_EQ(std::set<int>(all.begin(), all.end()).size(), static_cast<size_t>(process_count));
+}
+
+TEST(processes, one_that_is_killed_gives_its_lock_back)
+{
+    int ready[2];
+    ASSERT_EQ(pipe2(ready, O_CLOEXEC), 0);
+    const pid_t holder = start([&] {
+        if (utm_id_config_lock(init_utm_id_config_sem()) == 0)
+            (void)!write(ready[1], "x", 1);
+        pause();
+    });
+    char byte;
+    ASSERT_EQ(read(ready[0], &byte, 1), 1);
+    EXPECT_EQ(semaphore_value(), 0);
+    const pid_t waiter = start([] { _exit(get_unique_id(5, UTM_ID_USER_PROFILE) == 5 ? 0 : 1); });
+    while (semctl(semaphore(), 0, GETNCNT, 0L) != 1)
+        usleep(1000);
+    kill(holder, SIGKILL);
+    int status = -1;
+    EXPECT_EQ(waitpid(waiter, &status, 0), waiter);
+    EXPECT_EQ(status, 0);
+    waitpid(holder, &status, 0);
+    EXPECT_EQ(slot(profiles), 5U);
+    EXPECT_EQ(semaphore_value(), 1);
+    close(ready[0]);
+    close(ready[1]);
+}
+
+TEST(processes, all_see_a_clear_registry_after_boot)
+{
+    set_slots({{profiles, 5}, {cf_bindings + 9, 6}, {app_policies + 255, 7}});
+    shared_numbers results(process_count);
+    in_processes([&](int number) { results[static_cast<size_t>(number)] = init_utm_id_shm(); });
+    EXPECT_EQ(results.all().count(0), static_cast<size_t>(process_count));
+    EXPECT_EQ(all_slots(), slots(1280, 0));
+    EXPECT_EQ(semaphore_value(), 1);
+}
+
+TEST(processes, lines_of_several_writers_stay_whole)
+{
+    constexpr int lines = 100;
+    in_processes([](int number) {
+        for (int line = 0; line < lines; line++)
+            utm_log(UTM_APPCF_LOG, "[writer_%d]line %d of some length\n", number, line);
+    });
+    std::multiset<std::string> expected;
+    for (int number = 0; number < process_count; number++) {
+        for (int line = 0; line < lines; line++)
+            expected.insert("[writer_" + std::to_string(number) + "]line " + std::to_string(line) + " of some length");
+    }
+    std::istringstream log(appcf_log());
+    std::multiset<std::string> written;
+    for (std::string line; std::getline(log, line);)
+        written.insert(line);
+    EXPECT_EQ(written, expected);
+}
+
+TEST(processes, rotation_by_several_at_once_leaves_two_files_at_most)
+{
+    make_sparse_file(UTM_APPCF_LOG, 5242881);
+    in_processes([](int) { utm_log(UTM_APPCF_LOG, "a line\n"); });
+    EXPECT_LE(std::filesystem::file_size(UTM_APPCF_LOG), 8U * 7U);
+    for (const auto& file : std::filesystem::directory_iterator("/tmp/utm_log")) {
+        const std::string path = file.path();
+        EXPECT_TRUE(path == UTM_APPCF_LOG || path == UTM_APPCF_LOG "2") << path;
+    }
+}
+
+} // namespace
