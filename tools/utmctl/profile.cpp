@@ -17,11 +17,31 @@ using operation = std::function<int32_t()>;
 
 // One operation on one profile: how it is told, and how its answers are judged.
 struct profile_step {
-    std::string not_done; // "profile 7 was not created"
-    std::string partly;   // "profile 7 was created in part"
-    int32_t id;           // 0: the operation chooses one
+    std::string subject;    // "profile 7"
+    std::string participle; // "created"
+    int32_t id;             // 0: the operation chooses one
     profile_answers (*judge)(profile_evidence);
 };
+
+std::string not_done(const profile_step& step)
+{
+    return step.subject + " was not " + step.participle;
+}
+
+std::string done_in_part(const profile_step& step)
+{
+    return step.subject + " was " + step.participle + " in part";
+}
+
+std::string maybe_done(const profile_step& step)
+{
+    return step.subject + " may have been " + step.participle;
+}
+
+std::string done(const profile_step& step)
+{
+    return step.subject + " " + step.participle;
+}
 
 struct profile_report {
     int32_t returned;
@@ -31,10 +51,10 @@ struct profile_report {
 
 profile_report carry_out(const profile_step& step, const operation& work, double timeout)
 {
-    const utm_id_registry before = read_registry(step.not_done, timeout);
+    const utm_id_registry before = read_registry(not_done(step), timeout);
     const log_watch log(UTM_APPCF_LOG);
-    const call_result call = call_in_worker(step.not_done, timeout, work);
-    const utm_id_registry after = read_registry(step.not_done, timeout);
+    const call_result call = call_in_worker(maybe_done(step), timeout, work);
+    const utm_id_registry after = read_registry(maybe_done(step), timeout);
     const int32_t returned = call.value;
     return {.returned = returned,
             .evidence = {.id = step.id != 0 ? step.id : returned,
@@ -99,7 +119,7 @@ outcome told(const profile_step& step, const profile_answers& answers, const pro
     const bool left_unregistered = !registered && evidence.id > 0 && step.judge != judge_device &&
                                    !(step.judge == judge_create && accepted_by(answers).empty());
     told.problems.push_back({.status = answers.status,
-                             .what = (in_part ? step.partly : step.not_done) + state_of(answers, registered),
+                             .what = (in_part ? done_in_part(step) : not_done(step)) + state_of(answers, registered),
                              .culprits = culprits_of(answers),
                              .next = next_step(answers, left_unregistered, evidence.id)});
     return told;
@@ -133,7 +153,7 @@ outcome work_on_registered(const profile_step& step, const operation& work, cons
     try {
         const profile_report report = carry_out(step, work, timeout);
         if (was_unknown(report))
-            return refused(result, unknown_profile(step.not_done));
+            return refused(result, unknown_profile(not_done(step)));
         return told(step, step.judge(report.evidence), report.evidence, result);
     } catch (const failure& failed) {
         return refused(result, failed.why());
@@ -161,20 +181,17 @@ problem registry_refusal(const std::string& what, int error)
 outcome create(const request& asked)
 {
     const int32_t id = asked.has("ID") ? id_of(asked.one("ID")) : 0;
-    const profile_step step = {.not_done = profile_name(id) + " was not created",
-                               .partly = profile_name(id) + " was created in part",
-                               .id = id,
-                               .judge = judge_create};
+    const profile_step step = {profile_name(id), "created", id, judge_create};
     profile_report report = carry_out(
         step, [id] { return utm_user_profile_create(id); }, asked.timeout);
     const std::optional<int> error = report.evidence.error;
     const json result = {{"id", report.evidence.id > 0 ? json(report.evidence.id) : json()}};
     if (error == EEXIST || error == ENOSPC)
-        return refused(result, registry_refusal(step.not_done, *error));
+        return refused(result, registry_refusal(not_done(step), *error));
     if (error && !registry_was_cleared())
-        return refused(result, registry_problem(step.not_done, "cannot be cleared for its first use", *error));
-    profile_step named = step;
-    named.partly = profile_name(report.evidence.id) + " was created in part";
+        return refused(result, registry_problem(not_done(step), "cannot be cleared for its first use", *error));
+    const profile_step named =
+        report.returned > 0 ? profile_step{profile_name(report.returned), "created", 0, judge_create} : step;
     outcome created = told(named, judge_create(report.evidence), report.evidence, result);
     if (report.returned > 0)
         created.lines.push_back(std::to_string(report.returned));
@@ -183,14 +200,11 @@ outcome create(const request& asked)
 
 outcome delete_one(int32_t id, double timeout)
 {
-    const profile_step step = {.not_done = profile_name(id) + " was not deleted",
-                               .partly = profile_name(id) + " was deleted in part",
-                               .id = id,
-                               .judge = judge_delete};
+    const profile_step step = {profile_name(id), "deleted", id, judge_delete};
     outcome deleted = work_on_registered(
         step, [id] { return utm_user_profile_delete(id); }, {{"id", id}}, timeout);
     if (deleted.status == exit_status::done)
-        deleted.confirmations.push_back(profile_name(id) + " deleted");
+        deleted.confirmations.push_back(done(step));
     return deleted;
 }
 
@@ -204,26 +218,21 @@ outcome delete_all_given(const request& asked)
 
 struct device_change {
     int32_t (*operation)(int32_t id, const uint8_t* mac);
-    const char* done;
-    const char* in_words; // between the device and the profile
+    const char* participle;
 };
 
-constexpr device_change adding = {utm_user_profile_add_dev, "added", "to"};
-constexpr device_change removing = {utm_user_profile_del_dev, "removed", "from"};
+constexpr device_change adding = {utm_user_profile_add_dev, "added to"};
+constexpr device_change removing = {utm_user_profile_del_dev, "removed from"};
 
 outcome change_device(const device_change& change, int32_t id, const std::string& device, double timeout)
 {
     const mac_address mac = mac_of(device);
-    const std::string verb = std::string(" ") + change.done;
-    const std::string where = std::string(" ") + change.in_words + " " + profile_name(id);
-    const profile_step step = {.not_done = device + " was not" + verb + where,
-                               .partly = device + " was" + verb + where + " in part",
-                               .id = id,
-                               .judge = judge_device};
+    const std::string participle = std::string(change.participle) + " " + profile_name(id);
+    const profile_step step = {device, participle, id, judge_device};
     outcome changed = work_on_registered(
         step, [&] { return change.operation(id, mac.data()); }, {{"id", id}, {"mac", device}}, timeout);
     if (changed.status == exit_status::done)
-        changed.confirmations.push_back(device + verb + where);
+        changed.confirmations.push_back(done(step));
     return changed;
 }
 
@@ -252,24 +261,20 @@ outcome list(const request& asked)
 
 outcome flushed_one(const profile_evidence& evidence)
 {
-    const profile_step step = {.not_done = profile_name(evidence.id) + " was not deleted",
-                               .partly = profile_name(evidence.id) + " was deleted in part",
-                               .id = evidence.id,
-                               .judge = judge_flushed};
+    const profile_step step = {profile_name(evidence.id), "deleted", evidence.id, judge_flushed};
     outcome flushed = told(step, judge_flushed(evidence), evidence, {{"id", evidence.id}});
     if (flushed.status == exit_status::done)
-        flushed.confirmations.push_back(profile_name(evidence.id) + " deleted");
+        flushed.confirmations.push_back(done(step));
     return flushed;
 }
 
 outcome flush(const request& asked)
 {
-    const profile_step step = {
-        .not_done = "the profiles were not flushed", .partly = "", .id = 0, .judge = judge_flushed};
+    const profile_step step = {"every profile", "deleted", 0, judge_flushed};
     profile_report report = carry_out(step, utm_user_profile_flush, asked.timeout);
     if (report.evidence.error)
         throw failure(
-            registry_problem(step.not_done, "cannot be used: its segment cannot be attached", *report.evidence.error));
+            registry_problem(not_done(step), "cannot be used: its segment cannot be attached", *report.evidence.error));
     outcome sum = {.result = json::array()};
     for (uint32_t id : report.evidence.before.profiles) {
         report.evidence.id = static_cast<int32_t>(id);

@@ -47,6 +47,8 @@ bool all_unreachable(const std::vector<failed_exchange>& failures)
 // The candidates were told in order, so their failures stand in the same order.
 void place_others(profile_answers& answers, const targets& candidates, std::vector<failed_exchange> failures)
 {
+    if (failures.empty())
+        return;
     targets failed = candidates;
     if (failures.size() < candidates.size() && all_unreachable(failures))
         failed = unreachable_now(candidates);
@@ -55,8 +57,6 @@ void place_others(profile_answers& answers, const targets& candidates, std::vect
             place(answers, failed[i], failures[i]);
         return;
     }
-    if (failures.empty())
-        return;
     for (size_t target : candidates)
         answers.given[target] = answer::open;
     answers.unplaced = std::move(failures);
