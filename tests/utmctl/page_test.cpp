@@ -1,0 +1,68 @@
+#include "tests/sandbox/config_daemons.h"
+#include "tests/sandbox/files.h"
+#include "tests/utmctl/run.h"
+
+#include <cstring>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+#include <sstream>
+
+namespace {
+
+struct example {
+    std::string line;
+    std::string out;
+};
+
+// The page shows examples as indented lines: the command behind "$ utmctl ", and what it prints.
+std::vector<example> examples_of(const std::string& page)
+{
+    const std::string prompt = "    $ utmctl ";
+    std::vector<example> examples;
+    std::istringstream stream(page);
+    for (std::string line; std::getline(stream, line);) {
+        if (line.starts_with(prompt))
+            examples.push_back({line.substr(prompt.size()), ""});
+        else if (line.starts_with("    "))
+            examples.back().out += line.substr(4) + "\n";
+    }
+    return examples;
+}
+
+TEST(page, its_examples_are_true)
+{
+    const config_daemons daemons;
+    const std::vector<example> examples = examples_of(content_of(KQUTM_UTMCTL_PAGE));
+    ASSERT_EQ(examples.size(), 5U);
+    for (const example& one : examples)
+        EXPECT_EQ(utmctl(one.line), (run_result{0, one.out, ""})) << one.line;
+}
+
+bool has(const std::string& page, const std::ostringstream& text)
+{
+    return page.find(text.str()) != std::string::npos;
+}
+
+TEST(page, it_lists_every_exit_status)
+{
+    const std::string page = content_of(KQUTM_UTMCTL_PAGE);
+    const auto help = nlohmann::json::parse(utmctl("-j help").out);
+    for (const auto& row : help["result"]["exit_statuses"]) {
+        std::ostringstream cells;
+        cells << "| " << row["exit"].get<int>() << " | `" << row["status"].get<std::string>() << "` |";
+        EXPECT_TRUE(has(page, cells)) << cells.str();
+    }
+}
+
+TEST(page, it_lists_every_command)
+{
+    const std::string page = content_of(KQUTM_UTMCTL_PAGE);
+    const auto help = nlohmann::json::parse(utmctl("-j help").out);
+    for (const auto& row : help["result"]["commands"]) {
+        std::ostringstream cell;
+        cell << "`" << row["usage"].get<std::string>().substr(strlen("utmctl ")) << "`";
+        EXPECT_TRUE(has(page, cell)) << cell.str();
+    }
+}
+
+} // namespace

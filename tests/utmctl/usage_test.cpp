@@ -1,0 +1,135 @@
+#include "tests/sandbox/files.h"
+#include "tests/utmctl/run.h"
+
+#include <cstring>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+namespace {
+
+struct bad_line {
+    const char* line;
+    const char* error;
+};
+
+constexpr bad_line bad_lines[] = {
+    {"", "no command given; 'utmctl help' lists the commands"},
+    {"profle list", "unknown command 'profle'; did you mean 'profile'? 'utmctl help' lists the commands"},
+    {"zzz", "unknown command 'zzz'; 'utmctl help' lists the commands"},
+    {"profile", "incomplete command 'profile'; 'utmctl help profile' lists its commands"},
+    {"profile lst",
+     "unknown command 'profile lst'; did you mean 'profile list'? 'utmctl help profile' lists the commands"},
+    {"registry res 1",
+     "unknown command 'registry res'; did you mean 'registry reserve'? 'utmctl help registry' lists the "
+     "commands"},
+    {"profile create 5 6", "profile create: unexpected argument '6'; 'utmctl help profile create' tells what it takes"},
+    {"profile list --all", "profile list: unexpected argument '--all'; 'utmctl help profile list' tells what it takes"},
+    {"profile delete", "profile delete: ID is required; 'utmctl help profile delete' tells what it takes"},
+    {"profile delete 0",
+     "profile delete: ID: '0' is not an identifier, a whole number from 1 to 2147483647; 'utmctl help "
+     "profile delete' tells what it takes"},
+    {"profile delete 7 8x",
+     "profile delete: ID: '8x' is not an identifier, a whole number from 1 to 2147483647; 'utmctl "
+     "help profile delete' tells what it takes"},
+    {"profile create 2147483648",
+     "profile create: ID: '2147483648' is not an identifier, a whole number from 1 to "
+     "2147483647, or 0 for one from the clock; 'utmctl help profile create' tells what it takes"},
+    {"profile create -5",
+     "profile create: ID: '-5' is not an identifier, a whole number from 1 to 2147483647, or 0 for one "
+     "from the clock; 'utmctl help profile create' tells what it takes"},
+    {"profile create +5",
+     "profile create: ID: '+5' is not an identifier, a whole number from 1 to 2147483647, or 0 for one "
+     "from the clock; 'utmctl help profile create' tells what it takes"},
+    {"profile add-device 7",
+     "profile add-device: MAC is required; 'utmctl help profile add-device' tells what it takes"},
+    {"profile add-device 7 02:42:ac:11:00", "profile add-device: MAC: '02:42:ac:11:00' is not a MAC address such as "
+                                            "02:42:ac:11:00:05; 'utmctl help profile add-device' tells what it takes"},
+    {"profile add-device 7 02:42-ac:11:00:05",
+     "profile add-device: MAC: '02:42-ac:11:00:05' is not a MAC address such as "
+     "02:42:ac:11:00:05; 'utmctl help profile add-device' tells what it takes"},
+    {"profile del-device 7 02:42:ac:11:00:-5",
+     "profile del-device: MAC: '02:42:ac:11:00:-5' is not a MAC address such as "
+     "02:42:ac:11:00:05; 'utmctl help profile del-device' tells what it takes"},
+    {"registry check policy 7", "registry check: KIND: 'policy' is not a kind of identifier: profile, cf-policy or "
+                                "app-policy; 'utmctl help registry check' tells what it takes"},
+    {"--timeout 0 version",
+     "wrong option: --timeout: '0' is not a number of seconds above 0 and up to 86400; 'utmctl help' "
+     "lists the options"},
+    {"--timeout 5s version",
+     "wrong option: --timeout: '5s' is not a number of seconds above 0 and up to 86400; 'utmctl help' "
+     "lists the options"},
+};
+
+class bad_usage : public testing::TestWithParam<bad_line> {};
+
+TEST_P(bad_usage, is_refused_before_anything_is_done)
+{
+    const std::string line = GetParam().line;
+    const std::string error = GetParam().error;
+    EXPECT_EQ(utmctl(line), (run_result{2, "", "utmctl: " + error + "\n"}));
+    EXPECT_FALSE(exists("/tmp/utm_log"));
+
+    const run_result in_json = utmctl("--json " + line);
+    const auto value = nlohmann::json::parse(in_json.out);
+    EXPECT_EQ(in_json.status, 2);
+    EXPECT_EQ(value["exit"], 2);
+    EXPECT_EQ(value["status"], "usage");
+    EXPECT_EQ(value["errors"][0]["message"], error);
+}
+
+INSTANTIATE_TEST_SUITE_P(utmctl, bad_usage, testing::ValuesIn(bad_lines));
+
+TEST(usage, version)
+{
+    EXPECT_EQ(utmctl("version"), (run_result{0, "utmctl 1.0.0\n", ""}));
+    EXPECT_EQ(utmctl("--version"), utmctl("version"));
+    EXPECT_EQ(utmctl("version -j"),
+              (run_result{0,
+                          "{\"command\":\"version\",\"status\":\"done\",\"exit\":0,\"result\":{\"version\":\"1.0.0\"},"
+                          "\"errors\":[]}\n",
+                          ""}));
+}
+
+TEST(usage, pretty_json)
+{
+    EXPECT_EQ(utmctl("--json=pretty version"), (run_result{0,
+                                                           "{\n"
+                                                           "  \"command\": \"version\",\n"
+                                                           "  \"status\": \"done\",\n"
+                                                           "  \"exit\": 0,\n"
+                                                           "  \"result\": {\n"
+                                                           "    \"version\": \"1.0.0\"\n"
+                                                           "  },\n"
+                                                           "  \"errors\": []\n"
+                                                           "}\n",
+                                                           ""}));
+}
+
+TEST(usage, help_on_one_command)
+{
+    const run_result help = utmctl("help registry clear");
+    EXPECT_EQ(help.status, 0);
+    EXPECT_TRUE(help.out.starts_with("Usage: utmctl registry clear --yes\n\n"
+                                     "Does: clear the registry now, without telling any daemon.\n\n"
+                                     "  --yes  what it destroys may be destroyed: every identifier and binding\n"))
+        << help;
+    EXPECT_EQ(utmctl("registry clear --help"), help);
+}
+
+// Every command of the table is a line of the help, and every one prints one JSON value whatever comes.
+TEST(usage, every_command_prints_one_json_value)
+{
+    const auto help = nlohmann::json::parse(utmctl("-j help").out);
+    const std::string text = utmctl("help").out;
+    EXPECT_EQ(help["result"]["exit_statuses"].size(), 10U);
+    ASSERT_GE(help["result"]["commands"].size(), 14U);
+    for (const auto& command : help["result"]["commands"]) {
+        const std::string words = command["command"];
+        const std::string usage = command["usage"];
+        EXPECT_NE(text.find("\n  " + usage.substr(strlen("utmctl "))), std::string::npos) << usage;
+        const run_result result = utmctl("-j --timeout 20 " + words);
+        EXPECT_EQ(nlohmann::json::parse(result.out)["exit"], result.status) << result;
+    }
+}
+
+} // namespace
