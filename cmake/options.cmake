@@ -30,7 +30,7 @@ function(kqutm_part option description)
   endif()
 endfunction()
 
-kqutm_part(KQUTM_BUILD_SIMULATOR "Build utm-gateway, the simulated gateway" CLI11 nlohmann_json)
+kqutm_part(KQUTM_BUILD_SIMULATOR "Build utm-gateway, the simulated gateway" CLI11 nlohmann_json smartcols)
 kqutm_part(KQUTM_BUILD_TOOLS "Build utmctl, the command" CLI11 nlohmann_json smartcols)
 kqutm_part(KQUTM_BUILD_TESTS "Build the tests" CLI11 nlohmann_json smartcols GTest)
 if(KQUTM_BUILD_TESTS AND NOT (KQUTM_BUILD_SIMULATOR AND KQUTM_BUILD_TOOLS))

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "sim/process.h"
+
 #include <functional>
 #include <string>
 #include <vector>
@@ -14,9 +16,6 @@ struct gateway_view {
     std::vector<std::string> addresses; // on lo besides its own, such as "192.168.1.1" or "fd00::1"
     std::vector<std::string> kept;      // folders that stay visible although they lie below /tmp, /dev or /run
 };
-
-// The exit status of run_in_namespaces when the machine refuses the view; one line on standard error tells why.
-constexpr int view_refused = 125;
 
 // Runs body inside, in a process of its own, and returns its exit status as a shell would: 128 and the signal's number
 // for a process that was killed. Everything that body leaves running ends with it. As an ordinary user it works through

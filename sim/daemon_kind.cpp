@@ -1,0 +1,73 @@
+#include "sim/daemon_kind.h"
+
+#include "kqutm/daemon.h"
+#include "sim/failure.h"
+
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+namespace sim {
+
+namespace {
+
+constexpr int backlog = 256;
+
+int listen_at_path(const daemon_kind& kind)
+{
+    sockaddr_un address = {.sun_family = AF_UNIX};
+    strncpy(address.sun_path, kind.path, sizeof address.sun_path - 1);
+    unlink(kind.path);
+    int listener = socket(AF_UNIX, kind.type | SOCK_CLOEXEC, 0);
+    if (listener < 0 || bind(listener, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 ||
+        listen(listener, backlog) != 0 || chmod(kind.path, 0777) != 0)
+        fail(std::string("cannot listen at ") + kind.path);
+    return listener;
+}
+
+constexpr byte_range unnamed_in_responses[] = {{1, 15},   {28, 20}, {56, 24}, {208, 16},
+                                               {248, 16}, {272, 8}, {284, 4}, {804, 28}};
+
+// The config daemons differ in path, request and service alone.
+constexpr daemon_kind config_daemon(const char* name, const char* path, size_t request_size,
+                                    std::unique_ptr<service> (*make_service)())
+{
+    return {.name = name,
+            .path = path,
+            .type = SOCK_STREAM,
+            .code_width = 1,
+            .request_size = request_size,
+            .reply_size = sizeof(utm_event_response),
+            .result = {0, 1},
+            .more = UTM_RESPONSE_MORE,
+            .unnamed = unnamed_in_responses,
+            .listen = listen_at_path,
+            .make_service = make_service};
+}
+
+constexpr daemon_kind kinds[] = {
+    config_daemon("cf", UTM_CF_CONFIG_SOCKET, sizeof(utm_cf_config_event), make_cf),
+    config_daemon("app", UTM_APP_CONFIG_SOCKET, sizeof(utm_app_config_event), make_app),
+    config_daemon("user_profile", UTM_USER_PROFILE_SOCKET, sizeof(utm_user_profile_config_event), make_user_profile),
+};
+
+} // namespace
+
+std::span<const daemon_kind> daemon_kinds()
+{
+    return kinds;
+}
+
+const daemon_kind& daemon_named(const std::string& name)
+{
+    std::string known;
+    for (const daemon_kind& kind : kinds) {
+        if (name == kind.name)
+            return kind;
+        known += std::string(known.empty() ? "" : ", ") + kind.name;
+    }
+    throw input_error("no daemon is called \"" + name + "\" (there are " + known + ")");
+}
+
+} // namespace sim

@@ -1,0 +1,37 @@
+#pragma once
+
+#include "sim/record.h"
+#include "sim/service.h"
+
+#include <memory>
+#include <span>
+#include <string>
+
+namespace sim {
+
+struct byte_range {
+    size_t offset;
+    size_t size;
+};
+
+// A row of the table of daemons: everything the framework has to know of one.
+struct daemon_kind {
+    const char* name;
+    const char* path;
+    int type;            // of its socket
+    size_t code_width;   // of the code that a request begins with
+    size_t request_size; // of packets: the largest
+    size_t reply_size;
+    byte_range result;                   // the number in a reply that tells how it went
+    uint32_t more;                       // the result of a list entry that others follow
+    std::span<const byte_range> unnamed; // the bytes of a reply that mean nothing to a client
+    int (*listen)(const daemon_kind& kind);
+    std::unique_ptr<service> (*make_service)();
+};
+
+std::span<const daemon_kind> daemon_kinds();
+
+// Fails for a name that no daemon has.
+const daemon_kind& daemon_named(const std::string& name);
+
+} // namespace sim

@@ -1,0 +1,137 @@
+#include "sim/supervisor.h"
+
+#include "sim/control.h"
+#include "sim/failure.h"
+#include "sim/process.h"
+
+#include <csignal>
+#include <fcntl.h>
+#include <filesystem>
+#include <poll.h>
+#include <sys/signalfd.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace sim {
+
+namespace {
+
+sigset_t handled_signals()
+{
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGTERM);
+    sigaddset(&signals, SIGCHLD);
+    return signals;
+}
+
+// Starts a daemon and returns when its sockets are there.
+pid_t start_daemon(const daemon_kind& kind, const daemon_setup& setup, const trace_file& trace)
+{
+    int ready[2];
+    if (pipe2(ready, O_CLOEXEC) != 0)
+        fail("pipe");
+    auto body = [&]() -> int {
+        const sigset_t signals = handled_signals();
+        sigprocmask(SIG_UNBLOCK, &signals, nullptr);
+        run_daemon(kind, setup, trace, [&] {
+            (void)!write(ready[1], "", 1);
+            close(ready[1]);
+        });
+    };
+    const pid_t daemon = start_process(body, _exit);
+    close(ready[1]);
+    char byte = 0;
+    const bool is_ready = read(ready[0], &byte, 1) == 1;
+    close(ready[0]);
+    if (!is_ready)
+        throw std::runtime_error(std::string(kind.name) + " did not start");
+    return daemon;
+}
+
+class supervisor {
+public:
+    supervisor(const scenario& scenario, const trace_file& trace) : trace_(trace)
+    {
+        for (const daemon_kind& kind : daemon_kinds()) {
+            auto setup = scenario.daemons.find(kind.name);
+            start(kind, setup == scenario.daemons.end() ? daemon_setup{} : setup->second);
+        }
+    }
+
+    ~supervisor()
+    {
+        for (const daemon_kind& kind : daemon_kinds())
+            stop(kind);
+    }
+
+    supervisor(const supervisor&) = delete;
+    supervisor& operator=(const supervisor&) = delete;
+
+    json control(const json& request)
+    {
+        const daemon_kind& kind = daemon_named(request.at("daemon"));
+        stop(kind);
+        if (request.at("do") == "restart")
+            start(kind, {});
+        return nullptr;
+    }
+
+    // Those that ended by themselves.
+    void collect()
+    {
+        pid_t ended = 0;
+        while ((ended = waitpid(-1, nullptr, WNOHANG)) > 0)
+            std::erase_if(running_, [ended](const auto& entry) { return entry.second == ended; });
+    }
+
+private:
+    void start(const daemon_kind& kind, const daemon_setup& setup)
+    {
+        running_[kind.name] = start_daemon(kind, setup, trace_);
+    }
+
+    // Leaves no socket behind, unlike a daemon that crashed.
+    void stop(const daemon_kind& kind)
+    {
+        if (auto found = running_.find(kind.name); found != running_.end()) {
+            kill(found->second, SIGKILL);
+            waitpid(found->second, nullptr, 0);
+            running_.erase(found);
+        }
+        unlink(kind.path);
+        unlink(control_path(kind.name).c_str());
+    }
+
+    const trace_file& trace_;
+    std::map<std::string, pid_t> running_;
+};
+
+} // namespace
+
+int supervise(const scenario& scenario, const trace_file& trace, const std::function<void()>& ready)
+{
+    const sigset_t handled = handled_signals();
+    sigprocmask(SIG_BLOCK, &handled, nullptr);
+    const int signals = signalfd(-1, &handled, SFD_CLOEXEC);
+    const int requests = listen_for_control(supervisor_name);
+    supervisor daemons(scenario, trace);
+    ready();
+    for (;;) {
+        pollfd sources[] = {{.fd = signals, .events = POLLIN}, {.fd = requests, .events = POLLIN}};
+        poll(sources, std::size(sources), -1);
+        signalfd_siginfo signal = {};
+        if (sources[0].revents != 0 && read(signals, &signal, sizeof signal) == sizeof signal) {
+            if (signal.ssi_signo == SIGTERM)
+                break;
+            daemons.collect();
+        }
+        if (sources[1].revents != 0)
+            answer_control(requests, [&](const json& request) { return daemons.control(request); });
+    }
+    unlink(control_path(supervisor_name).c_str());
+    rmdir(std::filesystem::path(control_path(supervisor_name)).parent_path().c_str());
+    return 0;
+}
+
+} // namespace sim

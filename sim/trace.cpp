@@ -1,0 +1,90 @@
+#include "sim/trace.h"
+
+#include "sim/decode.h"
+#include "sim/failure.h"
+
+#include <algorithm>
+#include <ctime>
+#include <sstream>
+#include <sys/mman.h>
+#include <unistd.h>
+
+namespace sim {
+
+namespace {
+
+std::string now()
+{
+    timespec time = {};
+    clock_gettime(CLOCK_REALTIME, &time);
+    tm parts = {};
+    gmtime_r(&time.tv_sec, &parts);
+    char date[32];
+    strftime(date, sizeof date, "%Y-%m-%dT%H:%M:%S", &parts);
+    const std::string microseconds = std::to_string(1'000'000 + time.tv_nsec / 1000).substr(1);
+    return date + ('.' + microseconds) + 'Z';
+}
+
+std::string hex(const record& bytes)
+{
+    constexpr char digits[] = "0123456789abcdef";
+    std::string text;
+    for (uint8_t byte : bytes) {
+        text += digits[byte >> 4];
+        text += digits[byte & 15];
+    }
+    return text;
+}
+
+std::string read_all(int fd)
+{
+    std::string text;
+    char piece[65536];
+    for (;;) {
+        ssize_t size = pread(fd, piece, sizeof piece, static_cast<off_t>(text.size()));
+        if (size < 0)
+            fail("cannot read the trace");
+        if (size == 0)
+            return text;
+        text.append(piece, static_cast<size_t>(size));
+    }
+}
+
+} // namespace
+
+trace_file::trace_file(int fd, bool with_bytes) : fd_(fd), with_bytes_(with_bytes)
+{
+    void* shared = mmap(nullptr, sizeof *sequence_, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+    if (shared == MAP_FAILED)
+        fail("cannot share memory");
+    sequence_ = new (shared) std::atomic<uint64_t>(0);
+}
+
+void trace_file::write(const trace_entry& entry) const
+{
+    json line = {{"time", now()},
+                 {"sequence", ++*sequence_},
+                 {"daemon", entry.daemon},
+                 {"code", entry.code},
+                 {"name", code_name(entry.daemon, entry.code)},
+                 {"size", entry.request.size()},
+                 {"fields", decode_fields(entry.daemon, entry.code, entry.request)},
+                 {"answer", entry.answer}};
+    if (with_bytes_)
+        line["bytes"] = hex(entry.request);
+    const std::string text = line.dump(-1, ' ', false, json::error_handler_t::replace) + "\n";
+    if (::write(fd_, text.data(), text.size()) < 0)
+        perror("utm-gateway: cannot write the trace");
+}
+
+std::vector<json> read_trace(int fd)
+{
+    std::istringstream text(read_all(fd));
+    std::vector<json> lines;
+    for (std::string line; std::getline(text, line) && !text.eof();)
+        lines.push_back(json::parse(line));
+    std::ranges::stable_sort(lines, {}, [](const json& line) { return line.at("sequence").get<uint64_t>(); });
+    return lines;
+}
+
+} // namespace sim

@@ -1,0 +1,53 @@
+#include "sim/failure.h"
+#include "sim/trace.h"
+
+#include <cstdio>
+#include <libsmartcols.h>
+#include <memory>
+
+namespace sim {
+
+namespace {
+
+std::string value_text(const json& value)
+{
+    return value.is_string() ? value.get<std::string>() : value.dump();
+}
+
+// "id 7, mac 02:42:ac:11:00:05"
+std::string pairs_text(const json& object)
+{
+    std::string text;
+    for (const auto& [name, value] : object.items())
+        text += (text.empty() ? "" : ", ") + name + " " + value_text(value);
+    return text;
+}
+
+std::string cell(const json& line, const std::string& column)
+{
+    const json& value = line.at(column);
+    if (column == "time")
+        return value.get<std::string>().substr(11, 12);
+    return value.is_object() ? pairs_text(value) : value_text(value);
+}
+
+} // namespace
+
+void print_trace(const std::vector<json>& lines)
+{
+    constexpr const char* columns[] = {"time", "daemon", "name", "fields", "answer"};
+    constexpr const char* titles[] = {"TIME", "DAEMON", "CODE", "FIELDS", "ANSWER"};
+    std::unique_ptr<libscols_table, decltype(&scols_unref_table)> table(scols_new_table(), scols_unref_table);
+    if (!table)
+        fail("cannot make a table");
+    for (const char* title : titles)
+        scols_table_new_column(table.get(), title, 0, 0);
+    for (const json& line : lines) {
+        libscols_line* row = scols_table_new_line(table.get(), nullptr);
+        for (size_t column = 0; row != nullptr && column < std::size(columns); column++)
+            scols_line_set_data(row, column, cell(line, columns[column]).c_str());
+    }
+    scols_print_table(table.get());
+}
+
+} // namespace sim

@@ -1,0 +1,231 @@
+// The program utm-gateway.
+
+#include "sim/control.h"
+#include "sim/failure.h"
+#include "sim/inside.h"
+
+#include <CLI/CLI.hpp>
+#include <csignal>
+#include <fcntl.h>
+#include <iostream>
+
+namespace sim {
+
+namespace {
+
+struct settings {
+    std::string library;
+    std::string scenario_file;
+    std::string trace_file;
+    bool trace_bytes = false;
+    std::vector<std::string> faults;
+    std::vector<std::string> words; // the command, or a fault
+    std::string daemon;
+};
+
+scenario scenario_for(const settings& given)
+{
+    scenario start = given.scenario_file.empty() ? scenario{} : read_scenario(given.scenario_file);
+    for (const std::string& fault : given.faults)
+        add_fault(start, fault);
+    return start;
+}
+
+gateway_options options_for(const settings& given)
+{
+    const std::string path = given.trace_file.empty() ? "/dev/null" : given.trace_file;
+    int trace = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_APPEND | O_CLOEXEC, 0644);
+    if (trace < 0)
+        fail("cannot write " + path);
+    return {.start = scenario_for(given), .trace = trace, .trace_bytes = given.trace_bytes};
+}
+
+// The trace is opened before: it is a file of the machine outside.
+int run_on_gateway(const settings& given, const std::function<int()>& command)
+{
+    const gateway_options options = options_for(given);
+    return run_in_namespaces(view_for(given.library, options.start), [&] {
+        gateway daemons(options);
+        return command();
+    });
+}
+
+int run(const settings& given)
+{
+    return run_on_gateway(given, [&] { return run_command(given.words); });
+}
+
+int shell(const settings& given)
+{
+    return run_on_gateway(given, run_shell);
+}
+
+int serve(const settings& given)
+{
+    sigset_t ends;
+    sigemptyset(&ends);
+    sigaddset(&ends, SIGTERM);
+    sigaddset(&ends, SIGINT);
+    sigprocmask(SIG_BLOCK, &ends, nullptr);
+    gateway daemons(options_for(given));
+    std::cout << "ready" << std::endl;
+    int signal = 0;
+    sigwait(&ends, &signal);
+    return 0;
+}
+
+json state_of(const daemon_kind& kind)
+{
+    return ask(kind.name, {{"do", "state"}});
+}
+
+int state(const settings& given)
+{
+    json states;
+    if (!given.daemon.empty()) {
+        states = state_of(daemon_named(given.daemon));
+    } else {
+        for (const daemon_kind& kind : daemon_kinds())
+            states[kind.name] = is_controlled(kind.name) ? state_of(kind) : json();
+    }
+    std::cout << states.dump(2) << '\n';
+    return 0;
+}
+
+int fault(const settings& given)
+{
+    const std::string name = daemon_named(given.daemon).name;
+    json faults;
+    if (given.words.empty())
+        faults = ask(name, {{"do", "faults"}});
+    for (const std::string& word : given.words)
+        ask(name, word == "clear" ? json{{"do", "clear"}} : json{{"do", "fault"}, {"fault", word}});
+    for (const json& text : faults)
+        std::cout << text.get<std::string>() << '\n';
+    return 0;
+}
+
+int ask_supervisor(const settings& given, const char* what)
+{
+    ask(supervisor_name, {{"do", what}, {"daemon", daemon_named(given.daemon).name}});
+    return 0;
+}
+
+int restart(const settings& given)
+{
+    return ask_supervisor(given, "restart");
+}
+
+int stop(const settings& given)
+{
+    return ask_supervisor(given, "stop");
+}
+
+int show_trace(const settings& given)
+{
+    int fd = open(given.trace_file.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0)
+        fail("cannot read " + given.trace_file);
+    print_trace(read_trace(fd));
+    close(fd);
+    return 0;
+}
+
+struct command {
+    const char* name;
+    int (*handle)(const settings& given);
+    void (*declare)(CLI::App& app, settings& into);
+    const char* help;
+};
+
+void declare_daemons(CLI::App& app, settings& into)
+{
+    app.add_option("--scenario", into.scenario_file, "JSON file: state, faults and addresses to start with");
+    app.add_option("--fault", into.faults, "DAEMON:CODE:KIND[=VALUE][:COUNT], as in cf:1:refuse=5; may be repeated")
+        ->allow_extra_args(false);
+    app.add_option("--trace", into.trace_file, "Write a JSON line for each request that a daemon sees");
+    app.add_flag("--trace-bytes", into.trace_bytes, "Whole records in the trace, in hex");
+}
+
+void declare_gateway(CLI::App& app, settings& into)
+{
+    declare_daemons(app, into);
+    app.add_option("--library", into.library, "The library to install instead of this program's own");
+}
+
+void declare_run(CLI::App& app, settings& into)
+{
+    declare_gateway(app, into);
+    app.add_option("COMMAND", into.words, "What to run, after --")->required();
+    app.footer("Example: utm-gateway run --trace trace.jsonl -- utmctl profile create 7");
+}
+
+void declare_daemon(CLI::App& app, settings& into)
+{
+    app.add_option("DAEMON", into.daemon, "cf, app or user_profile")->required();
+}
+
+void declare_state(CLI::App& app, settings& into)
+{
+    app.add_option("DAEMON", into.daemon, "cf, app or user_profile; all when left out");
+}
+
+void declare_fault(CLI::App& app, settings& into)
+{
+    declare_daemon(app, into);
+    app.add_option("FAULT", into.words, "CODE:KIND[=VALUE][:COUNT], or \"clear\"; without one, they are listed");
+    app.footer("Kinds: refuse=STATUS status=STATUS delay=MILLISECONDS silence close short=BYTES split=PIECES garbage\n"
+               "endless crash stop. CODE may be \"any\".\nExample: utm-gateway fault cf 1:refuse=5:2");
+}
+
+void declare_trace(CLI::App& app, settings& into)
+{
+    app.add_option("FILE", into.trace_file, "What --trace wrote")->required();
+}
+
+constexpr command commands[] = {
+    {"run", run, declare_run, "Run a command on a gateway of its own and pass on its exit status"},
+    {"shell", shell, declare_gateway, "Open a shell on a gateway of its own"},
+    {"serve", serve, declare_daemons, "Run the daemons here, without namespaces, until SIGTERM or SIGINT"},
+    {"state", state, declare_state, "Inside: print what the daemons hold, as JSON"},
+    {"fault", fault, declare_fault, "Inside: make a daemon fail, or well again"},
+    {"restart", restart, declare_daemon, "Inside: start a daemon anew, without state and faults"},
+    {"stop", stop, declare_daemon, "Inside: end a daemon and remove its socket"},
+    {"trace", show_trace, declare_trace, "Print a trace as a table"},
+};
+
+int dispatch(int count, char** arguments)
+{
+    CLI::App app("Simulates a whole gateway for programs that use libkqutm.", "utm-gateway");
+    app.require_subcommand(1);
+    settings given;
+    for (const command& row : commands)
+        row.declare(*app.add_subcommand(row.name, row.help), given);
+    try {
+        app.parse(count, arguments);
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error) == 0 ? 0 : 2;
+    }
+    for (const command& row : commands) {
+        if (app.got_subcommand(row.name))
+            return row.handle(given);
+    }
+    return 2;
+}
+
+} // namespace
+
+} // namespace sim
+
+int main(int count, char** arguments)
+{
+    try {
+        return sim::dispatch(count, arguments);
+    } catch (const sim::input_error& error) {
+        std::cerr << "utm-gateway: " << error.what() << '\n';
+        return 2;
+    } catch (const std::exception& error) {
+        std::cerr << "utm-gateway: " << error.what() << '\n';
+        return 1;
+    }
+}
