@@ -233,7 +233,7 @@ TEST(log, null_path_or_format_writes_nothing)
 {
     const char* volatile null = nullptr; // volatile: the compiler must not see the null
     utm_log(null, "text\n");
-    utm_log(log_file, null);
+    utm_log(log_file, null, "value");
     EXPECT_FALSE(exists("/tmp/utm_log"));
 }
 
