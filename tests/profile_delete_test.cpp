@@ -1,0 +1,206 @@
+#include "kqutm/profile.h"
+
+#include "tests/sandbox/profiles.h"
+
+#include <cerrno>
+#include <gtest/gtest.h>
+
+namespace {
+
+TEST(delete_profile, tells_three_daemons_and_frees_everything_bound)
+{
+    config_daemons daemons;
+    register_ids({{profiles + 4, 7},
+                  {profiles + 5, 8},
+                  {cf_bindings + 4, 20},
+                  {cf_bindings + 5, 20},
+                  {app_bindings + 4, 30},
+                  {cf_policies, 20},
+                  {cf_policies + 100, 21},
+                  {app_policies + 1, 30},
+                  {app_policies + 2, 20}});
+    EXPECT_EQ(utm_user_profile_delete(7), 0);
+    EXPECT_EQ(daemons.told(), change_order);
+    slots expected(1280, 0);
+    expected[profiles + 5] = 8;
+    expected[cf_bindings + 5] = 20; // another profile's binding stays, though its policy is gone
+    expected[cf_policies + 100] = 21;
+    expected[app_policies + 2] = 20;
+    EXPECT_EQ(all_slots(), expected);
+    EXPECT_EQ(semaphore_value(), 1);
+    EXPECT_FALSE(exists("/tmp/utm_log"));
+}
+
+TEST(delete_profile, bound_policies_are_freed_in_every_slot)
+{
+    config_daemons daemons;
+    register_ids({{profiles, 7}, {cf_bindings, 20}, {app_bindings, 30}});
+    for (size_t i : {0U, 3U, 128U, 255U})
+        set_slots({{cf_policies + i, 20}, {app_policies + i, 30}});
+    EXPECT_EQ(utm_user_profile_delete(7), 0);
+    EXPECT_EQ(all_slots(), slots(1280, 0));
+}
+
+TEST(delete_profile, without_bound_policies_the_tables_are_not_touched)
+{
+    config_daemons daemons;
+    register_ids({{profiles, 7}, {cf_policies + 9, 20}, {app_policies + 9, 30}});
+    EXPECT_EQ(utm_user_profile_delete(7), 0);
+    EXPECT_EQ(slot(cf_policies + 9), 20U);
+    EXPECT_EQ(slot(app_policies + 9), 30U);
+}
+
+TEST(delete_profile, binding_of_2_to_the_31_counts_as_none)
+{
+    config_daemons daemons;
+    register_ids({{profiles, 7}, {cf_bindings, 0x80000000}, {cf_policies, 0x80000000}});
+    EXPECT_EQ(utm_user_profile_delete(7), 0);
+    EXPECT_EQ(slot(profiles), 0U);
+    EXPECT_EQ(slot(cf_bindings), 0x80000000U);
+    EXPECT_EQ(slot(cf_policies), 0x80000000U);
+}
+
+TEST(delete_profile, first_slot_with_the_id_is_meant)
+{
+    config_daemons daemons;
+    register_ids({{profiles + 1, 7}, {profiles + 2, 7}});
+    EXPECT_EQ(utm_user_profile_delete(7), 0);
+    EXPECT_EQ(slot(profiles + 1), 0U);
+    EXPECT_EQ(slot(profiles + 2), 7U);
+}
+
+TEST(delete_profile, unknown_id_is_not_sent)
+{
+    config_daemons daemons;
+    register_ids({{profiles, 7}});
+    EXPECT_EQ(utm_user_profile_delete(8), -1);
+    EXPECT_EQ(errno, ENOENT);
+    EXPECT_EQ(daemons.told(), paths{});
+    EXPECT_EQ(appcf_log(), "delete user profile fail(id(8) not found)\n");
+    EXPECT_EQ(semaphore_value(), 1);
+}
+
+TEST(delete_profile, unknown_negative_id_is_logged_as_passed)
+{
+    EXPECT_EQ(utm_user_profile_delete(-3), -1);
+    EXPECT_EQ(appcf_log(), "delete user profile fail(id(-3) not found)\n");
+}
+
+constexpr char delete_failed[] = "delete user profile fail(id = 7)\n";
+
+void register_a_bound_profile()
+{
+    register_ids({{profiles, 7}, {cf_bindings, 20}, {app_bindings, 30}, {cf_policies + 1, 20}, {app_policies + 1, 30}});
+}
+
+// Deliberate: the profile's slot is freed as soon as one of the two daemons has accepted.
+TEST(delete_profile, slot_is_freed_when_the_content_filter_alone_accepts)
+{
+    config_daemons daemons({.app = 3});
+    register_a_bound_profile();
+    EXPECT_EQ(utm_user_profile_delete(7), 0);
+    EXPECT_EQ(daemons.told(), change_order);
+    EXPECT_EQ(slot(profiles), 0U);
+    EXPECT_EQ(slot(cf_bindings), 0U);
+    EXPECT_EQ(slot(cf_policies + 1), 0U);
+    EXPECT_EQ(slot(app_bindings), 30U);
+    EXPECT_EQ(slot(app_policies + 1), 30U);
+    EXPECT_EQ(appcf_log(), refused(3) + delete_failed);
+}
+
+TEST(delete_profile, slot_is_freed_when_the_application_daemon_alone_accepts)
+{
+    config_daemons daemons({.cf = 3});
+    register_a_bound_profile();
+    EXPECT_EQ(utm_user_profile_delete(7), 0);
+    EXPECT_EQ(slot(profiles), 0U);
+    EXPECT_EQ(slot(cf_bindings), 20U);
+    EXPECT_EQ(slot(cf_policies + 1), 20U);
+    EXPECT_EQ(slot(app_bindings), 0U);
+    EXPECT_EQ(slot(app_policies + 1), 0U);
+    EXPECT_EQ(appcf_log(), refused(3) + delete_failed);
+}
+
+TEST(delete_profile, slot_stays_when_both_refuse)
+{
+    config_daemons daemons({.cf = 3, .app = 4});
+    register_a_bound_profile();
+    const slots before = all_slots();
+    EXPECT_EQ(utm_user_profile_delete(7), 0) << "the user-profile daemon decides";
+    EXPECT_EQ(daemons.told(), change_order);
+    EXPECT_EQ(all_slots(), before);
+    EXPECT_EQ(appcf_log(), refused(3) + delete_failed + refused(4) + delete_failed);
+}
+
+TEST(delete_profile, refusal_of_the_user_profile_daemon_is_the_result)
+{
+    config_daemons daemons({.user_profile = 6});
+    register_a_bound_profile();
+    EXPECT_EQ(utm_user_profile_delete(7), -1);
+    EXPECT_EQ(errno, EREMOTEIO);
+    EXPECT_EQ(slot(profiles), 0U);
+    EXPECT_EQ(appcf_log(), refused(6) + delete_failed);
+}
+
+TEST(delete_profile, absent_daemons_do_not_stop_it)
+{
+    config_daemons daemons({.cf = absent, .app = absent, .user_profile = absent});
+    register_a_bound_profile();
+    impatient caller;
+    EXPECT_EQ(utm_user_profile_delete(7), -1);
+    EXPECT_EQ(errno, ENOENT);
+    EXPECT_EQ(slot(profiles), 7U);
+    EXPECT_EQ(appcf_log(),
+              unreachable() + delete_failed + unreachable() + delete_failed + unreachable() + delete_failed);
+}
+
+TEST(delete_profile, lock_is_held_until_the_last_answer)
+{
+    config_daemons daemons;
+    register_ids({{profiles, 7}});
+    wrap::plan plan;
+    std::vector<int> values;
+    plan.before("read", wrap::every, [&] { values.push_back(semaphore_value()); });
+    EXPECT_EQ(utm_user_profile_delete(7), 0);
+    EXPECT_EQ(values, (std::vector{0, 0, 0}));
+    EXPECT_EQ(plan.count("semop"), 2);
+    EXPECT_EQ(plan.count("shmat"), 1);
+}
+
+TEST(delete_profile, registry_that_cannot_be_locked_leaves_no_line)
+{
+    config_daemons daemons;
+    register_ids({{profiles, 7}});
+    for (const char* function : {"ftok", "semget", "semop"}) {
+        wrap::plan plan;
+        plan.fail(function, wrap::every, EACCES);
+        EXPECT_EQ(utm_user_profile_delete(7), -1) << function;
+        EXPECT_EQ(errno, EACCES);
+        EXPECT_EQ(plan.count("shmget"), 0);
+    }
+    EXPECT_EQ(daemons.told(), paths{});
+    EXPECT_FALSE(exists("/tmp/utm_log"));
+}
+
+TEST(delete_profile, registry_that_cannot_be_attached)
+{
+    config_daemons daemons;
+    wrap::plan plan;
+    plan.fail("shmat", 1, ENOMEM);
+    EXPECT_EQ(utm_user_profile_delete(7), -1);
+    EXPECT_EQ(errno, ENOMEM);
+    EXPECT_EQ(daemons.told(), paths{});
+    EXPECT_EQ(appcf_log(), attach_failed);
+    EXPECT_EQ(semaphore_value(), 1);
+}
+
+TEST(delete_profile, does_not_clear_the_registry)
+{
+    config_daemons daemons;
+    set_slots({{profiles, 7}, {profiles + 1, 8}});
+    EXPECT_EQ(utm_user_profile_delete(7), 0);
+    EXPECT_TRUE(is_registered(8));
+    EXPECT_FALSE(exists("/tmp/utm_user_profile_shm"));
+}
+
+} // namespace

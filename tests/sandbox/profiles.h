@@ -1,0 +1,51 @@
+#pragma once
+
+#include "tests/sandbox/config_daemons.h"
+#include "tests/sandbox/files.h"
+#include "tests/sandbox/registry.h"
+#include "tests/wrap/wrap.h"
+
+#include <algorithm>
+#include <map>
+
+// What the tests of the profile operations have in common.
+
+using paths = std::vector<std::string>;
+
+inline constexpr char attach_failed[] = "attach_utm_id_data_shm() fail\n";
+
+inline const paths create_order = {cf_path, user_profile_path, app_path};
+inline const paths change_order = {cf_path, app_path, user_profile_path};
+
+inline std::string refused(int status)
+{
+    return "[send_utm_config_event]error code = " + std::to_string(status) + "\n";
+}
+
+// What the library logs of a daemon that is not there.
+inline std::string unreachable()
+{
+    std::string log;
+    for (int attempt = 0; attempt < 22; attempt++)
+        log += "[send_utm_config_event]connect fail: No such file or directory\n";
+    return log;
+}
+
+inline bool is_registered(uint32_t id)
+{
+    const slots all = all_slots();
+    return std::find(all.begin(), all.begin() + 256, id) != all.begin() + 256;
+}
+
+// Registers identifiers without clearing them at the first use.
+inline void register_ids(const std::map<size_t, uint32_t>& values)
+{
+    write_file("/tmp/utm_user_profile_shm", "");
+    set_slots(values);
+}
+
+// A plan under which no test waits for an absent daemon.
+class impatient : public wrap::plan {
+public:
+    impatient() { answer("usleep", wrap::every, 0); }
+};
