@@ -13,7 +13,7 @@ namespace sim {
 namespace {
 
 constexpr char folder[] = "/run/utm-gateway";
-constexpr timeval patience = {.tv_sec = 10, .tv_usec = 0};
+constexpr timeval patience = {.tv_sec = 5, .tv_usec = 0};
 
 class owned_fd {
 public:

@@ -2,17 +2,26 @@
 
 #include "sim/failure.h"
 
+#include <arpa/inet.h>
 #include <fstream>
 
 namespace sim {
 
 namespace {
 
+const std::string& address_from(const std::string& text, const std::string& where)
+{
+    uint8_t address[16];
+    if (inet_pton(AF_INET, text.c_str(), address) != 1 && inet_pton(AF_INET6, text.c_str(), address) != 1)
+        throw input_error(where + ": \"" + text + "\" is no IP address");
+    return text;
+}
+
 std::vector<std::string> addresses_from(const json& value, const std::string& where)
 {
     std::vector<std::string> addresses;
     for (const json& address : array_at(value, where))
-        addresses.push_back(text_at(address, where));
+        addresses.push_back(address_from(text_at(address, where), where));
     return addresses;
 }
 

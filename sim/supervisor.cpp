@@ -51,7 +51,9 @@ pid_t start_daemon(const daemon_kind& kind, const daemon_setup& setup, const tra
 
 class supervisor {
 public:
-    supervisor(const scenario& scenario, const trace_file& trace) : trace_(trace)
+    explicit supervisor(const trace_file& trace) : trace_(trace) {}
+
+    void start_all(const scenario& scenario)
     {
         for (const daemon_kind& kind : daemon_kinds()) {
             auto setup = scenario.daemons.find(kind.name);
@@ -63,6 +65,9 @@ public:
     {
         for (const daemon_kind& kind : daemon_kinds())
             stop(kind);
+        const std::filesystem::path own = control_path(supervisor_name);
+        unlink(own.c_str());
+        rmdir(own.parent_path().c_str());
     }
 
     supervisor(const supervisor&) = delete;
@@ -115,7 +120,8 @@ int supervise(const scenario& scenario, const trace_file& trace, const std::func
     sigprocmask(SIG_BLOCK, &handled, nullptr);
     const int signals = signalfd(-1, &handled, SFD_CLOEXEC);
     const int requests = listen_for_control(supervisor_name);
-    supervisor daemons(scenario, trace);
+    supervisor daemons(trace);
+    daemons.start_all(scenario);
     ready();
     for (;;) {
         pollfd sources[] = {{.fd = signals, .events = POLLIN}, {.fd = requests, .events = POLLIN}};
@@ -129,8 +135,6 @@ int supervise(const scenario& scenario, const trace_file& trace, const std::func
         if (sources[1].revents != 0)
             answer_control(requests, [&](const json& request) { return daemons.control(request); });
     }
-    unlink(control_path(supervisor_name).c_str());
-    rmdir(std::filesystem::path(control_path(supervisor_name)).parent_path().c_str());
     return 0;
 }
 

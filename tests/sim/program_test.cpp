@@ -1,0 +1,207 @@
+// The program as its users start it, from a machine that must stay as it was.
+
+#include <array>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+#include <sstream>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+struct outcome {
+    int status;
+    std::string output; // and errors
+};
+
+outcome shell(const std::string& command)
+{
+    FILE* pipe = popen(("exec 2>&1; " + command).c_str(), "re");
+    std::string output;
+    std::array<char, 4096> piece;
+    for (size_t size = 0; (size = fread(piece.data(), 1, piece.size(), pipe)) > 0;)
+        output.append(piece.data(), size);
+    const int status = pclose(pipe);
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, output};
+}
+
+outcome gateway(const std::string& arguments)
+{
+    return shell(KQUTM_GATEWAY " " + arguments);
+}
+
+std::string text_of(const fs::path& path)
+{
+    std::ostringstream text;
+    text << std::ifstream(path).rdbuf();
+    return text.str();
+}
+
+class program : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        char name[] = "/tmp/sim_program.XXXXXX";
+        folder_ = mkdtemp(name);
+    }
+
+    void TearDown() override { fs::remove_all(folder_); }
+
+    std::string file(const std::string& name) const { return folder_ / name; }
+
+    fs::path folder_;
+};
+
+// The sockets, files and System V objects of the machine.
+std::string machine()
+{
+    std::string text = text_of("/proc/sysvipc/shm") + text_of("/proc/sysvipc/sem");
+    for (const char* path : {"/dev/utm_cf_config_socket", "/dev/utm_app_config_socket", "/dev/utm_user_profile_socket",
+                             "/run/utm-gateway", "/tmp/utm_log", "/tmp/made_inside"})
+        text += fs::exists(path) ? path : "-";
+    return text;
+}
+
+TEST_F(program, passes_on_the_exit_status)
+{
+    EXPECT_EQ(gateway("run -- true").status, 0);
+    EXPECT_EQ(gateway("run -- sh -c 'exit 7'").status, 7);
+    EXPECT_EQ(gateway("run -- sh -c 'kill -9 $$'").status, 137);
+}
+
+TEST_F(program, tells_a_command_that_is_not_there_from_one_that_cannot_run)
+{
+    const outcome missing = gateway("run -- no-such-command");
+    EXPECT_EQ(missing.status, 127);
+    EXPECT_EQ(missing.output, "utm-gateway: no-such-command: No such file or directory\n");
+    EXPECT_EQ(gateway("run -- /etc/passwd").status, 126);
+}
+
+TEST_F(program, refuses_wrong_usage)
+{
+    EXPECT_EQ(gateway("").status, 2);
+    EXPECT_EQ(gateway("run").status, 2);
+    EXPECT_EQ(gateway("run --no-such-option -- true").status, 2);
+    const outcome fault = gateway("run --fault cf:1:boom -- true");
+    EXPECT_EQ(fault.status, 2);
+    EXPECT_EQ(fault.output, "utm-gateway: fault \"1:boom\": there is no fault \"boom\"\n");
+    EXPECT_EQ(gateway("run --fault nix:1:close -- true").output,
+              "utm-gateway: no daemon is called \"nix\" (there are cf, app, user_profile)\n");
+}
+
+TEST_F(program, has_everything_ready_before_the_command)
+{
+    const outcome ready = gateway("run -- ls /dev/utm_cf_config_socket /dev/utm_app_config_socket "
+                                  "/dev/utm_user_profile_socket");
+    EXPECT_EQ(ready.status, 0);
+    EXPECT_EQ(gateway("run -- utm-gateway state cf").output, "{\n  \"profiles\": []\n}\n");
+}
+
+TEST_F(program, installs_the_library)
+{
+    EXPECT_EQ(gateway("run -- cmp /usr/lib/libkqutm.so " KQUTM_LIBRARY).status, 0);
+    fs::copy_file(KQUTM_LIBRARY, file("other.so"));
+    std::ofstream(file("other.so"), std::ios::app) << "more";
+    EXPECT_EQ(gateway("run --library " + file("other.so") + " -- cmp /usr/lib/libkqutm.so " + file("other.so")).status,
+              0);
+}
+
+TEST_F(program, takes_faults_while_it_runs)
+{
+    const outcome faults = gateway("run --fault cf:1:refuse=5 -- sh -c "
+                                   "'utm-gateway fault cf 2:close:3; utm-gateway fault cf; utm-gateway fault cf clear;"
+                                   " utm-gateway fault cf; echo end'");
+    EXPECT_EQ(faults.output, "1:refuse=5\n2:close:3\nend\n");
+}
+
+TEST_F(program, stops_and_restarts_daemons)
+{
+    const outcome daemons = gateway("run -- sh -c 'utm-gateway stop app; utm-gateway state app; echo $?; "
+                                    "utm-gateway restart app; utm-gateway state app'");
+    EXPECT_EQ(daemons.output, "utm-gateway: app does not run here\n1\n{\n  \"profiles\": []\n}\n");
+}
+
+TEST_F(program, writes_the_trace_to_the_machine_outside)
+{
+    const std::string send = R"(python3 -c 'import socket; s = socket.socket(socket.AF_UNIX);
+s.connect("/dev/utm_user_profile_socket"); s.send(bytes([1, 0, 0, 0, 7, 0, 0, 0]) + bytes(8)); s.recv(832)')";
+    EXPECT_EQ(gateway("run --trace-bytes --trace " + file("trace") + " -- " + send).output, "");
+    auto line = nlohmann::ordered_json::parse(text_of(file("trace")));
+    line.erase("time");
+    EXPECT_EQ(line.dump(), R"({"sequence":1,"daemon":"user_profile","code":1,"name":"create profile","size":16,)"
+                           R"("fields":{"id":7},"answer":{"status":0},"bytes":"01000000070000000000000000000000"})");
+    const std::string table = gateway("trace " + file("trace")).output;
+    EXPECT_NE(table.find(" user_profile create profile id 7   status 0\n"), std::string::npos) << table;
+}
+
+TEST_F(program, runs_the_scenario_of_its_manual)
+{
+    const std::string manual = text_of(KQUTM_DOCS "/simulated-gateway.md");
+    const size_t start = manual.find("```json\n") + 8;
+    std::ofstream(file("home.json")) << manual.substr(start, manual.find("```", start) - start);
+    const outcome state = gateway("run --scenario " + file("home.json") +
+                                  " -- sh -c 'utm-gateway state; utm-gateway fault cf; cat /proc/self/net/fib_trie'");
+    EXPECT_EQ(state.status, 0);
+    EXPECT_NE(state.output.find("\"02:42:ac:11:00:05\""), std::string::npos);
+    EXPECT_NE(state.output.find("\n1:refuse=5:1\n"), std::string::npos);
+    EXPECT_NE(state.output.find("192.168.1.1"), std::string::npos);
+}
+
+TEST_F(program, names_the_wrong_key_of_a_scenario)
+{
+    std::ofstream(file("home.json")) << R"({"fc": {}})";
+    const outcome wrong = gateway("run --scenario " + file("home.json") + " -- true");
+    EXPECT_EQ(wrong.status, 2);
+    EXPECT_EQ(wrong.output, "utm-gateway: " + file("home.json") + ": unknown key \"fc\"\n");
+}
+
+TEST_F(program, leaves_the_machine_as_it_was)
+{
+    const std::string before = machine();
+    EXPECT_EQ(gateway("run -- sh -c 'touch /tmp/made_inside; ipcmk -M 64 -S 1 >/dev/null; mkdir /tmp/utm_log'").output,
+              "");
+    EXPECT_EQ(machine(), before);
+}
+
+TEST_F(program, keeps_the_current_folder)
+{
+    const outcome folder =
+        shell("cd " + folder_.string() + " && touch here && " KQUTM_GATEWAY " run -- sh -c 'pwd; ls'");
+    EXPECT_EQ(folder.output, folder_.string() + "\nhere\n");
+    EXPECT_EQ(shell("cd /tmp && " KQUTM_GATEWAY " run -- sh -c 'touch made_inside; pwd'").output, "/tmp\n");
+    EXPECT_FALSE(fs::exists("/tmp/made_inside"));
+}
+
+TEST_F(program, gives_each_run_a_gateway_of_its_own)
+{
+    const std::string first = "run --fault cf:1:close -- sh -c 'touch first; "
+                              "until test -e second; do sleep 0.05; done; utm-gateway fault cf'";
+    const std::string second = "run --fault cf:2:close -- sh -c 'utm-gateway fault cf; touch second'";
+    const outcome both = shell("cd " + folder_.string() + "; " KQUTM_GATEWAY " " + first +
+                               " & until test -e first; do sleep 0.05; done; " KQUTM_GATEWAY " " + second + "; wait");
+    EXPECT_EQ(both.output, "2:close\n1:close\n");
+}
+
+TEST_F(program, works_for_an_ordinary_user)
+{
+    const std::string become = geteuid() == 0 ? "setpriv --reuid=65534 --regid=65534 --clear-groups " : "";
+    const outcome user = shell("cd / && " + become + KQUTM_GATEWAY " run -- utm-gateway state app");
+    EXPECT_EQ(user.status, 0);
+    EXPECT_EQ(user.output, "{\n  \"profiles\": []\n}\n");
+}
+
+TEST_F(program, serves_without_namespaces_until_it_is_told_to_end)
+{
+    // Inside another gateway, whose supervisor a /run of its own hides.
+    const outcome served = gateway("run -- unshare --mount sh -c 'mount -t tmpfs none /run; "
+                                   "utm-gateway serve --fault app:absent > /run/out & "
+                                   "until grep -q ready /run/out; do sleep 0.05; done; ls /run/utm-gateway; "
+                                   "kill -TERM $!; wait $!; echo $?; ls /run; ls /dev | grep -c utm_'");
+    EXPECT_EQ(served.output, "app\ncf\ngateway\nuser_profile\n0\nout\n0\n");
+}
+
+} // namespace
