@@ -80,9 +80,8 @@ int32_t change_device(const profile_event& event, const device_texts& texts)
 }
 
 // Frees the policy bound to a deleted profile in every slot that holds it, then the binding.
-void free_bound_policy(id_table& policies, uint32_t& binding)
+void free_bound_policy(uint32_t policy, id_table& policies, uint32_t& binding)
 {
-    uint32_t policy = binding;
     if (static_cast<int32_t>(policy) <= 0)
         return;
     std::replace(std::begin(policies), std::end(policies), policy, 0U);
@@ -94,15 +93,17 @@ constexpr char delete_failed[] = "delete user profile fail(id = %d)\n";
 // Deliberate: the profile's slot is freed as soon as one of the two daemons has accepted.
 int32_t delete_registered(utm_id_registry& ids, size_t slot, int32_t id)
 {
+    const uint32_t cf_policy = ids.cf_bindings[slot];
+    const uint32_t app_policy = ids.app_bindings[slot];
     const profile_event event = {.code = UTM_PROFILE_DELETE, .id = id};
     if (tell_content_filter(event)) {
-        free_bound_policy(ids.cf_policies, ids.cf_bindings[slot]);
+        free_bound_policy(cf_policy, ids.cf_policies, ids.cf_bindings[slot]);
         ids.profiles[slot] = 0;
     } else {
         log_failure(delete_failed, id);
     }
     if (tell_application(event)) {
-        free_bound_policy(ids.app_policies, ids.app_bindings[slot]);
+        free_bound_policy(app_policy, ids.app_policies, ids.app_bindings[slot]);
         ids.profiles[slot] = 0;
     } else {
         log_failure(delete_failed, id);
@@ -124,7 +125,7 @@ UTM_API int32_t utm_user_profile_create(int32_t id)
     int32_t reserved = get_unique_id(static_cast<uint32_t>(id), UTM_ID_USER_PROFILE);
     if (reserved <= 0) {
         // A negative identifier has been reserved, but reads as a failure.
-        if (id < 0)
+        if (id < 0 && reserved == id)
             errno = EINVAL;
         utm_log(UTM_APPCF_LOG, "[%s]can not get unique id\n", __func__);
         return -1;

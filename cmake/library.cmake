@@ -1,5 +1,7 @@
 # The library, twice: shared for programs, static for the tests and for those who want no shared one.
 
+include(CheckCXXCompilerFlag)
+
 set(kqutm_sources
     cf/profile.cpp
     common/local_socket.cpp
@@ -18,6 +20,11 @@ target_compile_definitions(kqutm_objects PRIVATE _GNU_SOURCE KQUTM_IPC_KEY_FILE=
 target_compile_options(kqutm_objects PRIVATE -fno-exceptions -fno-rtti -fvisibility=hidden -ffunction-sections
                                              -fstack-protector-strong)
 target_link_libraries(kqutm_objects PRIVATE kqutm_warnings)
+# The unnamed bytes of a request are zero. Compilers that would leave those of a union as they are have a flag for it.
+check_cxx_compiler_flag(-fzero-init-padding-bits=unions KQUTM_HAS_ZERO_INIT_OF_UNIONS)
+if(KQUTM_HAS_ZERO_INIT_OF_UNIONS)
+  target_compile_options(kqutm_objects PRIVATE -fzero-init-padding-bits=unions)
+endif()
 if(NOT KQUTM_SANITIZE)
   target_compile_definitions(kqutm_objects PRIVATE $<$<NOT:$<CONFIG:Debug>>:_FORTIFY_SOURCE=2>)
 endif()

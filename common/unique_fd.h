@@ -1,6 +1,7 @@
 #pragma once
 
-#include <cerrno>
+#include "common/errno_guard.h"
+
 #include <unistd.h>
 
 // Owns a descriptor: closes it once and keeps errno, because the caller is about to report the failure before it.
@@ -28,9 +29,8 @@ private:
     {
         if (fd_ < 0)
             return;
-        int cause = errno;
+        errno_guard keep;
         ::close(fd_);
-        errno = cause;
     }
 
     int fd_;

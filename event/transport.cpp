@@ -27,11 +27,11 @@ constexpr config_daemon config_daemons[] = {
     {UTM_USER_PROFILE_SOCKET, sizeof(utm_user_profile_config_event)},
 };
 
-// A target that is none of the three has an empty path, where nobody listens.
+// A target that is none of the three leads to a folder, where nobody can listen.
 config_daemon find_daemon(int target)
 {
     if (target < 0 || target >= static_cast<int>(std::size(config_daemons)))
-        return {"", 0};
+        return {"/", 0};
     return config_daemons[target];
 }
 

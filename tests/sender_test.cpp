@@ -132,10 +132,24 @@ TEST(sender, unknown_target_is_a_daemon_that_is_not_there)
         plan.answer("usleep", wrap::every, 0);
         EXPECT_EQ(send_utm_config_event(event, target), -1);
         EXPECT_EQ(errno, ECONNREFUSED);
-        EXPECT_EQ(plan.calls("connect"), calls(22, "connect(, 4)"));
+        EXPECT_EQ(plan.calls("connect"), calls(22, "connect(/, 5)"));
         EXPECT_EQ(plan.count("write"), 22) << "the log's alone";
     }
     EXPECT_EQ(appcf_log(), repeated(line("connect fail: Connection refused"), 66));
+}
+
+TEST(sender, unknown_target_reaches_nobody_on_the_name_that_an_empty_path_would_be)
+{
+    sockaddr_un abstract = {.sun_family = AF_UNIX, .sun_path = {}};
+    const socklen_t length = sizeof abstract.sun_family + 2;
+    int listener = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    ASSERT_EQ(bind(listener, reinterpret_cast<sockaddr*>(&abstract), length), 0);
+    ASSERT_EQ(listen(listener, 1), 0);
+    wrap::plan plan;
+    plan.answer("usleep", wrap::every, 0);
+    EXPECT_EQ(send_utm_config_event(event, 3), -1);
+    EXPECT_EQ(errno, ECONNREFUSED);
+    close(listener);
 }
 
 TEST(sender, socket_that_cannot_be_created)

@@ -7,15 +7,17 @@
  *   - 32-bit results: 0 (or an identifier) is success, -1 failure. Functions that return memory return null on failure.
  *   - On failure errno tells the cause; logging and clean-up never change it:
  *       EINVAL      an argument the library refuses
- *       ENOENT      an identifier that is not registered (from connecting: the daemon's socket is not there)
+ *       ENOENT      an identifier that is not registered
  *       EEXIST      a requested identifier that is taken
  *       ENOSPC      256 identifiers of the kind are registered
  *       EREMOTEIO   the daemon refused
  *       ETIMEDOUT   no answer in time
  *       ENODATA     the daemon ended the connection instead of answering
  *       EPROTO      a record that is too short, or none that belongs here
- *       other       the errno of the system call that failed (ECONNREFUSED: nobody listens on the daemon's socket)
- *     On success errno means nothing.
+ *       other       the errno of the system call that failed
+ *     A failed system call may give one of the numbers above as well: ENOENT where the daemon's socket or the
+ *     library's installed file is missing, EEXIST and ENOSPC from System V. check_shm_utm_id tells whether an
+ *     identifier is registered. ECONNREFUSED: nobody listens on the daemon's socket. On success errno means nothing.
  *   - Records and lists that a function returns are the caller's, who releases them as the function tells.
  *   - Meanings that a daemon defines are named as such; the library passes those values through unread.
  *   - No function raises SIGPIPE, and every descriptor is close-on-exec.

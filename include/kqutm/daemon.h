@@ -137,7 +137,8 @@ UTM_BEGIN_DECLARATIONS
  * event points to the target's record: utm_cf_config_event, utm_app_config_event or utm_user_profile_config_event.
  * target is an utm_config_target; every other value behaves like a daemon that is not there.
  *
- * Connects up to 22 times, 100 ms apart, and waits up to 10 s for the answer. Returns 0 when the daemon answered with
+ * Connects up to 22 times, 100 ms apart, and waits up to 10 s for the answer; a daemon that listens without accepting
+ * blocks it for as long as its queue of connections is full. Returns 0 when the daemon answered with
  * status 0, otherwise -1, with a line in UTM_APPCF_LOG for the failure and for each failed attempt to connect.
  */
 UTM_API int send_utm_config_event(const void* event, int target);
@@ -153,11 +154,13 @@ UTM_API int send_utm_config_event(const void* event, int target);
  *     UTM_CONFIG_TARGET_CF, code 25               domain_browse_list
  *     everything else                             none
  *
- * A list is there on every success, if need be empty. The other slots hold what the daemon sent: read the one above
+ * A list is there on every success, if need be empty. A record that carries an entry fails the call for code 47, and is
+ * skipped where there is no list. The other slots hold what the daemon sent: read the one above
  * alone. The caller releases the response with free(), and the list as kqutm/profile.h tells; neither holds the other.
  *
- * Connects once, waits up to 2 s for the first record, and for each further record as long as the daemon takes.
- * Returns null on every failure, with a line in UTM_APPCF_LOG; what was received until then is not released.
+ * Connects once, as the sender does, waits up to 2 s for the first record, and for each further record as long as the
+ * daemon takes. Returns null on every failure, with a line in UTM_APPCF_LOG; what was received until then is not
+ * released.
  */
 UTM_API struct utm_event_response* send_utm_event_and_get_response(const void* event, int target);
 

@@ -4,8 +4,9 @@
  * the content-filter, application and user-profile daemons. The operations here keep the four in step.
  *
  * How long they may block: each daemon costs up to 2.1 s while it cannot be reached (22 attempts, 100 ms apart), and
- * up to 10 s while it does not answer; every operation but the flush tells three daemons. To that comes the wait for
- * the registry lock, which has no limit of its own: utm_user_profile_delete holds it across its three exchanges.
+ * up to 10 s while it does not answer; every operation but the flush tells three daemons. A daemon that listens without
+ * ever accepting blocks a call for as long as its queue of connections is full. To that comes the wait for the registry
+ * lock, which has no limit of its own: utm_user_profile_delete holds it across its three exchanges.
  *
  * Failures are written to UTM_APPCF_LOG. Nothing that a daemon accepted is taken back when another one refuses.
  */
@@ -28,8 +29,8 @@ UTM_BEGIN_DECLARATIONS
  * the registry. So when only the content-filter or the user-profile daemon refused, the identifier is returned although
  * it is not registered any more: check_shm_utm_id tells.
  *
- * errno on failure: EEXIST or ENOSPC from the registry, or the cause of the failed exchange with the application
- * daemon. An id below 0 is reserved and then refused with EINVAL; it stays in the registry.
+ * errno on failure: EEXIST or ENOSPC where the registry refuses the identifier, or the cause of the failed exchange
+ * with the application daemon. An id below 0 is reserved and then refused with EINVAL; it stays in the registry.
  */
 UTM_API int32_t utm_user_profile_create(int32_t id);
 
@@ -40,8 +41,9 @@ UTM_API int32_t utm_user_profile_create(int32_t id);
  * with it; when the application daemon accepts, the bound application policy, and the profile with it. One of the two
  * is enough to free the profile's slot. The registry lock is held until the last daemon has answered.
  *
- * Returns 0 when the user-profile daemon accepted, and -1 otherwise or when the registry is out of reach or does not
- * know id (errno ENOENT; nothing is sent). id 0 names the first free slot and is sent: callers should refuse it.
+ * Returns 0 when the user-profile daemon accepted, and -1 otherwise. Nothing is sent when the registry is out of reach
+ * or does not know id (errno ENOENT, as for a missing socket). id 0 names the first free slot and is sent: callers
+ * should refuse it.
  */
 UTM_API int32_t utm_user_profile_delete(int32_t id);
 
@@ -52,8 +54,8 @@ UTM_API int32_t utm_user_profile_delete(int32_t id);
  * mac points to the 6 raw bytes of the device's MAC address, sent unchanged. id has to be in the registry, but a
  * registry that cannot be locked does not stop the operation.
  *
- * Returns 0 when the user-profile daemon accepted, whatever the other two answered; -1 otherwise. errno ENOENT: id is
- * not registered, nothing was sent. errno EINVAL: mac is null.
+ * Returns 0 when the user-profile daemon accepted, whatever the other two answered; -1 otherwise. Nothing is sent when
+ * id is not registered (errno ENOENT, as for a missing socket) or mac is null (EINVAL).
  */
 UTM_API int32_t utm_user_profile_add_dev(int32_t id, const uint8_t* mac);
 UTM_API int32_t utm_user_profile_del_dev(int32_t id, const uint8_t* mac);

@@ -80,7 +80,7 @@ UTM_API int init_utm_id_shm(void);
  * the lock, until the clock shows a free one. The two policy kinds and the profiles are numbered apart.
  *
  * Returns the identifier. Returns -1 when it is taken (errno EEXIST), when all 256 slots are (ENOSPC), or when the
- * registry is out of reach. Identifiers of 2^31 and more read as negative.
+ * registry is out of reach (errno of the system call). Identifiers of 2^31 and more read as negative.
  */
 UTM_API int get_unique_id(uint32_t id, uint32_t kind);
 
