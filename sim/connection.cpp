@@ -95,7 +95,8 @@ private:
     bool answer_after_stop(const record& request, uint32_t code, const fault& fault)
     {
         trace(request, code, fault, {});
-        kill(getpid(), SIGSTOP);
+        // To this very thread: one that is sent to the process may find it on its way to the answer.
+        raise(SIGSTOP);
         return send_replies(carry_out(request));
     }
 
