@@ -1,7 +1,10 @@
 #include "tests/utmctl/run.h"
 
-#include <cstdio>
-#include <cstdlib>
+#include "tests/sandbox/files.h"
+#include "tests/sandbox/registry.h"
+
+#include <csignal>
+#include <fstream>
 #include <gtest/gtest.h>
 #include <iterator>
 #include <spawn.h>
@@ -12,30 +15,29 @@
 
 namespace {
 
-// Collects what a process writes.
-class captured {
-public:
-    captured() : fd_(memfd_create("captured", MFD_CLOEXEC)) {}
-    captured(const captured&) = delete;
-    captured& operator=(const captured&) = delete;
-    ~captured() { close(fd_); }
-
-    int fd() const { return fd_; }
-    std::string text() const
-    {
-        std::string text(static_cast<size_t>(lseek(fd_, 0, SEEK_END)), '\0');
-        EXPECT_EQ(pread(fd_, text.data(), text.size(), 0), static_cast<ssize_t>(text.size()));
-        return text;
-    }
-
-private:
-    int fd_;
-};
-
 std::vector<std::string> words_of(const std::string& line)
 {
     std::istringstream stream(line);
     return {std::istream_iterator<std::string>(stream), std::istream_iterator<std::string>()};
+}
+
+pid_t spawn(const std::string& line, int out, int err)
+{
+    std::vector<std::string> words = words_of(line);
+    words.insert(words.begin(), KQUTM_UTMCTL);
+    std::vector<char*> arguments;
+    for (std::string& word : words)
+        arguments.push_back(word.data());
+    arguments.push_back(nullptr);
+
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_adddup2(&actions, out, STDOUT_FILENO);
+    posix_spawn_file_actions_adddup2(&actions, err, STDERR_FILENO);
+    pid_t process = -1;
+    EXPECT_EQ(posix_spawn(&process, KQUTM_UTMCTL, &actions, nullptr, arguments.data(), environ), 0);
+    posix_spawn_file_actions_destroy(&actions);
+    return process;
 }
 
 } // namespace
@@ -45,25 +47,53 @@ std::ostream& operator<<(std::ostream& stream, const run_result& result)
     return stream << "status " << result.status << "\n--- out\n" << result.out << "--- err\n" << result.err;
 }
 
+run_result refused(int status, const std::string& error)
+{
+    return {status, "", "utmctl: " + error};
+}
+
+captured::captured() : fd_(memfd_create("captured", MFD_CLOEXEC)) {}
+
+captured::~captured()
+{
+    close(fd_);
+}
+
+std::string captured::text() const
+{
+    std::string text(static_cast<size_t>(lseek(fd_, 0, SEEK_END)), '\0');
+    EXPECT_EQ(pread(fd_, text.data(), text.size(), 0), static_cast<ssize_t>(text.size()));
+    return text;
+}
+
+running_utmctl::running_utmctl(const std::string& line, int standard_output)
+    : process_(spawn(line, standard_output < 0 ? out_.fd() : standard_output, err_.fd()))
+{
+}
+
+pid_t running_utmctl::worker() const
+{
+    const std::string number = std::to_string(process_);
+    pid_t worker = 0;
+    while (!(std::ifstream("/proc/" + number + "/task/" + number + "/children") >> worker))
+        usleep(1000);
+    return worker;
+}
+
+run_result running_utmctl::wait()
+{
+    int status = -1;
+    EXPECT_EQ(waitpid(process_, &status, 0), process_);
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status), out_.text(), err_.text()};
+}
+
 run_result utmctl(const std::string& line)
 {
-    std::vector<std::string> words = words_of(line);
-    words.insert(words.begin(), KQUTM_UTMCTL);
-    std::vector<char*> arguments;
-    for (std::string& word : words)
-        arguments.push_back(word.data());
-    arguments.push_back(nullptr);
+    return running_utmctl(line).wait();
+}
 
-    const captured out;
-    const captured err;
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, out.fd(), STDOUT_FILENO);
-    posix_spawn_file_actions_adddup2(&actions, err.fd(), STDERR_FILENO);
-    pid_t process = -1;
-    EXPECT_EQ(posix_spawn(&process, KQUTM_UTMCTL, &actions, nullptr, arguments.data(), environ), 0);
-    posix_spawn_file_actions_destroy(&actions);
-    int status = -1;
-    EXPECT_EQ(waitpid(process, &status, 0), process);
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status), out.text(), err.text()};
+void register_ids(const std::map<size_t, uint32_t>& values)
+{
+    write_file("/tmp/utm_user_profile_shm", "");
+    set_slots(values);
 }

@@ -1,12 +1,15 @@
 #pragma once
 
+#include <cstdint>
+#include <map>
 #include <ostream>
 #include <string>
+#include <sys/types.h>
 #include <vector>
 
 // utmctl as its users see it: what it prints, and how it ends.
 struct run_result {
-    int status;
+    int status; // 128 and the signal's number for a process that was killed
     std::string out;
     std::string err;
 
@@ -15,5 +18,41 @@ struct run_result {
 
 std::ostream& operator<<(std::ostream& stream, const run_result& result);
 
+// A command that fails and prints nothing but this.
+run_result refused(int status, const std::string& error);
+
+// Collects what a process writes.
+class captured {
+public:
+    captured();
+    captured(const captured&) = delete;
+    captured& operator=(const captured&) = delete;
+    ~captured();
+
+    int fd() const { return fd_; }
+    std::string text() const;
+
+private:
+    int fd_;
+};
+
+// utmctl with the words of the line, while it runs. Its standard output goes to the given descriptor, if any.
+class running_utmctl {
+public:
+    explicit running_utmctl(const std::string& line, int standard_output = -1);
+
+    pid_t process() const { return process_; }
+    pid_t worker() const; // waits until there is one
+    run_result wait();
+
+private:
+    captured out_;
+    captured err_;
+    pid_t process_ = -1;
+};
+
 // Runs utmctl with the words of the line.
 run_result utmctl(const std::string& line);
+
+// Registers identifiers and bindings, in a registry that the first use does not clear.
+void register_ids(const std::map<size_t, uint32_t>& values);

@@ -1,3 +1,4 @@
+#include "tests/sandbox/config_daemons.h"
 #include "tests/sandbox/files.h"
 #include "tests/utmctl/run.h"
 
@@ -13,10 +14,8 @@ struct bad_line {
 };
 
 constexpr bad_line bad_lines[] = {
-    {"", "no command given; 'utmctl help' lists the commands"},
     {"profle list", "unknown command 'profle'; did you mean 'profile'? 'utmctl help' lists the commands"},
     {"zzz", "unknown command 'zzz'; 'utmctl help' lists the commands"},
-    {"profile", "incomplete command 'profile'; 'utmctl help profile' lists its commands"},
     {"profile lst",
      "unknown command 'profile lst'; did you mean 'profile list'? 'utmctl help profile' lists the commands"},
     {"registry res 1",
@@ -79,6 +78,36 @@ TEST_P(bad_usage, is_refused_before_anything_is_done)
 
 INSTANTIATE_TEST_SUITE_P(utmctl, bad_usage, testing::ValuesIn(bad_lines));
 
+TEST(usage, no_command_gets_help_and_no_success)
+{
+    EXPECT_EQ(utmctl(""),
+              (run_result{2, utmctl("help").out, "utmctl: no command given; 'utmctl help' lists the commands\n"}));
+    EXPECT_EQ(utmctl("profile"),
+              (run_result{2, utmctl("help profile").out,
+                          "utmctl: incomplete command 'profile'; 'utmctl help profile' lists its commands\n"}));
+    EXPECT_EQ(nlohmann::json::parse(utmctl("-j profile").out)["exit"], 2);
+}
+
+nlohmann::json command_told(const std::string& line)
+{
+    return nlohmann::json::parse(utmctl("-j " + line).out)["command"];
+}
+
+TEST(usage, a_refusal_names_the_command_as_far_as_it_is_known)
+{
+    EXPECT_EQ(command_told(""), nullptr);
+    EXPECT_EQ(command_told("profle list"), nullptr);
+    EXPECT_EQ(command_told("profile"), "profile");
+    EXPECT_EQ(command_told("profile lst"), "profile");
+    EXPECT_EQ(command_told("profile delete"), "profile delete");
+    EXPECT_EQ(command_told("profile delete 7 8x"), "profile delete");
+    EXPECT_EQ(command_told("profile create 5 6"), "profile create");
+    EXPECT_EQ(command_told("--timeout 0 registry show"), "registry show");
+    EXPECT_EQ(command_told("profile flush"), "profile flush");
+    EXPECT_EQ(command_told("registry clear"), "registry clear");
+    EXPECT_EQ(command_told("help profle"), "help");
+}
+
 TEST(usage, version)
 {
     EXPECT_EQ(utmctl("version"), (run_result{0, "utmctl 1.0.0\n", ""}));
@@ -119,6 +148,7 @@ TEST(usage, help_on_one_command)
 // Every command of the table is a line of the help, and every one prints one JSON value whatever comes.
 TEST(usage, every_command_prints_one_json_value)
 {
+    const config_daemons daemons;
     const auto help = nlohmann::json::parse(utmctl("-j help").out);
     const std::string text = utmctl("help").out;
     EXPECT_EQ(help["result"]["exit_statuses"].size(), 10U);

@@ -40,6 +40,7 @@ struct command {
     outcome (*run)(const request&);
     const char* help;
     const char* destroys = nullptr; // what is lost, where the command wants --yes
+    const char* example = nullptr;
 };
 
 struct family {

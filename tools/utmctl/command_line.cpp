@@ -9,6 +9,7 @@
 namespace {
 
 constexpr double default_timeout = 60;
+constexpr char options_help[] = "'utmctl help' lists the options";
 
 struct global_flags {
     std::string json;
@@ -37,14 +38,30 @@ texts take_globals(const texts& arguments, global_flags& flags)
     CLI::App parser;
     parser.set_help_flag();
     parser.allow_extras();
-    parser.add_flag("-j{plain},--json{plain}", flags.json)->check(CLI::IsMember({"plain", "pretty"}));
+    parser.add_flag("-j{plain},--json{plain}", flags.json);
     parser.add_flag("-q,--quiet", flags.quiet);
     parser.add_flag("--no-headers", flags.no_headers);
     parser.add_flag("-h,--help", flags.help);
     parser.add_flag("--version", flags.version);
-    parser.add_option("--timeout", flags.timeout)->check(check_seconds)->type_name("");
-    parse_with(parser, arguments, "wrong option", "'utmctl help' lists the options");
+    parser.add_option("--timeout", flags.timeout)->type_name("");
+    parse_with(parser, arguments, "wrong option", options_help);
     return parser.remaining();
+}
+
+std::string check_json(const std::string& text)
+{
+    return text == "plain" || text == "pretty" ? "" : in_quotes(text) + " is not a style of JSON: plain or pretty";
+}
+
+// Not before the words are known, so that the refusal can name the command.
+void check_globals(const global_flags& flags)
+{
+    const std::string wrong_json = flags.json.empty() ? "" : check_json(flags.json);
+    const std::string wrong_timeout = flags.timeout.empty() ? "" : check_seconds(flags.timeout);
+    if (!wrong_json.empty())
+        refuse_usage("wrong option: --json: " + wrong_json, options_help);
+    if (!wrong_timeout.empty())
+        refuse_usage("wrong option: --timeout: " + wrong_timeout, options_help);
 }
 
 void declare(CLI::App& parser, const argument& one, texts& values)
@@ -90,6 +107,36 @@ request parse_arguments(const family& group, const command& what, const texts& a
     return asked;
 }
 
+bool is_one_word(const family& group)
+{
+    return *group.commands.front().word == '\0';
+}
+
+problem incomplete(const std::string& what, const std::string& next)
+{
+    return {.status = exit_status::usage, .what = what, .culprits = {}, .next = next};
+}
+
+void find_words(command_line& line)
+{
+    if (line.words.empty()) {
+        line.incomplete = incomplete("no command given", "'utmctl help' lists the commands");
+        return;
+    }
+    line.group = &find_family(line.words[0]);
+    const std::string word = line.group->word;
+    if (line.words.size() == 1 && !is_one_word(*line.group))
+        line.incomplete =
+            incomplete("incomplete command " + in_quotes(word), "'utmctl help " + word + "' lists its commands");
+    else
+        line.what = &find_command(*line.group, is_one_word(*line.group) ? "" : line.words[1]);
+}
+
+texts arguments_of(const command_line& line)
+{
+    return {line.words.begin() + (is_one_word(*line.group) ? 1 : 2), line.words.end()};
+}
+
 } // namespace
 
 output_style style_of(const texts& arguments)
@@ -103,24 +150,28 @@ output_style style_of(const texts& arguments)
     return style;
 }
 
-command_line parse(texts arguments)
+std::string command_of(const command_line& line)
+{
+    if (line.help)
+        return "help";
+    if (line.what != nullptr)
+        return words_of(*line.group, *line.what);
+    return line.group != nullptr ? line.group->word : "";
+}
+
+void parse(const texts& arguments, command_line& line)
 {
     global_flags flags;
-    command_line line = {.style = style_of(arguments), .words = take_globals(arguments, flags)};
+    line.words = take_globals(arguments, flags);
     line.style.quiet = flags.quiet;
     line.style.headers = !flags.no_headers;
+    line.help = flags.help;
     if (flags.version)
         line.words = {"version"};
-    if (flags.help)
-        return line;
-    if (line.words.empty())
-        refuse_usage("no command given", "'utmctl help' lists the commands");
-    const family& group = find_family(line.words[0]);
-    const bool one_word = *group.commands.front().word == '\0';
-    const command& what = find_command(group, one_word || line.words.size() == 1 ? "" : line.words[1]);
-    line.group = &group;
-    line.what = &what;
-    line.asked = parse_arguments(group, what, texts(line.words.begin() + (one_word ? 1 : 2), line.words.end()));
+    if (!flags.help)
+        find_words(line);
+    check_globals(flags);
+    if (line.what != nullptr)
+        line.asked = parse_arguments(*line.group, *line.what, arguments_of(line));
     line.asked.timeout = flags.timeout.empty() ? default_timeout : seconds_of(flags.timeout);
-    return line;
 }

@@ -2,19 +2,26 @@
 
 #include "tools/utmctl/output.h"
 
+#include <optional>
 #include <string>
 #include <vector>
 
 // What the command line asks for, checked as a whole before anything is done.
 struct command_line {
     output_style style;
-    const family* group = nullptr; // null: help is wanted on what the words name
+    const family* group = nullptr; // as far as the words are known
     const command* what = nullptr;
     request asked;
     std::vector<std::string> words;
+    bool help = false;                 // is wanted on what the words name
+    std::optional<problem> incomplete; // the words name no command yet, so that help may serve
 };
 
 // How results are to be printed, found out even when the rest of the line is wrong.
 output_style style_of(const std::vector<std::string>& arguments);
 
-command_line parse(std::vector<std::string> arguments);
+// Fills in the line as far as it is understood, before it throws what is wrong with it.
+void parse(const std::vector<std::string>& arguments, command_line& line);
+
+// The words that are understood; empty when none are.
+std::string command_of(const command_line& line);

@@ -43,17 +43,22 @@ failed_exchange from_line(std::string_view line)
 
 } // namespace
 
-bool accepts_connections(const config_daemon& daemon)
+std::string name_of(const config_daemon& daemon)
+{
+    return std::string("the ") + daemon.name + " daemon";
+}
+
+int connect_error(const config_daemon& daemon)
 {
     sockaddr_un address = {};
     address.sun_family = AF_UNIX;
     strncpy(address.sun_path, daemon.socket, sizeof address.sun_path - 1);
     const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
     // A full queue of connections is a daemon that is slow, but there.
-    const bool accepted =
-        connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 || errno == EAGAIN;
+    const int failed = connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address);
+    const int error = failed != 0 && errno != EAGAIN ? errno : 0;
     close(fd);
-    return accepted;
+    return error;
 }
 
 failed_exchange exchange_failure(int error)

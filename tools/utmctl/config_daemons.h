@@ -29,8 +29,10 @@ struct failed_exchange {
     std::string report; // the line that the operation itself wrote about it
 };
 
-// Whether a connection to the daemon's socket can be made now.
-bool accepts_connections(const config_daemon& daemon);
+std::string name_of(const config_daemon& daemon); // "the application daemon"
+
+// Why no connection to the daemon's socket can be made now; 0 when it can.
+int connect_error(const config_daemon& daemon);
 
 failed_exchange exchange_failure(int error);
 

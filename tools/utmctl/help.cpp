@@ -15,7 +15,7 @@ struct entry {
 
 std::string shown(const argument& one)
 {
-    const std::string name = *one.name == '-' ? std::string(one.name) + " VALUE" : one.name;
+    std::string name = *one.name == '-' ? std::string(one.name) + " VALUE" : one.name;
     switch (one.count) {
     case occurs::once:
         return name;
@@ -67,7 +67,8 @@ json json_of(const family& group, const command& one)
             {"usage", std::string("utmctl ").append(synopsis(group, one))},
             {"help", one.help},
             {"arguments", arguments},
-            {"destroys", one.destroys ? json(one.destroys) : json()}};
+            {"destroys", one.destroys ? json(one.destroys) : json()},
+            {"example", one.example ? json(std::string("utmctl ") + one.example) : json()}};
 }
 
 json json_of_statuses()
@@ -94,6 +95,14 @@ void add_statuses(std::vector<std::string>& lines)
     for (const exit_status_row& row : exit_statuses)
         entries.push_back({std::to_string(static_cast<int>(row.status)), row.meaning});
     add_entries(lines, entries);
+}
+
+void add_examples(std::vector<std::string>& lines, std::span<const command> commands)
+{
+    for (const command& one : commands) {
+        if (one.example != nullptr)
+            lines.push_back(std::string("  utmctl ") + one.example);
+    }
 }
 
 outcome show_help(const request& asked)
@@ -126,6 +135,8 @@ outcome help_on_command(const family& group, const command& one)
     if (!entries.empty())
         help.lines.push_back("");
     add_entries(help.lines, entries);
+    if (one.example != nullptr)
+        help.lines.insert(help.lines.end(), {"", "Example:", std::string("  utmctl ") + one.example});
     add_options(help.lines);
     add_statuses(help.lines);
     return help;
@@ -136,8 +147,13 @@ outcome help_on_family(const family& group)
     outcome help = {.result = json::array()};
     for (const command& one : group.commands)
         help.result.push_back(json_of(group, one));
-    help.lines = {std::string("utmctl ") + group.word + ": " + group.help, ""};
+    help.lines = {std::string("Usage: utmctl ") + group.word + " COMMAND [ARGUMENT...]", "",
+                  "Drives " + std::string(group.help) + ".", "", "Commands:"};
     add_entries(help.lines, entries_of(group));
+    help.lines.insert(help.lines.end(), {"", "Examples:"});
+    add_examples(help.lines, group.commands);
+    add_options(help.lines);
+    add_statuses(help.lines);
     return help;
 }
 
@@ -156,6 +172,9 @@ outcome help_on_everything()
     help.lines = {"Usage: utmctl [OPTION...] COMMAND [ARGUMENT...]", "", "Drives the gateway's security services.", "",
                   "Commands:"};
     add_entries(help.lines, entries);
+    help.lines.insert(help.lines.end(), {"", "Examples:"});
+    for (const family* group : all_families())
+        add_examples(help.lines, group->commands);
     add_options(help.lines);
     add_statuses(help.lines);
     return help;

@@ -2,5 +2,6 @@
 
 #include "tools/utmctl/outcome.h"
 
-// Who kept a call from ending in time, as far as it can be known. within reads like "within 60 s".
-culprit overdue_culprit(const std::string& within);
+// Tells of a call that has not ended in time, and who kept it, as far as that can be known. What did not happen reads
+// like "profile 7 was not deleted", within like "within 60 s".
+problem overdue_call(const std::string& what, const std::string& within);

@@ -10,8 +10,12 @@ public:
     explicit log_watch(std::string path);
     std::vector<std::string> lines() const;
 
+    // Whether the log could be written all the time: only then no line means that there was nothing to tell.
+    bool takes_lines() const;
+
 private:
     std::string path_;
+    bool took_lines_;
     ino_t inode_ = 0;
     off_t size_ = 0;
 };

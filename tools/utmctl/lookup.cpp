@@ -66,8 +66,5 @@ const command& find_command(const family& group, const std::string& word)
             return one;
         known.emplace_back(one.word);
     }
-    if (word.empty())
-        refuse_usage(std::string("incomplete command '") + group.word + "'",
-                     std::string("'utmctl help ") + group.word + "' lists its commands");
     refuse_word(word, group.word + std::string(" "), known, std::string("help ") + group.word);
 }

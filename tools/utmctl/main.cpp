@@ -12,7 +12,14 @@ outcome failed(const failure& cause)
 
 outcome run(const command_line& line)
 {
-    return line.what == nullptr ? help_on(line.words) : line.what->run(line.asked);
+    if (line.what != nullptr)
+        return line.what->run(line.asked);
+    outcome help = help_on(line.words);
+    if (line.incomplete) {
+        help.status = line.incomplete->status;
+        help.problems = {*line.incomplete};
+    }
+    return help;
 }
 
 } // namespace
@@ -21,15 +28,12 @@ int main(int count, char** arguments)
 {
     const std::vector<std::string> given(arguments + 1, arguments + count);
     command_line line = {.style = style_of(given)};
-    std::string words;
     outcome result;
     try {
-        line = parse(given);
-        words = line.what == nullptr ? "help" : words_of(*line.group, *line.what);
+        parse(given, line);
         result = run(line);
     } catch (const failure& cause) {
         result = failed(cause);
     }
-    print(words, result, line.style);
-    return static_cast<int>(result.status);
+    return static_cast<int>(print(command_of(line), result, line.style));
 }

@@ -41,8 +41,13 @@ private:
 // Arguments that are refused before anything is sent; where they belong to a command, its words are named.
 [[noreturn]] void refuse_usage(const std::string& what, const std::string& next);
 
+struct column {
+    const char* heading;
+    bool number = true; // stands at the right
+};
+
 struct table {
-    std::vector<std::string> columns;
+    std::vector<column> columns;
     std::vector<std::vector<std::string>> rows;
 };
 

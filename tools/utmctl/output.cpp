@@ -1,14 +1,17 @@
 #include "tools/utmctl/output.h"
 
+#include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <libsmartcols/libsmartcols.h>
 #include <memory>
+#include <unistd.h>
 
 namespace {
 
-// One JSON value, in one piece.
-void print_json(const std::string& command, const outcome& result, bool pretty)
+std::string json_text(const std::string& command, const outcome& result, bool pretty)
 {
     json problems = json::array();
     for (const problem& one : result.problems)
@@ -18,14 +21,13 @@ void print_json(const std::string& command, const outcome& result, bool pretty)
                         {"exit", static_cast<int>(result.status)},
                         {"result", result.result},
                         {"errors", problems}};
-    const std::string text = value.dump(pretty ? 2 : -1, ' ', false, json::error_handler_t::replace) + "\n";
-    fwrite(text.data(), 1, text.size(), stdout);
+    return value.dump(pretty ? 2 : -1, ' ', false, json::error_handler_t::replace) + "\n";
 }
 
 void fill(libscols_table* shown, const table& rows)
 {
-    for (const std::string& column : rows.columns)
-        scols_table_new_column(shown, column.c_str(), 0, 0);
+    for (const column& one : rows.columns)
+        scols_table_new_column(shown, one.heading, 0, one.number ? SCOLS_FL_RIGHT : 0);
     for (const auto& row : rows.rows) {
         libscols_line* line = scols_table_new_line(shown, nullptr);
         for (size_t cell = 0; line != nullptr && cell < row.size(); ++cell)
@@ -33,44 +35,79 @@ void fill(libscols_table* shown, const table& rows)
     }
 }
 
-void print_table(const table& rows, bool headers)
+// An empty table has its headings too, so that it is seen to be empty.
+std::string headings(const table& rows)
 {
+    std::string text;
+    for (const column& one : rows.columns)
+        text.append(text.empty() ? "" : " ").append(one.heading);
+    return text + "\n";
+}
+
+std::string table_text(const table& rows, bool headers)
+{
+    if (rows.rows.empty())
+        return headers ? headings(rows) : "";
     const std::unique_ptr<libscols_table, decltype(&scols_unref_table)> shown(scols_new_table(), scols_unref_table);
     scols_table_enable_noheadings(shown.get(), headers ? 0 : 1);
     fill(shown.get(), rows);
-    if (rows.rows.empty() && headers) {
-        // An empty table has its headings too, so that it is seen to be empty.
-        for (const std::string& column : rows.columns)
-            printf("%s%s", column.c_str(), &column == &rows.columns.back() ? "\n" : " ");
-        return;
-    }
-    scols_print_table(shown.get());
+    char* printed = nullptr;
+    scols_print_table_to_string(shown.get(), &printed);
+    const std::unique_ptr<char, decltype(&free)> text(printed, free);
+    return text == nullptr ? "" : text.get() + std::string("\n");
 }
 
-void print_lines(const std::vector<std::string>& lines)
+std::string lines_text(const std::vector<std::string>& lines)
 {
+    std::string text;
     for (const std::string& line : lines)
-        puts(line.c_str());
+        text += line + "\n";
+    return text;
 }
 
-void print_text(const outcome& result, const output_style& style)
+std::string plain_text(const outcome& result, const output_style& style)
 {
-    print_lines(result.lines);
-    if (result.rows)
-        print_table(*result.rows, style.headers);
-    if (!style.quiet)
-        print_lines(result.confirmations);
+    return lines_text(result.lines) + (result.rows ? table_text(*result.rows, style.headers) : "") +
+           (style.quiet ? "" : lines_text(result.confirmations));
+}
+
+// Why standard output could not be written; 0 when it was. A reader who went away has seen enough.
+int write_out(const std::string& text)
+{
+    for (size_t done = 0; done < text.size();) {
+        const ssize_t written = write(STDOUT_FILENO, text.data() + done, text.size() - done);
+        if (written < 0 && errno != EINTR)
+            return errno == EPIPE ? 0 : errno;
+        done += written > 0 ? static_cast<size_t>(written) : 0;
+    }
+    return 0;
+}
+
+problem untold(exit_status status, int error)
+{
+    return {.status = status == exit_status::done ? exit_status::done_in_part : status,
+            .what = "the results were not printed",
+            .culprits = {{"standard output", "", std::string("cannot be written: ") + strerror(error)}},
+            .next =
+                std::string("the command itself ended with '") + word_of(status) + "', so do not just run it again"};
+}
+
+void print_problem(const problem& one)
+{
+    fprintf(stderr, "utmctl: %s\n", sentence_of(one).c_str());
 }
 
 } // namespace
 
-void print(const std::string& command, const outcome& result, const output_style& style)
+exit_status print(const std::string& command, const outcome& result, const output_style& style)
 {
-    if (style.json)
-        print_json(command, result, style.pretty);
-    else
-        print_text(result, style);
-    fflush(stdout);
+    signal(SIGPIPE, SIG_IGN); // without a reader of the results the problems are told all the same
+    const int error = write_out(style.json ? json_text(command, result, style.pretty) : plain_text(result, style));
     for (const problem& one : result.problems)
-        fprintf(stderr, "utmctl: %s\n", sentence_of(one).c_str());
+        print_problem(one);
+    if (error == 0)
+        return result.status;
+    const problem unwritten = untold(result.status, error);
+    print_problem(unwritten);
+    return unwritten.status;
 }

@@ -66,9 +66,11 @@ outcome reserve(const request& asked)
 {
     const id_kind& kind = kind_of(asked.one("KIND"));
     const int32_t id = asked.has("ID") ? id_of(asked.one("ID")) : 0;
-    const std::string what = (id == 0 ? std::string("an identifier") : named(kind, id)) + " was not reserved";
+    const std::string subject = id == 0 ? std::string("an identifier") : named(kind, id);
+    const std::string what = subject + " was not reserved";
     read_registry(what, asked.timeout);
-    const call_result call = call_in_worker(what, asked.timeout, [&] { return clear_and_reserve(id, kind); });
+    const call_result call =
+        call_in_worker(subject + " may have been reserved", asked.timeout, [&] { return clear_and_reserve(id, kind); });
     const int reserved = call.value;
     if (reserved == -1)
         tell_not_reserved(what, call.error);
@@ -95,9 +97,10 @@ outcome release(const request& asked)
     const utm_id_registry before = read_registry(what, asked.timeout);
     if (!is_registered(before, kind.number, id))
         tell_unknown(what);
+    const std::string maybe = named(kind, id) + " may have been released";
     const call_result call =
-        call_in_worker(what, asked.timeout, [&] { return reset_utm_id_shm(static_cast<uint32_t>(id), kind.number); });
-    const utm_id_registry after = read_registry(what, asked.timeout);
+        call_in_worker(maybe, asked.timeout, [&] { return reset_utm_id_shm(static_cast<uint32_t>(id), kind.number); });
+    const utm_id_registry after = read_registry(maybe, asked.timeout);
     if (call.value != 0 || is_registered(after, kind.number, id))
         throw failure(registry_problem(what, "did not take the change", call.error));
     outcome released = {.result = {{"id", id}, {"released", freed_kinds(before, after, id)}}};
@@ -107,29 +110,31 @@ outcome release(const request& asked)
 }
 
 // The library reports success when it could not lock the registry, and the marker keeps it from trying again.
-outcome initialise(const std::string& what, double timeout, bool remove_marker)
+outcome initialise(const std::string& participle, double timeout, bool remove_marker)
 {
+    const std::string what = "the registry was not " + participle;
+    const std::string maybe = "the registry may have been " + participle;
     read_registry(what, timeout);
     if (remove_marker && unlink(UTM_ID_MARKER) != 0 && errno != ENOENT)
         throw failure(registry_problem(what, std::string("keeps its marker ") + UTM_ID_MARKER, errno));
     if (registry_was_cleared())
         return {.result = {{"cleared", false}}, .confirmations = {"the registry is in use since the gateway started"}};
-    const call_result call = call_in_worker(what, timeout, init_utm_id_shm);
+    const call_result call = call_in_worker(maybe, timeout, init_utm_id_shm);
     if (call.value != 0)
         throw failure(registry_problem(what, "cannot be cleared", call.error));
-    if (!is_empty(read_registry(what, timeout)))
+    if (!is_empty(read_registry(maybe, timeout)))
         throw failure(registry_problem(what, "was not cleared, or somebody uses it already", 0));
     return {.result = {{"cleared", true}}, .confirmations = {"the registry was cleared"}};
 }
 
 outcome init(const request& asked)
 {
-    return initialise("the registry was not initialised", asked.timeout, false);
+    return initialise("initialised", asked.timeout, false);
 }
 
 outcome clear(const request& asked)
 {
-    return initialise("the registry was not cleared", asked.timeout, true);
+    return initialise("cleared", asked.timeout, true);
 }
 
 constexpr argument kind_and_id[] = {
@@ -143,11 +148,19 @@ constexpr argument kind_and_new_id[] = {
 
 constexpr command commands[] = {
     {"show", {}, show, "show every slot in use"},
-    {"check", kind_and_id, check, "tell by the exit status whether an identifier is registered"},
-    {"reserve", kind_and_new_id, reserve, "reserve an identifier, without telling any daemon, and print it"},
-    {"release", kind_and_id, release, "release an identifier, without telling any daemon; a policy's as both kinds"},
+    {"check", kind_and_id, check, "tell by the exit status whether an identifier is registered", nullptr,
+     "registry check profile 7"},
+    {"reserve", kind_and_new_id, reserve, "reserve an identifier, without telling any daemon, and print it", nullptr,
+     "registry reserve cf-policy 70"},
+    {"release", kind_and_id, release, "release an identifier, without telling any daemon; a policy's as both kinds",
+     nullptr, "registry release cf-policy 70"},
     {"init", {}, init, "clear the registry if that was not done since the gateway started"},
-    {"clear", {}, clear, "clear the registry now, without telling any daemon", "every identifier and binding"},
+    {"clear",
+     {},
+     clear,
+     "clear the registry now, without telling any daemon",
+     "every identifier and binding",
+     "registry clear --yes"},
 };
 
 } // namespace

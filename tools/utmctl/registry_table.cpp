@@ -40,7 +40,7 @@ void show_policies(outcome& shown_registry, const char* kind, const char* member
         if (policies[slot] == 0)
             continue;
         values.push_back({{"slot", slot}, {"id", policies[slot]}});
-        shown_registry.rows->rows.push_back({kind, std::to_string(slot), shown(policies[slot]), "", ""});
+        shown_registry.rows->rows.push_back({kind, std::to_string(slot), shown(policies[slot]), "-", "-"});
     }
     shown_registry.result[member] = values;
 }
@@ -49,7 +49,7 @@ void show_policies(outcome& shown_registry, const char* kind, const char* member
 
 outcome list_profiles(const utm_id_registry& registry)
 {
-    outcome listed = {.result = json::array(), .rows = table{{"ID", "CF-POLICY", "APP-POLICY"}, {}}};
+    outcome listed = {.result = json::array(), .rows = table{{{"ID"}, {"CF-POLICY"}, {"APP-POLICY"}}, {}}};
     for (size_t slot = 0; slot < UTM_ID_SLOTS; ++slot) {
         const binding one = slot_of(registry, slot);
         if (one.profile == 0)
@@ -64,7 +64,7 @@ outcome list_profiles(const utm_id_registry& registry)
 outcome show_registry(const utm_id_registry& registry, bool cleared)
 {
     outcome all = {.result = {{"cleared", cleared}},
-                   .rows = table{{"KIND", "SLOT", "ID", "CF-POLICY", "APP-POLICY"}, {}}};
+                   .rows = table{{{"KIND", false}, {"SLOT"}, {"ID"}, {"CF-POLICY"}, {"APP-POLICY"}}, {}}};
     json profiles = json::array();
     for (size_t slot = 0; slot < UTM_ID_SLOTS; ++slot) {
         const binding one = slot_of(registry, slot);

@@ -117,13 +117,7 @@ int wait_for(pid_t worker)
 {
     char limit[32];
     snprintf(limit, sizeof limit, "%g", seconds);
-    throw failure(
-        {.status = exit_status::no_answer,
-         .what = what,
-         .culprits = {overdue_culprit(std::string("within ") + limit + " s")},
-         .next =
-             "the call was ended and may have been carried out in part: 'utmctl registry show' tells what the registry "
-             "holds, and --timeout sets a longer limit"});
+    throw failure(overdue_call(what, std::string("within ") + limit + " s"));
 }
 
 [[noreturn]] void tell_death(const std::string& what, int status)

@@ -1,0 +1,40 @@
+#pragma once
+
+#include "kqutm/registry.h"
+
+#include <csignal>
+#include <string>
+#include <sys/wait.h>
+#include <unistd.h>
+
+// Holds the registry lock until it goes, in a process of its own, which is stopped.
+class stopped_lock_holder {
+public:
+    stopped_lock_holder() : process_(fork())
+    {
+        if (process_ == 0) {
+            utm_id_config_lock(init_utm_id_config_sem());
+            raise(SIGSTOP);
+            _exit(0);
+        }
+        int status;
+        waitpid(process_, &status, WUNTRACED);
+    }
+    stopped_lock_holder(const stopped_lock_holder&) = delete;
+    stopped_lock_holder& operator=(const stopped_lock_holder&) = delete;
+    ~stopped_lock_holder()
+    {
+        kill(process_, SIGKILL);
+        waitpid(process_, nullptr, 0);
+    }
+
+    // What utmctl says when it does not get the lock in so many seconds.
+    std::string told_within(const std::string& seconds) const
+    {
+        return "the registry lock was not given within " + seconds + " s: process " + std::to_string(process_) +
+               " (test_utmctl) holds it; end that process or wait for it, then see what 'utmctl registry show' tells\n";
+    }
+
+private:
+    pid_t process_;
+};

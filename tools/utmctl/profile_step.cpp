@@ -1,0 +1,121 @@
+#include "tools/utmctl/profile_step.h"
+
+#include "tools/utmctl/log_watch.h"
+#include "tools/utmctl/registry_view.h"
+#include "tools/utmctl/worker.h"
+
+#include <utility>
+
+namespace {
+
+std::string maybe_done(const profile_step& step)
+{
+    return step.subject + " may have been " + step.participle;
+}
+
+const char* remedy_for(exit_status status)
+{
+    switch (status) {
+    case exit_status::unreachable:
+        return "start what cannot be reached";
+    case exit_status::no_answer:
+        return "find out why the daemon hangs";
+    case exit_status::protocol_error:
+        return "check that the daemon and the library are of one version";
+    default:
+        return "ask the daemon's own log for the reason";
+    }
+}
+
+const char* first_remedy(const profile_answers& answers)
+{
+    for (const failed_exchange& one : answers.failures) {
+        if (one.status != exit_status::done)
+            return remedy_for(one.status);
+    }
+    if (!answers.unplaced.empty())
+        return remedy_for(answers.unplaced.front().status);
+    return answers.status == exit_status::registry_unusable ? "look with 'utmctl registry show' what it holds"
+                                                            : "make the diagnostic log writable";
+}
+
+// A profile that only daemons know can be deleted there once the registry knows it again.
+std::string next_step(const profile_answers& answers, bool left_unregistered, int32_t id)
+{
+    const std::string number = std::to_string(id);
+    const std::string last = left_unregistered ? "clear what is left with 'utmctl registry reserve profile " + number +
+                                                     "' and 'utmctl profile delete " + number + "'"
+                                               : "run the command again";
+    return std::string(first_remedy(answers)) + ", then " + last;
+}
+
+// What the three daemons and the registry hold now, where they disagree.
+std::string state_of(const profile_answers& answers, bool registered)
+{
+    if (all_failed(answers))
+        return "";
+    const std::string accepted = daemons_that(answers, profile_answers::answer::accepted);
+    const char* registry = registered ? "in the registry" : "not in the registry";
+    return " (" + (accepted.empty() ? "" : "accepted by " + accepted + "; ") + registry + ")";
+}
+
+std::string what_happened(const profile_step& step, const profile_answers& answers)
+{
+    if (answers.status != exit_status::done_in_part)
+        return not_done(step);
+    return any_failed(answers) ? step.subject + " was " + step.participle + " in part"
+                               : maybe_done(step) + " in part only";
+}
+
+} // namespace
+
+std::string not_done(const profile_step& step)
+{
+    return step.subject + " was not " + step.participle;
+}
+
+std::string done(const profile_step& step)
+{
+    return step.subject + " " + step.participle;
+}
+
+profile_report carry_out(const profile_step& step, const operation& work, double timeout)
+{
+    const utm_id_registry before = read_registry(not_done(step), timeout);
+    const log_watch log(UTM_APPCF_LOG);
+    const call_result call = call_in_worker(maybe_done(step), timeout, work);
+    const utm_id_registry after = read_registry(maybe_done(step), timeout);
+    const int32_t returned = call.value;
+    return {.returned = returned,
+            .evidence = {.id = step.id != 0 ? step.id : returned,
+                         .error = returned == -1 ? std::optional(call.error) : std::nullopt,
+                         .failures = failed_exchanges(log.lines()),
+                         .log_works = log.takes_lines(),
+                         .before = before,
+                         .after = after}};
+}
+
+outcome told(const profile_step& step, const profile_answers& answers, const profile_evidence& evidence, json result)
+{
+    const bool registered = is_registered(evidence.after, UTM_ID_USER_PROFILE, evidence.id);
+    result["registered"] = registered;
+    result["daemons"] = json_of(answers);
+    result["status"] = word_of(answers.status);
+    outcome told = {.status = answers.status, .result = std::move(result)};
+    if (answers.status == exit_status::done)
+        return told;
+    const bool left_unregistered = !registered && evidence.id > 0 && !all_failed(answers);
+    told.problems.push_back({.status = answers.status,
+                             .what = what_happened(step, answers) + state_of(answers, registered),
+                             .culprits = culprits_of(answers),
+                             .next = next_step(answers, left_unregistered, evidence.id)});
+    return told;
+}
+
+outcome refused(const json& result, problem why)
+{
+    outcome refusal = {.status = why.status, .result = result};
+    refusal.result["status"] = word_of(why.status);
+    refusal.problems.push_back(std::move(why));
+    return refusal;
+}

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "tools/utmctl/profile_evidence.h"
+
+#include <functional>
+
+// One operation on one profile: how it is told, how its answers are judged, and what came of it.
+
+struct profile_step {
+    std::string subject;    // "profile 7"
+    std::string participle; // "created"
+    int32_t id;             // 0: the operation chooses one
+    profile_answers (*judge)(profile_evidence);
+};
+
+using operation = std::function<int32_t()>;
+
+struct profile_report {
+    int32_t returned;
+    profile_evidence evidence;
+};
+
+std::string not_done(const profile_step& step);
+std::string done(const profile_step& step);
+
+// Calls the library, and looks at the registry and the log before and after.
+profile_report carry_out(const profile_step& step, const operation& work, double timeout);
+
+// The outcome of a step whose evidence was judged so. Result holds what is known besides.
+outcome told(const profile_step& step, const profile_answers& answers, const profile_evidence& evidence, json result);
+
+// The outcome of a step that the registry did not let happen, or that nobody knows the end of.
+outcome refused(const json& result, problem why);
