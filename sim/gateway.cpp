@@ -7,6 +7,7 @@
 
 #include <csignal>
 #include <fcntl.h>
+#include <functional>
 #include <sys/mman.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
@@ -28,28 +29,12 @@ int trace_in_memory()
 // dies.
 pid_t start_supervisor(const scenario& start, const trace_file& trace)
 {
-    int ready[2];
-    if (pipe2(ready, O_CLOEXEC) != 0)
-        fail("pipe");
-    auto body = [&] {
+    return start_until_ready("the gateway", {trace.fd()}, [&](const std::function<void()>& ready) {
         setpgid(0, 0);
         signal(SIGTERM, SIG_DFL);
         prctl(PR_SET_PDEATHSIG, SIGTERM);
-        return supervise(start, trace, [&] {
-            (void)!write(ready[1], "", 1);
-            close(ready[1]);
-        });
-    };
-    const pid_t supervisor = start_process(body, _exit);
-    close(ready[1]);
-    char byte = 0;
-    const bool is_ready = read(ready[0], &byte, 1) == 1;
-    close(ready[0]);
-    if (!is_ready) {
-        waitpid(supervisor, nullptr, 0);
-        throw std::runtime_error("the gateway did not start");
-    }
-    return supervisor;
+        return supervise(start, trace, ready);
+    });
 }
 
 } // namespace

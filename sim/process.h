@@ -1,7 +1,9 @@
 #pragma once
 
 #include <functional>
+#include <string>
 #include <sys/types.h>
+#include <vector>
 
 namespace sim {
 
@@ -11,6 +13,11 @@ constexpr int view_refused = 125;
 // Runs body in a child that does not outlive this process, and ends it by leave: exit or _exit. What body throws is
 // printed, and the child's status then view_refused.
 pid_t start_process(const std::function<int()>& body, void (*leave)(int));
+
+// Runs body in a child that keeps no descriptors of this process but the standard ones and those needed. Returns once
+// body has called ready; fails where it ends before.
+pid_t start_until_ready(const std::string& name, std::vector<int> needed,
+                        const std::function<int(const std::function<void()>& ready)>& body);
 
 // Waits for the child and collects every orphan that ends before it. Returns its exit status as a shell would: 128 and
 // the signal's number for a process that was killed.

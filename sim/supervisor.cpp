@@ -5,8 +5,9 @@
 #include "sim/process.h"
 
 #include <csignal>
-#include <fcntl.h>
 #include <filesystem>
+#include <iterator>
+#include <map>
 #include <poll.h>
 #include <sys/signalfd.h>
 #include <sys/wait.h>
@@ -25,28 +26,13 @@ sigset_t handled_signals()
     return signals;
 }
 
-// Starts a daemon and returns when its sockets are there.
 pid_t start_daemon(const daemon_kind& kind, const daemon_setup& setup, const trace_file& trace)
 {
-    int ready[2];
-    if (pipe2(ready, O_CLOEXEC) != 0)
-        fail("pipe");
-    auto body = [&]() -> int {
+    return start_until_ready(kind.name, {trace.fd()}, [&](const std::function<void()>& ready) -> int {
         const sigset_t signals = handled_signals();
         sigprocmask(SIG_UNBLOCK, &signals, nullptr);
-        run_daemon(kind, setup, trace, [&] {
-            (void)!write(ready[1], "", 1);
-            close(ready[1]);
-        });
-    };
-    const pid_t daemon = start_process(body, _exit);
-    close(ready[1]);
-    char byte = 0;
-    const bool is_ready = read(ready[0], &byte, 1) == 1;
-    close(ready[0]);
-    if (!is_ready)
-        throw std::runtime_error(std::string(kind.name) + " did not start");
-    return daemon;
+        run_daemon(kind, setup, trace, ready);
+    });
 }
 
 class supervisor {

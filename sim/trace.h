@@ -24,6 +24,7 @@ public:
     // fd is open for appending and stays the caller's.
     trace_file(int fd, bool with_bytes);
 
+    int fd() const { return fd_; }
     void write(const trace_entry& entry) const;
 
 private:

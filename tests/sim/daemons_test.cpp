@@ -2,8 +2,10 @@
 #include "tests/sim/client.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <filesystem>
 #include <gtest/gtest.h>
+#include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -180,6 +182,19 @@ TEST(gateway, refuses_to_run_twice_at_one_place)
     const sim::gateway first;
     EXPECT_THROW(sim::gateway(), std::runtime_error);
     EXPECT_EQ(client::exchange("/dev/utm_app_config_socket", client::app_request(1, 7)), reply(0));
+}
+
+TEST(gateway, holds_no_descriptor_of_its_maker)
+{
+    int ends[2];
+    ASSERT_EQ(pipe(ends), 0);
+    const sim::gateway gateway;
+    gateway.restart("cf");
+    close(ends[1]);
+    pollfd closed = {.fd = ends[0], .events = POLLIN};
+    EXPECT_EQ(poll(&closed, 1, 10'000), 1);
+    EXPECT_EQ(closed.revents, POLLHUP);
+    close(ends[0]);
 }
 
 } // namespace
