@@ -3,12 +3,15 @@
 #include "sim/failure.h"
 #include "sim/loopback.h"
 
+#include <algorithm>
+#include <cstdio>
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <sched.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
+#include <sys/utsname.h>
 #include <unistd.h>
 
 namespace sim {
@@ -18,7 +21,8 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr char stage[] = "/tmp/.stage";
-constexpr int process_links = 32768; // the usual greatest process number
+constexpr int usual_process_limit = 32768;
+constexpr int own_process_limit = 8192; // each number costs a link
 
 // The content filter's kernel module is not there, so plain files stand for its switches. What they hold before the
 // first write is the simulator's own choice.
@@ -99,6 +103,26 @@ bool is_process(const std::string& name)
     return name.find_first_not_of("0123456789") == std::string::npos;
 }
 
+// Since Linux 6.14 a PID namespace limits its numbers for itself; before, a limit would be the whole machine's.
+bool has_limit_of_its_own()
+{
+    utsname kernel = {};
+    int major_number = 0;
+    int minor_number = 0;
+    return uname(&kernel) == 0 && sscanf(kernel.release, "%d.%d", &major_number, &minor_number) == 2 &&
+           (major_number > 6 || (major_number == 6 && minor_number >= 14));
+}
+
+// Returns the greatest process number to reckon with.
+int limit_processes(const fs::path& kernel)
+{
+    if (!has_limit_of_its_own())
+        return usual_process_limit;
+    std::ofstream limit(kernel / "sys/kernel/pid_max");
+    limit << own_process_limit << std::flush;
+    return limit ? own_process_limit : usual_process_limit;
+}
+
 // Where the kernel's /proc has net, a link that leads into each process, nothing can be mounted. So /proc becomes a
 // folder of links into the kernel's one, and its net/ a folder of its own.
 void build_proc(const fs::path& proc)
@@ -119,7 +143,8 @@ void build_proc(const fs::path& proc)
         std::string name = entry.path().filename();
         fs::create_symlink("../.kernel/net/" + name, proc / "net" / name);
     }
-    for (int process = 1; process <= process_links; process++) {
+    const int last = limit_processes(kernel);
+    for (int process = 1; process <= last; process++) {
         std::string name = std::to_string(process);
         fs::create_symlink(".kernel/" + name, proc / name);
     }
