@@ -1,5 +1,6 @@
 #include "sim/connection.h"
 
+#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <random>

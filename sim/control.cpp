@@ -2,6 +2,7 @@
 
 #include "sim/failure.h"
 
+#include <exception>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/time.h>

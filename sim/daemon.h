@@ -4,6 +4,9 @@
 #include "sim/fault.h"
 #include "sim/trace.h"
 
+#include <functional>
+#include <vector>
+
 namespace sim {
 
 // What one daemon starts with. Null state: what a service holds when it is new.

@@ -3,6 +3,7 @@
 #include "kqutm/daemon.h"
 #include "sim/failure.h"
 
+#include <cstring>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>

@@ -2,6 +2,7 @@
 
 #include "sim/mac.h"
 
+#include <cstring>
 #include <span>
 
 namespace sim {

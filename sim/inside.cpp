@@ -4,10 +4,14 @@
 #include "sim/process.h"
 
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <dlfcn.h>
 #include <filesystem>
 #include <fstream>
+#include <stdexcept>
+#include <system_error>
 #include <unistd.h>
 
 namespace sim {

@@ -3,6 +3,8 @@
 #include "sim/failure.h"
 
 #include <arpa/inet.h>
+#include <cerrno>
+#include <cstdint>
 #include <cstring>
 #include <net/if.h>
 #include <netinet/in.h>

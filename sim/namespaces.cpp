@@ -4,6 +4,7 @@
 #include "sim/process.h"
 #include "sim/view.h"
 
+#include <cstdlib>
 #include <fstream>
 #include <sched.h>
 #include <unistd.h>

@@ -3,10 +3,12 @@
 #include "sim/failure.h"
 
 #include <algorithm>
+#include <iterator>
 #include <poll.h>
 #include <sys/eventfd.h>
 #include <sys/un.h>
 #include <unistd.h>
+#include <utility>
 
 namespace sim {
 

@@ -4,6 +4,7 @@
 #include "sim/failure.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <ctime>
 #include <sstream>
 #include <sys/mman.h>

@@ -1,7 +1,7 @@
 #include "sim/failure.h"
 #include "sim/trace.h"
 
-#include <cstdio>
+#include <iterator>
 #include <libsmartcols.h>
 #include <memory>
 

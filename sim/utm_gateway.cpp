@@ -6,8 +6,13 @@
 
 #include <CLI/CLI.hpp>
 #include <csignal>
+#include <exception>
 #include <fcntl.h>
+#include <functional>
 #include <iostream>
+#include <string>
+#include <unistd.h>
+#include <vector>
 
 namespace sim {
 

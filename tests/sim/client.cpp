@@ -1,6 +1,7 @@
 #include "tests/sim/client.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstddef>
 #include <sys/socket.h>
 #include <sys/time.h>

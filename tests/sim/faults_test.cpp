@@ -1,8 +1,8 @@
 #include "sim/gateway.h"
 #include "tests/sim/client.h"
 
+#include <cerrno>
 #include <chrono>
-#include <csignal>
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <poll.h>
