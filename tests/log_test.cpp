@@ -168,6 +168,18 @@ TEST(log, commands_are_cut_at_their_buffer)
     EXPECT_EQ(plan.calls("system")[1], "system(" + ("/bin/touch " + path).substr(0, 511) + ")");
 }
 
+TEST(log, move_is_cut_at_its_buffer)
+{
+    const std::string path = "/tmp/utm_log/" + std::string(250, 'a');
+    const std::string command = ("/bin/mv " + path + " " + path + "2").substr(0, 511);
+    make_sparse_file(path, threshold + 1);
+    wrap::plan plan;
+    utm_log(path.c_str(), "new\n");
+    EXPECT_EQ(plan.calls("system"), std::vector<std::string>{"system(" + command + ")"});
+    EXPECT_TRUE(exists(command.substr(command.rfind(' ') + 1)));
+    EXPECT_EQ(content_of(path), "new\n");
+}
+
 TEST(log, failing_commands_are_ignored)
 {
     std::filesystem::create_directory("/tmp/utm_log");

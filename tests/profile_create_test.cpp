@@ -118,6 +118,23 @@ TEST(create, every_refusal_releases_the_id_again)
     EXPECT_EQ(appcf_log(), refused(1) + refused(4) + refused(3));
 }
 
+TEST(create, id_that_the_content_filter_refused_is_released_before_the_next_daemon_is_told)
+{
+    config_daemons others({.cf = 5, .user_profile = absent});
+    sim::scripted_daemon user_profile(user_profile_path, look_and_answer([] { EXPECT_FALSE(is_registered(7)); }));
+    EXPECT_EQ(utm_user_profile_create(7), 7);
+    EXPECT_EQ(user_profile.requests().size(), 1U);
+}
+
+TEST(create, id_that_the_user_profile_daemon_refused_is_released_before_the_next_daemon_is_told)
+{
+    config_daemons others({.app = absent, .user_profile = absent});
+    sim::scripted_daemon user_profile(user_profile_path, look_and_answer([] { EXPECT_TRUE(is_registered(7)); }, 5));
+    sim::scripted_daemon app(app_path, look_and_answer([] { EXPECT_FALSE(is_registered(7)); }));
+    EXPECT_EQ(utm_user_profile_create(7), 7);
+    EXPECT_EQ(app.requests().size(), 1U);
+}
+
 TEST(create, id_that_is_taken)
 {
     config_daemons daemons;
@@ -132,10 +149,8 @@ TEST(create, id_that_is_taken)
 TEST(create, registry_that_is_full)
 {
     config_daemons daemons;
-    std::map<size_t, uint32_t> all;
-    for (uint32_t i = 0; i < 256; i++)
-        all[profiles + i] = i + 1;
-    register_ids(all);
+    register_ids({});
+    fill(profiles);
     EXPECT_EQ(utm_user_profile_create(1000), -1);
     EXPECT_EQ(errno, ENOSPC);
     EXPECT_EQ(daemons.told(), paths{});

@@ -154,6 +154,35 @@ TEST(delete_profile, absent_daemons_do_not_stop_it)
               unreachable() + delete_failed + unreachable() + delete_failed + unreachable() + delete_failed);
 }
 
+TEST(delete_profile, registry_changes_before_the_next_daemon_is_told)
+{
+    register_a_bound_profile();
+    const slots before = all_slots();
+    slots between = before;
+    between[profiles] = between[cf_bindings] = between[cf_policies + 1] = 0;
+    sim::scripted_daemon content_filter(cf_path, look_and_answer([&] { EXPECT_EQ(all_slots(), before); }));
+    sim::scripted_daemon app(app_path, look_and_answer([&] { EXPECT_EQ(all_slots(), between); }));
+    sim::scripted_daemon user_profile(user_profile_path,
+                                      look_and_answer([] { EXPECT_EQ(all_slots(), slots(1280, 0)); }));
+    EXPECT_EQ(utm_user_profile_delete(7), 0);
+    EXPECT_EQ(user_profile.requests().size(), 1U);
+}
+
+TEST(delete_profile, policies_that_were_bound_at_the_start_are_freed)
+{
+    register_a_bound_profile();
+    set_slots({{cf_policies + 2, 21}, {app_policies + 2, 31}});
+    config_daemons others({.cf = absent});
+    sim::scripted_daemon content_filter(cf_path, look_and_answer([] {
+                                            set_slots({{cf_bindings, 21}, {app_bindings, 31}});
+                                        }));
+    EXPECT_EQ(utm_user_profile_delete(7), 0);
+    slots expected(1280, 0);
+    expected[cf_policies + 2] = 21;
+    expected[app_policies + 2] = 31;
+    EXPECT_EQ(all_slots(), expected);
+}
+
 TEST(delete_profile, lock_is_held_until_the_last_answer)
 {
     config_daemons daemons;
@@ -192,6 +221,18 @@ TEST(delete_profile, registry_that_cannot_be_attached)
     EXPECT_EQ(daemons.told(), paths{});
     EXPECT_EQ(appcf_log(), attach_failed);
     EXPECT_EQ(semaphore_value(), 1);
+}
+
+TEST(delete_profile, failed_unlocking_does_not_count)
+{
+    config_daemons daemons;
+    register_ids({{profiles, 7}});
+    wrap::plan plan;
+    plan.fail("semop", 2, EIDRM);
+    EXPECT_EQ(utm_user_profile_delete(7), 0);
+    EXPECT_EQ(plan.count("semop"), 2);
+    EXPECT_FALSE(is_registered(7));
+    EXPECT_FALSE(exists("/tmp/utm_log"));
 }
 
 TEST(delete_profile, does_not_clear_the_registry)

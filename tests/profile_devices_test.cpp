@@ -109,4 +109,14 @@ TEST_P(devices, null_address_is_refused_without_a_trace)
     EXPECT_FALSE(exists("/tmp/utm_log"));
 }
 
+TEST_P(devices, registry_is_not_cleared)
+{
+    config_daemons daemons;
+    set_slots({{profiles, 7}, {cf_bindings, 20}, {app_policies + 255, 30}});
+    const slots before = all_slots();
+    EXPECT_EQ(GetParam().run(7, mac), 0);
+    EXPECT_EQ(all_slots(), before);
+    EXPECT_FALSE(exists("/tmp/utm_user_profile_shm"));
+}
+
 } // namespace

@@ -90,4 +90,14 @@ TEST(flush, registry_that_cannot_be_attached)
     EXPECT_EQ(semaphore_value(), 1);
 }
 
+TEST(flush, does_not_clear_the_registry)
+{
+    config_daemons daemons;
+    set_slots({{profiles, 7}, {cf_policies + 3, 20}});
+    EXPECT_EQ(utm_user_profile_flush(), 0);
+    EXPECT_EQ(daemons.told(), change_order);
+    EXPECT_EQ(slot(cf_policies + 3), 20U);
+    EXPECT_FALSE(exists("/tmp/utm_user_profile_shm"));
+}
+
 } // namespace

@@ -207,4 +207,15 @@ TEST(init_registry, segment_that_cannot_be_attached)
     EXPECT_EQ(semaphore_value(), 1) << "unlocked again";
 }
 
+TEST(init_registry, failed_unlocking_does_not_count)
+{
+    set_slots({{0, 11}});
+    wrap::plan plan;
+    plan.fail("semop", 2, EIDRM);
+    EXPECT_EQ(init_utm_id_shm(), 0);
+    EXPECT_EQ(plan.count("semop"), 2);
+    EXPECT_EQ(slot(0), 0U);
+    EXPECT_FALSE(exists("/tmp/utm_log"));
+}
+
 } // namespace

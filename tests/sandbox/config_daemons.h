@@ -3,6 +3,7 @@
 #include "sim/scripted_daemon.h"
 #include "tests/sandbox/bytes.h"
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -37,6 +38,12 @@ inline sim::script answer(const records& replies)
 inline sim::script answer(uint8_t status)
 {
     return answer(records{reply(status)});
+}
+
+// Takes a request, looks around, and answers.
+inline sim::script look_and_answer(const std::function<void()>& look, uint8_t status = 0)
+{
+    return {sim::receive(), [look](const sim::conversation&) { look(); }, sim::send(reply(status))};
 }
 
 constexpr int absent = -1;

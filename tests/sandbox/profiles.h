@@ -2,7 +2,7 @@
 
 #include "tests/sandbox/config_daemons.h"
 #include "tests/sandbox/files.h"
-#include "tests/sandbox/registry.h"
+#include "tests/sandbox/id_tables.h"
 #include "tests/wrap/wrap.h"
 
 #include <algorithm>
@@ -11,8 +11,6 @@
 // What the tests of the profile operations have in common.
 
 using paths = std::vector<std::string>;
-
-inline constexpr char attach_failed[] = "attach_utm_id_data_shm() fail\n";
 
 inline const paths create_order = {cf_path, user_profile_path, app_path};
 inline const paths change_order = {cf_path, app_path, user_profile_path};
