@@ -279,16 +279,6 @@ TEST(reader, works_above_descriptor_1024)
     free(response);
 }
 
-TEST(reader, descriptor_0_stays_open)
-{
-    sim::scripted_daemon daemon(cf_path, answer({reply(0)}));
-    closed_stdin closed;
-    utm_event_response* response = ask(1, cf);
-    EXPECT_NE(response, nullptr);
-    EXPECT_EQ(fcntl(0, F_GETFD), FD_CLOEXEC);
-    free(response);
-}
-
 TEST(reader, null_event_is_refused_without_a_trace)
 {
     wrap::plan plan;

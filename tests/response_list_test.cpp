@@ -2,6 +2,7 @@
 
 #include "tests/sandbox/config_daemons.h"
 #include "tests/sandbox/files.h"
+#include "tests/sandbox/lists.h"
 #include "tests/sandbox/reader.h"
 #include "tests/wrap/wrap.h"
 
@@ -10,8 +11,6 @@
 #include <gtest/gtest.h>
 
 namespace {
-
-using calls = std::vector<std::string>;
 
 constexpr int cf = UTM_CONFIG_TARGET_CF;
 constexpr int app = UTM_CONFIG_TARGET_APP;
@@ -32,33 +31,6 @@ sim::bytes prev_days(uint32_t app_id, uint8_t first_figure)
     for (size_t i = 0; i < 124; i++)
         record[84 + i] = static_cast<uint8_t>(first_figure + i);
     return record;
-}
-
-sim::bytes domain(const std::string& text, uint32_t value)
-{
-    sim::bytes record = reply(2);
-    put_text(record, 288, text + std::string(1, '\0'));
-    put_u32(record, 800, value);
-    return record;
-}
-
-// The entries behind a head, as steps along next; checks that prev leads back.
-template <class Entry> std::vector<Entry*> entries_of(Entry* head)
-{
-    std::vector<Entry*> entries;
-    for (utm_list_links* at = head->links.next; at != &head->links; at = at->next) {
-        EXPECT_EQ(at->prev->next, at);
-        EXPECT_EQ(at->next->prev, at);
-        entries.push_back(reinterpret_cast<Entry*>(reinterpret_cast<char*>(at) - offsetof(Entry, links)));
-    }
-    return entries;
-}
-
-void free_domains(utm_domain_browse_entry* head)
-{
-    for (utm_domain_browse_entry* entry : entries_of(head))
-        free(entry);
-    free(head);
 }
 
 TEST(app_usage_list, entries_stand_in_the_order_received)
@@ -216,81 +188,6 @@ TEST(prev_days_list, entry_that_cannot_be_allocated_is_not_traced)
     EXPECT_EQ(appcf_log(), reader_line(" new_app_prev_days malloc fail"));
 }
 
-TEST(domain_list, entries_hold_domain_and_value)
-{
-    const std::string longest(511, 'd');
-    sim::scripted_daemon daemon(cf_path, answer({domain("a.example", 5), domain(longest, 6), reply(0)}));
-    utm_event_response* response = ask(25, cf);
-    ASSERT_NE(response, nullptr);
-    const auto entries = entries_of(response->domain_browse_list);
-    ASSERT_EQ(entries.size(), 2U);
-    EXPECT_STREQ(entries[0]->domain, "a.example");
-    EXPECT_EQ(entries[0]->value, 5U);
-    EXPECT_EQ(bytes_of(entries[0]->domain, 512), bytes_of(domain("a.example", 5).data() + 288, 512))
-        << "all 512 bytes, whatever follows the terminator";
-    EXPECT_EQ(entries[1]->domain, longest);
-    EXPECT_EQ(entries[1]->value, 6U);
-    free_domains(response->domain_browse_list);
-    free(response);
-}
-
-TEST(domain_list, traces_of_three_entries_run_together)
-{
-    sim::scripted_daemon daemon(cf_path, answer({domain("one", 1), domain("two", 2), domain("three", 3), reply(0)}));
-    utm_event_response* response = ask(25, cf);
-    ASSERT_NE(response, nullptr);
-    EXPECT_EQ(appcf_log(), "response->cf.domain_browse->domain: oneresponse->cf.domain_browse->domain: two"
-                           "response->cf.domain_browse->domain: three");
-    free_domains(response->domain_browse_list);
-    free(response);
-}
-
-TEST(domain_list, domain_without_a_terminator_is_traced_to_the_end_of_its_field)
-{
-    sim::bytes record = reply(2);
-    put_text(record, 288, std::string(512, 'x'));
-    put_text(record, 800, "yyyy");
-    sim::scripted_daemon daemon(cf_path, answer({record, reply(0)}));
-    utm_event_response* response = ask(25, cf);
-    ASSERT_NE(response, nullptr);
-    EXPECT_EQ(appcf_log(), "response->cf.domain_browse->domain: " + std::string(512, 'x'));
-    free_domains(response->domain_browse_list);
-    free(response);
-}
-
-TEST(domain_list, empty_one_is_a_head_that_points_to_itself)
-{
-    sim::scripted_daemon daemon(cf_path, answer({reply(0)}));
-    utm_event_response* response = ask(25, cf);
-    ASSERT_NE(response, nullptr);
-    utm_domain_browse_entry* head = response->domain_browse_list;
-    EXPECT_EQ(head->links.next, &head->links);
-    EXPECT_EQ(head->links.prev, &head->links);
-    EXPECT_FALSE(exists("/tmp/utm_log"));
-    free(head);
-    free(response);
-}
-
-TEST(domain_list, head_that_cannot_be_allocated)
-{
-    sim::scripted_daemon daemon(cf_path, answer({reply(0)}));
-    wrap::plan plan;
-    plan.fail("malloc", 2, ENOMEM);
-    EXPECT_EQ(ask(25, cf), nullptr);
-    EXPECT_EQ(errno, ENOMEM);
-    EXPECT_EQ(appcf_log(), reader_line("domain_list malloc fail"));
-}
-
-TEST(domain_list, entry_that_cannot_be_allocated_is_not_traced)
-{
-    sim::scripted_daemon daemon(cf_path, answer({domain("one", 1), reply(0)}));
-    wrap::plan plan;
-    plan.fail("malloc", 3, ENOMEM);
-    EXPECT_EQ(ask(25, cf), nullptr);
-    EXPECT_EQ(errno, ENOMEM);
-    EXPECT_EQ(appcf_log(), reader_line(" new_domain_list malloc fail"));
-}
-
 TEST(response_list, entry_without_a_head_is_refused)
 {
     struct {
@@ -309,37 +206,6 @@ TEST(response_list, entry_without_a_head_is_refused)
         log += reader_line(text);
     }
     EXPECT_EQ(appcf_log(), log);
-}
-
-// A list of the library's with this many entries.
-utm_app_usage_entry* app_usage_list(size_t entries)
-{
-    std::vector<sim::bytes> records(entries, reply(2));
-    records.push_back(reply(0));
-    sim::scripted_daemon daemon(app_path, answer(records));
-    utm_event_response* response = ask(36, app);
-    utm_app_usage_entry* head = response->app_usage_list;
-    free(response);
-    return head;
-}
-
-TEST(free_list, releases_every_entry_and_the_head)
-{
-    for (size_t entries : {0U, 1U, 5U}) {
-        utm_app_usage_entry* head = app_usage_list(entries);
-        wrap::plan plan;
-        utm_user_profile_free_app_usage_list(head);
-        EXPECT_EQ(plan.calls(), calls(entries + 1, "free()"));
-    }
-}
-
-TEST(free_list, accepts_null)
-{
-    wrap::plan plan;
-    utm_user_profile_free_app_usage_list(nullptr);
-    utm_user_profile_free_weekday_limit_list(nullptr);
-    utm_user_profile_free_app_usage_prev_days_list(nullptr);
-    EXPECT_EQ(plan.calls(), calls{});
 }
 
 } // namespace

@@ -3,34 +3,19 @@
 #include "tests/sandbox/config_daemons.h"
 #include "tests/sandbox/descriptors.h"
 #include "tests/sandbox/files.h"
+#include "tests/sandbox/sender.h"
 #include "tests/wrap/wrap.h"
 
 #include <cerrno>
 #include <csignal>
 #include <gtest/gtest.h>
-#include <optional>
 #include <sys/un.h>
+#include <thread>
 
 namespace {
 
 using calls = std::vector<std::string>;
 using namespace std::chrono_literals;
-
-constexpr char prefix[] = "[send_utm_config_event]";
-constexpr uint8_t event[2056] = {9, 8, 7, 6, 5, 4, 3, 2, 1, 9, 8, 7, 6, 5, 4, 3, 2, 1};
-
-std::string line(const std::string& text)
-{
-    return prefix + text + "\n";
-}
-
-std::string repeated(const std::string& text, int times)
-{
-    std::string all;
-    while (times-- > 0)
-        all += text;
-    return all;
-}
 
 struct target {
     int number;
@@ -74,7 +59,7 @@ TEST(sender, every_status_but_0_is_a_refusal)
         sim::scripted_daemon daemon(cf_path, answer(static_cast<uint8_t>(status)));
         EXPECT_EQ(send_utm_config_event(event, UTM_CONFIG_TARGET_CF), -1);
         EXPECT_EQ(errno, EREMOTEIO);
-        log += line("error code = " + std::to_string(status));
+        log += sender_line("error code = " + std::to_string(status));
     }
     EXPECT_EQ(appcf_log(), log);
 }
@@ -85,81 +70,7 @@ TEST(sender, status_2_is_a_refusal)
     sim::scripted_daemon daemon(app_path, answer({reply(2), reply(0)}));
     EXPECT_EQ(send_utm_config_event(event, UTM_CONFIG_TARGET_APP), -1);
     EXPECT_EQ(errno, EREMOTEIO);
-    EXPECT_EQ(appcf_log(), line("error code = 2"));
-}
-
-TEST(sender, without_a_daemon_tries_22_times_on_one_socket)
-{
-    wrap::plan plan;
-    plan.answer("usleep", wrap::every, 0);
-    EXPECT_EQ(send_utm_config_event(event, UTM_CONFIG_TARGET_CF), -1);
-    EXPECT_EQ(errno, ENOENT);
-    EXPECT_EQ(plan.count("socket"), 1);
-    EXPECT_EQ(plan.calls("connect"), calls(22, "connect(/dev/utm_cf_config_socket, 29)"));
-    EXPECT_EQ(plan.calls("usleep"), calls(21, "usleep(100000)"));
-    EXPECT_EQ(appcf_log(), repeated(line("connect fail: No such file or directory"), 22));
-}
-
-TEST(sender, daemon_that_appears_meanwhile_is_told)
-{
-    std::optional<sim::scripted_daemon> daemon;
-    wrap::plan plan;
-    plan.answer("usleep", wrap::every, 0);
-    plan.before("usleep", 21, [&] { daemon.emplace(user_profile_path, answer(0)); });
-    EXPECT_EQ(send_utm_config_event(event, UTM_CONFIG_TARGET_USER_PROFILE), 0);
-    EXPECT_EQ(plan.count("connect"), 22);
-    EXPECT_EQ(appcf_log(), repeated(line("connect fail: No such file or directory"), 21));
-    EXPECT_EQ(daemon->requests(), records{bytes_of(event, 16)});
-}
-
-TEST(sender, socket_that_nobody_listens_on_refuses)
-{
-    int bound = socket(AF_UNIX, SOCK_STREAM, 0);
-    const sockaddr_un address = {.sun_family = AF_UNIX, .sun_path = "/dev/utm_app_config_socket"};
-    ASSERT_EQ(bind(bound, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
-    wrap::plan plan;
-    plan.answer("usleep", wrap::every, 0);
-    EXPECT_EQ(send_utm_config_event(event, UTM_CONFIG_TARGET_APP), -1);
-    EXPECT_EQ(errno, ECONNREFUSED);
-    EXPECT_EQ(appcf_log(), repeated(line("connect fail: Connection refused"), 22));
-    close(bound);
-}
-
-TEST(sender, unknown_target_is_a_daemon_that_is_not_there)
-{
-    for (int target : {-1, 3, 1000}) {
-        wrap::plan plan;
-        plan.answer("usleep", wrap::every, 0);
-        EXPECT_EQ(send_utm_config_event(event, target), -1);
-        EXPECT_EQ(errno, ECONNREFUSED);
-        EXPECT_EQ(plan.calls("connect"), calls(22, "connect(/, 5)"));
-        EXPECT_EQ(plan.count("write"), 22) << "the log's alone";
-    }
-    EXPECT_EQ(appcf_log(), repeated(line("connect fail: Connection refused"), 66));
-}
-
-TEST(sender, unknown_target_reaches_nobody_on_the_name_that_an_empty_path_would_be)
-{
-    sockaddr_un abstract = {.sun_family = AF_UNIX, .sun_path = {}};
-    const socklen_t length = sizeof abstract.sun_family + 2;
-    int listener = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    ASSERT_EQ(bind(listener, reinterpret_cast<sockaddr*>(&abstract), length), 0);
-    ASSERT_EQ(listen(listener, 1), 0);
-    wrap::plan plan;
-    plan.answer("usleep", wrap::every, 0);
-    EXPECT_EQ(send_utm_config_event(event, 3), -1);
-    EXPECT_EQ(errno, ECONNREFUSED);
-    close(listener);
-}
-
-TEST(sender, socket_that_cannot_be_created)
-{
-    wrap::plan plan;
-    plan.fail("socket", 1, EMFILE);
-    EXPECT_EQ(send_utm_config_event(event, UTM_CONFIG_TARGET_CF), -1);
-    EXPECT_EQ(errno, EMFILE);
-    EXPECT_EQ(appcf_log(), line("create socket fail: Too many open files"));
-    EXPECT_EQ(plan.count("connect"), 0);
+    EXPECT_EQ(appcf_log(), sender_line("error code = 2"));
 }
 
 TEST(sender, failed_write)
@@ -169,7 +80,7 @@ TEST(sender, failed_write)
     plan.fail("write", 1, ENOBUFS);
     EXPECT_EQ(send_utm_config_event(event, UTM_CONFIG_TARGET_CF), -1);
     EXPECT_EQ(errno, ENOBUFS);
-    EXPECT_EQ(appcf_log(), line("write data fail: No buffer space available"));
+    EXPECT_EQ(appcf_log(), sender_line("write data fail: No buffer space available"));
     EXPECT_EQ(plan.count("select"), 0);
 }
 
@@ -180,7 +91,7 @@ TEST(sender, short_write_is_not_continued)
     plan.answer("write", 1, 2055);
     EXPECT_EQ(send_utm_config_event(event, UTM_CONFIG_TARGET_CF), -1);
     EXPECT_EQ(errno, EPROTO);
-    EXPECT_EQ(appcf_log(), line("write data fail: Protocol error"));
+    EXPECT_EQ(appcf_log(), sender_line("write data fail: Protocol error"));
     EXPECT_EQ(plan.count("select"), 0);
 }
 
@@ -195,7 +106,7 @@ TEST(sender, daemon_that_dies_before_the_write_raises_no_sigpipe)
     plan.before("write", 1, [&] { close(listener); });
     EXPECT_EQ(send_utm_config_event(event, UTM_CONFIG_TARGET_CF), -1);
     EXPECT_EQ(errno, EPIPE);
-    EXPECT_EQ(appcf_log(), line("write data fail: Broken pipe"));
+    EXPECT_EQ(appcf_log(), sender_line("write data fail: Broken pipe"));
 }
 
 TEST(sender, failed_select)
@@ -205,7 +116,7 @@ TEST(sender, failed_select)
     plan.fail("select", 1, EINTR);
     EXPECT_EQ(send_utm_config_event(event, UTM_CONFIG_TARGET_CF), -1);
     EXPECT_EQ(errno, EINTR);
-    EXPECT_EQ(appcf_log(), line("select() error, error: Interrupted system call"));
+    EXPECT_EQ(appcf_log(), sender_line("select() error, error: Interrupted system call"));
     EXPECT_EQ(plan.count("select"), 1);
     EXPECT_EQ(plan.count("read"), 0);
 }
@@ -217,7 +128,7 @@ TEST(sender, no_answer_in_time)
     plan.answer("select", 1, 0);
     EXPECT_EQ(send_utm_config_event(event, UTM_CONFIG_TARGET_CF), -1);
     EXPECT_EQ(errno, ETIMEDOUT);
-    EXPECT_EQ(appcf_log(), line("select() timeout"));
+    EXPECT_EQ(appcf_log(), sender_line("select() timeout"));
     EXPECT_EQ(plan.count("read"), 0);
 }
 
@@ -228,7 +139,7 @@ TEST(sender, failed_read)
     plan.fail("read", 1, EIO);
     EXPECT_EQ(send_utm_config_event(event, UTM_CONFIG_TARGET_CF), -1);
     EXPECT_EQ(errno, EIO);
-    EXPECT_EQ(appcf_log(), line("read response fail"));
+    EXPECT_EQ(appcf_log(), sender_line("read response fail"));
 }
 
 TEST(sender, answer_of_831_bytes_is_short)
@@ -236,7 +147,7 @@ TEST(sender, answer_of_831_bytes_is_short)
     sim::scripted_daemon daemon(cf_path, answer({sim::bytes(831)}));
     EXPECT_EQ(send_utm_config_event(event, UTM_CONFIG_TARGET_CF), -1);
     EXPECT_EQ(errno, EPROTO);
-    EXPECT_EQ(appcf_log(), line("read response fail"));
+    EXPECT_EQ(appcf_log(), sender_line("read response fail"));
 }
 
 TEST(sender, answer_in_two_pieces_is_short)
@@ -247,7 +158,7 @@ TEST(sender, answer_in_two_pieces_is_short)
     EXPECT_EQ(send_utm_config_event(event, UTM_CONFIG_TARGET_CF), -1);
     EXPECT_EQ(errno, EPROTO);
     EXPECT_EQ(plan.count("read"), 1);
-    EXPECT_EQ(appcf_log(), line("read response fail"));
+    EXPECT_EQ(appcf_log(), sender_line("read response fail"));
 }
 
 TEST(sender, daemon_that_closes_instead_of_answering)
@@ -255,7 +166,7 @@ TEST(sender, daemon_that_closes_instead_of_answering)
     sim::scripted_daemon daemon(cf_path, sim::script{sim::receive()});
     EXPECT_EQ(send_utm_config_event(event, UTM_CONFIG_TARGET_CF), -1);
     EXPECT_EQ(errno, ENODATA);
-    EXPECT_EQ(appcf_log(), line("read response fail"));
+    EXPECT_EQ(appcf_log(), sender_line("read response fail"));
 }
 
 TEST(sender, bytes_beyond_the_answer_are_not_read)
@@ -277,15 +188,6 @@ TEST(sender, works_above_descriptor_1024)
     sim::scripted_daemon daemon(cf_path, answer(0));
     occupied_descriptors occupied(1100);
     EXPECT_EQ(send_utm_config_event(event, UTM_CONFIG_TARGET_CF), 0);
-}
-
-// Deliberate: a socket that got descriptor 0 stays open.
-TEST(sender, descriptor_0_stays_open)
-{
-    sim::scripted_daemon daemon(cf_path, answer(0));
-    closed_stdin closed;
-    EXPECT_EQ(send_utm_config_event(event, UTM_CONFIG_TARGET_CF), 0);
-    EXPECT_EQ(fcntl(0, F_GETFD), FD_CLOEXEC);
 }
 
 TEST(sender, null_event_is_refused_without_a_trace)

@@ -1,0 +1,55 @@
+#include "kqutm/daemon.h"
+
+#include "tests/sandbox/config_daemons.h"
+#include "tests/sandbox/reader.h"
+#include "tests/wrap/wrap.h"
+
+#include <cstdlib>
+#include <gtest/gtest.h>
+
+namespace {
+
+using calls = std::vector<std::string>;
+
+// A list of the library's with this many entries.
+template <class Entry> Entry* collect(int code, Entry* utm_event_response::*slot, size_t entries)
+{
+    records all(entries, reply(2));
+    all.push_back(reply(0));
+    sim::scripted_daemon daemon(app_path, answer(all));
+    wrap::plan plan;
+    utm_event_response* response = ask(code, UTM_CONFIG_TARGET_APP);
+    EXPECT_EQ(static_cast<size_t>(plan.count("malloc")), 1 + 1 + entries) << "response, head and entries";
+    Entry* head = response->*slot;
+    free(response);
+    return head;
+}
+
+template <class Entry>
+void expect_whole_release(int code, Entry* utm_event_response::*slot, void (*release)(Entry* head))
+{
+    for (size_t entries : {0U, 1U, 3U}) {
+        Entry* head = collect(code, slot, entries);
+        wrap::plan plan;
+        release(head);
+        EXPECT_EQ(plan.calls(), calls(entries + 1, "free()")) << "code " << code;
+    }
+}
+
+TEST(free_list, releases_every_entry_and_the_head)
+{
+    expect_whole_release(36, &utm_event_response::app_usage_list, utm_user_profile_free_app_usage_list);
+    expect_whole_release(31, &utm_event_response::weekday_limit_list, utm_user_profile_free_weekday_limit_list);
+    expect_whole_release(37, &utm_event_response::prev_days_list, utm_user_profile_free_app_usage_prev_days_list);
+}
+
+TEST(free_list, accepts_null)
+{
+    wrap::plan plan;
+    utm_user_profile_free_app_usage_list(nullptr);
+    utm_user_profile_free_weekday_limit_list(nullptr);
+    utm_user_profile_free_app_usage_prev_days_list(nullptr);
+    EXPECT_EQ(plan.calls(), calls{});
+}
+
+} // namespace
