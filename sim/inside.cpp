@@ -10,6 +10,7 @@
 #include <dlfcn.h>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <stdexcept>
 #include <system_error>
 #include <unistd.h>
@@ -71,6 +72,27 @@ void set_environment()
     _exit(status);
 }
 
+int run_after(const std::function<void()>& preparation, const std::vector<std::string>& command)
+{
+    set_environment();
+    // The same path in the gateway's view: the folder of before may lie below a mount.
+    fs::current_path(fs::current_path());
+    const ignored_keyboard keyboard;
+    auto body = [&]() -> int {
+        keyboard.restore();
+        preparation();
+        become(command);
+    };
+    return wait_for_process(start_process(body, _exit));
+}
+
+// The process group of before is none in the gateway's PID namespace, and a shell wants to put back the one it found.
+void lead_a_group()
+{
+    setpgid(0, 0);
+    give_terminal(getpid());
+}
+
 } // namespace
 
 gateway_view view_for(const std::string& library, const scenario& start)
@@ -87,26 +109,18 @@ gateway_view view_for(const std::string& library, const scenario& start)
 
 int run_command(const std::vector<std::string>& command)
 {
-    set_environment();
-    // The same path in the gateway's view: the folder of before may lie below a mount.
-    fs::current_path(fs::current_path());
-    const ignored_keyboard keyboard;
-    auto body = [&]() -> int {
-        keyboard.restore();
-        become(command);
-    };
-    return wait_for_process(start_process(body, _exit));
+    return run_after([] {}, command);
 }
 
 int run_shell()
 {
     const std::string shell = variable("SHELL").empty() ? "/bin/sh" : variable("SHELL");
-    setenv("PS1", "(gateway) \\w\\$ ", 1);
+    setenv("PS1", "(gateway) $ ", 1);
     if (fs::path(shell).filename() != "bash")
-        return run_command({shell});
+        return run_after(lead_a_group, {shell});
     const std::string start_file = "/run/utm-gateway/bashrc";
     std::ofstream(start_file) << "[[ -f ~/.bashrc ]] && . ~/.bashrc\nPS1='(gateway) \\w\\$ '\n";
-    return run_command({shell, "--rcfile", start_file, "-i"});
+    return run_after(lead_a_group, {shell, "--rcfile", start_file, "-i"});
 }
 
 } // namespace sim

@@ -101,4 +101,19 @@ void ignored_keyboard::restore() const
     signal(SIGQUIT, quit_);
 }
 
+void give_terminal(pid_t group)
+{
+    const auto before = signal(SIGTTOU, SIG_IGN);
+    tcsetpgrp(STDIN_FILENO, group);
+    signal(SIGTTOU, before);
+}
+
+kept_terminal::kept_terminal() : is_ours_(tcgetpgrp(STDIN_FILENO) == getpgrp()) {}
+
+kept_terminal::~kept_terminal()
+{
+    if (is_ours_)
+        give_terminal(getpgrp());
+}
+
 } // namespace sim

@@ -39,4 +39,19 @@ private:
     handler quit_;
 };
 
+// Puts the process group in the foreground of the terminal, if there is one.
+void give_terminal(pid_t group);
+
+// The terminal's foreground goes back to this process at the end, whatever took it meanwhile.
+class kept_terminal {
+public:
+    kept_terminal();
+    kept_terminal(const kept_terminal&) = delete;
+    kept_terminal& operator=(const kept_terminal&) = delete;
+    ~kept_terminal();
+
+private:
+    bool is_ours_;
+};
+
 } // namespace sim

@@ -62,6 +62,7 @@ int run(const settings& given)
 
 int shell(const settings& given)
 {
+    const kept_terminal terminal;
     return run_on_gateway(given, run_shell);
 }
 
@@ -141,6 +142,8 @@ struct command {
     int (*handle)(const settings& given);
     void (*declare)(CLI::App& app, settings& into);
     const char* help;
+    const char* notes;
+    const char* example;
 };
 
 void declare_daemons(CLI::App& app, settings& into)
@@ -162,25 +165,30 @@ void declare_run(CLI::App& app, settings& into)
 {
     declare_gateway(app, into);
     app.add_option("COMMAND", into.words, "What to run, after --")->required();
-    app.footer("Example: utm-gateway run --trace trace.jsonl -- utmctl profile create 7");
+}
+
+std::string daemon_names()
+{
+    std::string names;
+    for (const daemon_kind& kind : daemon_kinds())
+        names += (names.empty() ? "" : ", ") + std::string(kind.name);
+    return names;
 }
 
 void declare_daemon(CLI::App& app, settings& into)
 {
-    app.add_option("DAEMON", into.daemon, "cf, app or user_profile")->required();
+    app.add_option("DAEMON", into.daemon, "One of " + daemon_names())->required();
 }
 
 void declare_state(CLI::App& app, settings& into)
 {
-    app.add_option("DAEMON", into.daemon, "cf, app or user_profile; all when left out");
+    app.add_option("DAEMON", into.daemon, "One of " + daemon_names() + "; all when left out");
 }
 
 void declare_fault(CLI::App& app, settings& into)
 {
     declare_daemon(app, into);
     app.add_option("FAULT", into.words, "CODE:KIND[=VALUE][:COUNT], or \"clear\"; without one, they are listed");
-    app.footer("Kinds: refuse=STATUS status=STATUS delay=MILLISECONDS silence close short=BYTES split=PIECES garbage\n"
-               "endless crash stop. CODE may be \"any\".\nExample: utm-gateway fault cf 1:refuse=5:2");
 }
 
 void declare_trace(CLI::App& app, settings& into)
@@ -188,24 +196,43 @@ void declare_trace(CLI::App& app, settings& into)
     app.add_option("FILE", into.trace_file, "What --trace wrote")->required();
 }
 
+constexpr char fault_kinds[] =
+    "Kinds: refuse=STATUS status=STATUS delay=MILLISECONDS silence close short=BYTES split=PIECES garbage\n"
+    "endless crash stop. CODE may be \"any\". For the start alone and without CODE: absent deaf.\n";
+
 constexpr command commands[] = {
-    {"run", run, declare_run, "Run a command on a gateway of its own and pass on its exit status"},
-    {"shell", shell, declare_gateway, "Open a shell on a gateway of its own"},
-    {"serve", serve, declare_daemons, "Run the daemons here, without namespaces, until SIGTERM or SIGINT"},
-    {"state", state, declare_state, "Inside: print what the daemons hold, as JSON"},
-    {"fault", fault, declare_fault, "Inside: make a daemon fail, or well again"},
-    {"restart", restart, declare_daemon, "Inside: start a daemon anew, without state and faults"},
-    {"stop", stop, declare_daemon, "Inside: end a daemon and remove its socket"},
-    {"trace", show_trace, declare_trace, "Print a trace as a table"},
+    {"run", run, declare_run, "Run a command on a gateway of its own and pass on its exit status", fault_kinds,
+     "run --trace trace.jsonl -- utmctl profile create 7"},
+    {"shell", shell, declare_gateway, "Open a shell on a gateway of its own", fault_kinds,
+     "shell --scenario home.json"},
+    {"serve", serve, declare_daemons, "Run the daemons here, without namespaces, until SIGTERM or SIGINT", fault_kinds,
+     "serve --fault app:absent"},
+    {"state", state, declare_state, "Inside: print what the daemons hold, as JSON", "", "state cf"},
+    {"fault", fault, declare_fault, "Inside: make a daemon fail, or well again", fault_kinds, "fault cf 1:refuse=5:2"},
+    {"restart", restart, declare_daemon, "Inside: start a daemon anew, without state and faults", "", "restart cf"},
+    {"stop", stop, declare_daemon, "Inside: end a daemon and remove its socket", "", "stop cf"},
+    {"trace", show_trace, declare_trace, "Print a trace as a table", "", "trace trace.jsonl"},
 };
+
+// Where a standard descriptor is closed, none of the program's own may take its place.
+void occupy_standard_descriptors()
+{
+    int fd = STDIN_FILENO;
+    while (fd >= 0 && fd <= STDERR_FILENO)
+        fd = open("/dev/null", O_RDWR | O_CLOEXEC);
+    close(fd);
+}
 
 int dispatch(int count, char** arguments)
 {
     CLI::App app("Simulates a whole gateway for programs that use libkqutm.", "utm-gateway");
     app.require_subcommand(1);
     settings given;
-    for (const command& row : commands)
-        row.declare(*app.add_subcommand(row.name, row.help), given);
+    for (const command& row : commands) {
+        CLI::App* subcommand = app.add_subcommand(row.name, row.help);
+        subcommand->footer(row.notes + ("Example: utm-gateway " + std::string(row.example)));
+        row.declare(*subcommand, given);
+    }
     try {
         app.parse(count, arguments);
     } catch (const CLI::ParseError& error) {
@@ -225,6 +252,7 @@ int dispatch(int count, char** arguments)
 int main(int count, char** arguments)
 {
     try {
+        sim::occupy_standard_descriptors();
         return sim::dispatch(count, arguments);
     } catch (const sim::input_error& error) {
         std::cerr << "utm-gateway: " << error.what() << '\n';
