@@ -1,60 +1,15 @@
 // The program as its users start it, from a machine that must stay as it was.
 
-#include <array>
+#include "tests/sim/program.h"
+
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
-#include <sstream>
-#include <sys/wait.h>
+#include <string>
 #include <unistd.h>
 
 namespace {
-
-namespace fs = std::filesystem;
-
-struct outcome {
-    int status;
-    std::string output; // and errors
-};
-
-outcome shell(const std::string& command)
-{
-    FILE* pipe = popen(("exec 2>&1; " + command).c_str(), "re");
-    std::string output;
-    std::array<char, 4096> piece;
-    for (size_t size = 0; (size = fread(piece.data(), 1, piece.size(), pipe)) > 0;)
-        output.append(piece.data(), size);
-    const int status = pclose(pipe);
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, output};
-}
-
-outcome gateway(const std::string& arguments)
-{
-    return shell(KQUTM_GATEWAY " " + arguments);
-}
-
-std::string text_of(const fs::path& path)
-{
-    std::ostringstream text;
-    text << std::ifstream(path).rdbuf();
-    return text.str();
-}
-
-class program : public testing::Test {
-protected:
-    void SetUp() override
-    {
-        char name[] = "/tmp/sim_program.XXXXXX";
-        folder_ = mkdtemp(name);
-    }
-
-    void TearDown() override { fs::remove_all(folder_); }
-
-    std::string file(const std::string& name) const { return folder_ / name; }
-
-    fs::path folder_;
-};
 
 // The sockets, files and System V objects of the machine.
 std::string machine()
@@ -199,9 +154,34 @@ TEST_F(program, serves_without_namespaces_until_it_is_told_to_end)
     // Inside another gateway, whose supervisor a /run of its own hides.
     const outcome served = gateway("run -- unshare --mount sh -c 'mount -t tmpfs none /run; "
                                    "utm-gateway serve --fault app:absent > /run/out & "
-                                   "until grep -q ready /run/out; do sleep 0.05; done; ls /run/utm-gateway; "
+                                   "until grep -qs ready /run/out; do sleep 0.05; done; ls /run/utm-gateway; "
                                    "kill -TERM $!; wait $!; echo $?; ls /run; ls /dev | grep -c utm_'");
     EXPECT_EQ(served.output, "app\ncf\ngateway\nuser_profile\n0\nout\n0\n");
+}
+
+TEST_F(program, takes_several_faults)
+{
+    const outcome faults = gateway("run --fault cf:1:refuse=5 --fault app:2:close --fault cf:any:delay=1:3 -- "
+                                   "sh -c 'utm-gateway fault cf; echo; utm-gateway fault app'");
+    EXPECT_EQ(faults.output, "1:refuse=5\nany:delay=1:3\n\n2:close\n");
+}
+
+TEST_F(program, explains_each_of_its_commands)
+{
+    const std::string kinds[] = {
+        "refuse=", "status=", "delay=", "silence", "close", "short=", "split=", "garbage", "endless", "crash", "stop"};
+    for (const std::string name : {"run", "shell", "serve", "state", "fault", "restart", "stop", "trace"}) {
+        const outcome help = gateway(name + " --help");
+        EXPECT_EQ(help.status, 0);
+        EXPECT_NE(help.output.find("Example: utm-gateway " + name), std::string::npos) << help.output;
+        const bool takes_faults = help.output.find("KIND") != std::string::npos;
+        EXPECT_EQ(takes_faults, name == "run" || name == "shell" || name == "serve" || name == "fault");
+        for (const std::string& kind : kinds) {
+            if (takes_faults) {
+                EXPECT_NE(help.output.find(kind), std::string::npos) << name << ' ' << kind;
+            }
+        }
+    }
 }
 
 } // namespace
