@@ -39,7 +39,7 @@ pid_t start_supervisor(const scenario& start, const trace_file& trace)
 
 } // namespace
 
-gateway::gateway(gateway_options options)
+gateway::gateway(const gateway_options& options)
 {
     if (is_controlled(supervisor_name))
         throw std::runtime_error("a gateway runs here already");

@@ -19,7 +19,7 @@ struct gateway_options {
 class gateway {
 public:
     // All daemons are ready when it returns.
-    explicit gateway(gateway_options options = {});
+    explicit gateway(const gateway_options& options = {});
     gateway(const gateway&) = delete;
     gateway& operator=(const gateway&) = delete;
     ~gateway();
