@@ -4,7 +4,8 @@
 
 #include "common/errno_guard.h"
 #include "common/log.h"
-#include "registry/registry.h"
+#include "event/exchange.h"
+#include "registry/policies.h"
 
 #include <algorithm>
 #include <cstring>
@@ -29,27 +30,21 @@ bool tell_content_filter(const profile_event& event)
 {
     utm_cf_config_event record = {.code = event.code, .body = {.profile = {.id = event.id}}};
     put_mac(record.body.profile.mac, event);
-    return send_utm_config_event(&record, UTM_CONFIG_TARGET_CF) == 0;
+    return tell(record) == 0;
 }
 
 bool tell_application(const profile_event& event)
 {
     utm_app_config_event record = {.code = event.code, .body = {.profile = {.id = event.id}}};
     put_mac(record.body.profile.mac, event);
-    return send_utm_config_event(&record, UTM_CONFIG_TARGET_APP) == 0;
+    return tell(record) == 0;
 }
 
 bool tell_user_profile(const profile_event& event)
 {
     utm_user_profile_config_event record = {.code = event.code, .id = event.id};
     put_mac(record.mac, event);
-    return send_utm_config_event(&record, UTM_CONFIG_TARGET_USER_PROFILE) == 0;
-}
-
-void release_id(int32_t id)
-{
-    errno_guard keep;
-    reset_utm_id_shm(static_cast<uint32_t>(id), UTM_ID_USER_PROFILE);
+    return tell(record) == 0;
 }
 
 // What a device operation logs when a daemon refuses it.
@@ -120,24 +115,17 @@ int32_t delete_registered(utm_id_registry& ids, size_t slot, int32_t id)
 // decides the result. An identifier that an earlier refusal released is still returned.
 UTM_API int32_t utm_user_profile_create(int32_t id)
 {
-    if (init_utm_id_shm() == -1)
+    const int32_t reserved = reserve_id(static_cast<uint32_t>(id), UTM_ID_USER_PROFILE, "[%s]can not get unique id\n");
+    if (reserved == -1)
         return -1;
-    int32_t reserved = get_unique_id(static_cast<uint32_t>(id), UTM_ID_USER_PROFILE);
-    if (reserved <= 0) {
-        // A negative identifier has been reserved, but reads as a failure.
-        if (id < 0 && reserved == id)
-            errno = EINVAL;
-        utm_log(UTM_APPCF_LOG, "[%s]can not get unique id\n", __func__);
-        return -1;
-    }
     const profile_event event = {.code = UTM_PROFILE_CREATE, .id = reserved};
     if (!tell_content_filter(event))
-        release_id(reserved);
+        release_id(reserved, UTM_ID_USER_PROFILE);
     if (!tell_user_profile(event))
-        release_id(reserved);
+        release_id(reserved, UTM_ID_USER_PROFILE);
     if (tell_application(event))
         return reserved;
-    release_id(reserved);
+    release_id(reserved, UTM_ID_USER_PROFILE);
     return -1;
 }
 

@@ -3,7 +3,17 @@
 include(CheckCXXCompilerFlag)
 
 set(kqutm_sources
+    app/engine.cpp
+    app/policy.cpp
+    app/reset.cpp
+    app/usage.cpp
+    cf/controls.cpp
+    cf/kernel.cpp
+    cf/mapping.cpp
+    cf/policy.cpp
     cf/profile.cpp
+    cf/switches.cpp
+    cf/text_lists.cpp
     common/local_socket.cpp
     common/log.cpp
     common/sigpipe_guard.cpp
@@ -11,7 +21,9 @@ set(kqutm_sources
     event/records.cpp
     event/response_list.cpp
     event/transport.cpp
+    registry/dump.cpp
     registry/ids.cpp
+    registry/policies.cpp
     registry/segment.cpp)
 
 add_library(kqutm_objects OBJECT ${kqutm_sources})

@@ -1,6 +1,7 @@
 #include "common/log.h"
 
 #include "common/errno_guard.h"
+#include "common/files.h"
 #include "common/shell.h"
 #include "common/unique_fd.h"
 
@@ -17,14 +18,9 @@ constexpr off_t rotation_threshold = 5242880;
 constexpr size_t command_size = 512;
 constexpr size_t usual_message_size = 1024; // the longest message of the library's own has some 600 characters
 
-bool exists(const char* path)
-{
-    return access(path, F_OK) == 0;
-}
-
 void create_log(const char* path)
 {
-    if (!exists(log_folder))
+    if (!file_exists(log_folder))
         run_shell<command_size>("mkdir -p %s", log_folder);
     run_shell<command_size>("/bin/touch %s", path);
 }
@@ -76,7 +72,7 @@ UTM_API void utm_log(const char* path, const char* format, ...)
     if (path == nullptr || format == nullptr)
         return;
     errno_guard keep;
-    if (!exists(path))
+    if (!file_exists(path))
         create_log(path);
     struct stat file;
     if (stat(path, &file) != 0)

@@ -2,6 +2,8 @@
 #ifndef KQUTM_H
 #define KQUTM_H
 
+#include "kqutm/app.h"
+#include "kqutm/cf.h"
 #include "kqutm/common.h"
 #include "kqutm/daemon.h"
 #include "kqutm/profile.h"

@@ -18,8 +18,15 @@ public:
 
     bool locked() const { return locked_; }
 
-    // The registry's identifiers, or null, logged, when the segment cannot be attached.
+    // The registry's identifiers, or null when the segment cannot be attached; attach logs that.
     utm_id_registry* attach();
+    utm_id_registry* attach_unlogged();
+
+    // Lets release leave the segment attached.
+    void keep_attached() { ids_ = nullptr; }
+
+    // Leaves the registry as it is: attached, and locked until the process ends.
+    void abandon();
 
     // Detaches and unlocks. False when unlocking failed.
     bool release();

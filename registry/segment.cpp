@@ -1,6 +1,7 @@
 #include "registry/registry.h"
 
 #include "common/errno_guard.h"
+#include "common/files.h"
 #include "common/log.h"
 #include "common/system_v.h"
 #include "common/unique_fd.h"
@@ -73,7 +74,7 @@ UTM_API int detach_utm_id_data_shm(const void* address)
 
 UTM_API int init_utm_id_shm(void)
 {
-    if (access(UTM_ID_MARKER, F_OK) == 0)
+    if (file_exists(UTM_ID_MARKER))
         return 0;
     return clear_utm_id_shm();
 }
@@ -91,10 +92,21 @@ registry_guard::~registry_guard()
 
 utm_id_registry* registry_guard::attach()
 {
-    ids_ = attach_utm_id_data_shm();
-    if (ids_ == nullptr)
+    if (attach_unlogged() == nullptr)
         utm_log(UTM_APPCF_LOG, "attach_utm_id_data_shm() fail\n");
     return ids_;
+}
+
+utm_id_registry* registry_guard::attach_unlogged()
+{
+    ids_ = attach_utm_id_data_shm();
+    return ids_;
+}
+
+void registry_guard::abandon()
+{
+    keep_attached();
+    locked_ = false;
 }
 
 bool registry_guard::release()

@@ -13,6 +13,8 @@
 #ifndef KQUTM_DAEMON_H
 #define KQUTM_DAEMON_H
 
+#include "app.h"
+#include "cf.h"
 #include "profile.h"
 
 /* The config daemons. Their listening sockets are streams; they answer with event responses. */
@@ -34,21 +36,76 @@ enum utm_profile_code {
     UTM_PROFILE_DELETE_DEVICE = 4
 };
 
-/* The content-filter daemon's code that streams a list: one domain a record. */
+/* Codes of the content-filter daemon. Body: the member named beside each. */
 enum utm_cf_code {
-    UTM_CF_GET_BROWSED_DOMAINS = 25
+    UTM_CF_DUMP = 0,                        /* path: append a dump to that file */
+    UTM_CF_POLICY_CREATE = 5,               /* policy, without block */
+    UTM_CF_POLICY_BLOCK = 6,                /* policy */
+    UTM_CF_BIND_POLICY = 7,                 /* binding */
+    UTM_CF_ADD_TRUSTED_URL = 8,             /* url */
+    UTM_CF_DELETE_TRUSTED_URL = 9,          /* url */
+    UTM_CF_ADD_FORBIDDEN_URL = 10,          /* url */
+    UTM_CF_DELETE_FORBIDDEN_URL = 11,       /* url */
+    UTM_CF_ADD_TRUSTED_DOMAIN = 12,         /* policy_text */
+    UTM_CF_DELETE_TRUSTED_DOMAIN = 13,      /* policy_text */
+    UTM_CF_ADD_FORBIDDEN_DOMAIN = 14,       /* policy_text */
+    UTM_CF_DELETE_FORBIDDEN_DOMAIN = 15,    /* policy_text */
+    UTM_CF_ADD_DOMAIN_KEYWORD = 16,         /* policy_text */
+    UTM_CF_DELETE_DOMAIN_KEYWORD = 17,      /* policy_text */
+    UTM_CF_WEB_SAFE_BROWSING_ACTIVATE = 18, /* value: 0 is off */
+    UTM_CF_WEB_CATEGORY_ACTIVATE = 20,      /* value: 0 is off */
+    UTM_CF_DEBUG = 22,                      /* value */
+    UTM_CF_GLOBAL_FLUSH = 23,               /* value: the flush type */
+    UTM_CF_POLICY_FLUSH = 24,               /* flush */
+    UTM_CF_GET_BROWSED_DOMAINS = 25         /* profile, without mac: streams one domain a record */
 };
 
 /*
- * The application daemon's codes that decide how its answer is read. Every code that is not listed here, and
- * UTM_APP_GET_USAGE_BY_APP, may stream app usage entries.
+ * The content-filter daemon is switched by a command: one number and a newline in UTM_CF_COMMAND_FILE, which the daemon
+ * removes after reading, and a hang-up signal to the process whose number stands in UTM_CF_PID_FILE. The writer holds
+ * an exclusive lock (flock) on the file, so take one before reading.
+ */
+#define UTM_CF_PID_FILE "/var/run/contfltd.pid"
+#define UTM_CF_COMMAND_FILE "/var/run/contfltd.cmd"
+enum utm_cf_command {
+    UTM_CF_COMMAND_OFF = 28,
+    UTM_CF_COMMAND_ON = 29
+};
+
+/*
+ * Codes of the application daemon. Body: the member named beside each. Codes 31 and 37 stream lists of their own; code
+ * 47 must not stream; every other code may stream app usage entries, which code 36 is for.
  */
 enum utm_app_code {
-    UTM_APP_GET_WEEKDAY_LIMITS = 31,
-    UTM_APP_GET_USAGE_BY_APP = 36,
-    UTM_APP_GET_USAGE_PREV_DAYS = 37,
-    UTM_APP_GET_DAEMON_STATUS = 47
+    UTM_APP_SET_DAILY_LIMIT_ENABLE = 26, /* limits: daily_limit_enable */
+    UTM_APP_GET_DAILY_LIMIT_ENABLE = 27, /* limits */
+    UTM_APP_SET_DAILY_LIMIT = 28,        /* limits: limit */
+    UTM_APP_GET_DAILY_LIMIT = 29,        /* limits */
+    UTM_APP_SET_WEEKDAY_LIMIT = 30,      /* limits: weekday_or_query, limit */
+    UTM_APP_GET_WEEKDAY_LIMITS = 31,     /* limits */
+    UTM_APP_SET_EXTENSION = 32,          /* limits: extension */
+    UTM_APP_GET_EXTENSION = 33,          /* limits */
+    UTM_APP_RESET_EXTENSION = 34,        /* limits */
+    UTM_APP_GET_USAGE = 35,              /* limits */
+    UTM_APP_GET_USAGE_BY_APP = 36,       /* limits: weekday_or_query */
+    UTM_APP_GET_USAGE_PREV_DAYS = 37,    /* limits: weekday_or_query */
+    UTM_APP_DUMP = 38,                   /* path: append a dump to that file */
+    UTM_APP_ACTIVATE = 39,               /* value */
+    UTM_APP_DEBUG = 41,                  /* value */
+    UTM_APP_POLICY_CREATE = 42,          /* policy: id */
+    UTM_APP_POLICY_ADD_ENTRIES = 43,     /* policy */
+    UTM_APP_POLICY_RESET_ENTRIES = 44,   /* policy: id */
+    UTM_APP_BIND_POLICY = 45,            /* binding */
+    UTM_APP_UPDATE_SIGNATURE = 46,       /* path: without terminator when it fills its field */
+    UTM_APP_GET_DAEMON_STATUS = 47,      /* nothing */
+    UTM_APP_GET_EXPORT_INTERVAL = 48,    /* nothing */
+    UTM_APP_SET_EXPORT_INTERVAL = 49,    /* value */
+    UTM_APP_IMPORT_STATISTICS = 50,      /* path */
+    UTM_APP_EXPORT_STATISTICS = 51       /* path */
 };
+
+/* Application entries that one record carries at the most. */
+#define UTM_APP_ENTRIES_PER_RECORD 10
 
 /* Request to the content-filter daemon: 2056 bytes. */
 struct utm_cf_config_event {
@@ -61,9 +118,23 @@ struct utm_cf_config_event {
         } profile;
         struct {
             int32_t id;
+            uint8_t block[UTM_CF_BLOCK_SIZE];
+        } policy;
+        struct {
+            int32_t profile;
+            int32_t policy;
+        } binding;
+        struct {
+            int32_t id;
             char text[512];
         } policy_text;
+        struct {
+            int32_t policy; /* 0: no policy named */
+            int32_t type;
+        } flush;
+        int32_t value;
         char url[2048];
+        char path[128];
         uint8_t bytes[2048];
     } body;
 };
@@ -77,6 +148,23 @@ struct utm_app_config_event {
             int32_t id;
             uint8_t mac[6];
         } profile;
+        struct {
+            uint32_t profile;
+            uint32_t weekday_or_query; /* code 30: a weekday; codes 36 and 37: their second argument */
+            int32_t daily_limit_enable;
+            int32_t limit; /* code 28: of every day; code 30: of the weekday */
+            int32_t extension;
+        } limits;
+        struct {
+            uint32_t id;
+            uint32_t count; /* of the entries in this record */
+            uint8_t entries[UTM_APP_ENTRIES_PER_RECORD][UTM_APP_ENTRY_SIZE];
+        } policy;
+        struct {
+            uint32_t profile;
+            uint32_t policy;
+        } binding;
+        int32_t value;
         uint32_t values[32];
         char path[128];
         uint8_t bytes[128];

@@ -1,0 +1,98 @@
+// The profile mapping: user profiles with their bound content-filter policies, copied out of the registry.
+
+#include "kqutm/profile.h"
+
+#include "common/errno_guard.h"
+#include "common/list.h"
+#include "registry/registry.h"
+
+#include <cstdio>
+#include <cstdlib>
+
+namespace {
+
+utm_profile_mapping* allocate_node()
+{
+    return static_cast<utm_profile_mapping*>(malloc(sizeof(utm_profile_mapping)));
+}
+
+// False when a node cannot be allocated.
+bool copy_mapping(const utm_id_registry& ids, utm_profile_mapping* head)
+{
+    for (size_t slot = 0; slot < UTM_ID_SLOTS; ++slot) {
+        if (ids.profiles[slot] == 0)
+            continue;
+        utm_profile_mapping* node = create_profile_mapping_node();
+        if (node == nullptr)
+            return false;
+        node->profile_id = static_cast<int32_t>(ids.profiles[slot]);
+        node->cf_policy_id = static_cast<int32_t>(ids.cf_bindings[slot]);
+        list_insert(node, head);
+    }
+    return true;
+}
+
+// The list, or null for an empty one, with errno as the reason.
+utm_profile_mapping* null_when_empty(utm_profile_mapping* head, int reason)
+{
+    if (head->next != head)
+        return head;
+    free(head);
+    return fail_with_null(reason);
+}
+
+} // namespace
+
+UTM_API utm_profile_mapping* create_profile_mapping_node(void)
+{
+    utm_profile_mapping* node = allocate_node();
+    if (node == nullptr) {
+        errno_guard keep;
+        puts("malloc show queue node fail");
+        return nullptr;
+    }
+    node->profile_id = 0;
+    node->cf_policy_id = 0;
+    return node;
+}
+
+UTM_API utm_profile_mapping* dump_utm_profile_mapping(void)
+{
+    if (init_utm_id_shm() == -1)
+        return nullptr;
+    registry_guard registry;
+    if (!registry.locked())
+        return nullptr;
+    const utm_id_registry* ids = registry.attach_unlogged();
+    if (ids == nullptr)
+        return nullptr;
+    utm_profile_mapping* head = allocate_node();
+    if (head == nullptr) {
+        errno_guard keep;
+        printf("%s(%d) list init fail\n", __func__, __LINE__);
+        // By design: a mapping without memory leaves the registry attached and locked.
+        registry.abandon();
+        return nullptr;
+    }
+    list_init(head);
+    if (!copy_mapping(*ids, head)) {
+        registry.abandon();
+        return null_when_empty(head, ENOMEM);
+    }
+    // By design: a mapping that cannot be unlocked is returned even when it is empty.
+    if (!registry.release())
+        return head;
+    return null_when_empty(head, 0);
+}
+
+UTM_API void utm_free_profile_mapping_list(utm_profile_mapping* head)
+{
+    if (head == nullptr)
+        return;
+    for (utm_profile_mapping* node = head->prev; node != head;) {
+        utm_profile_mapping* previous = node->prev;
+        free(node);
+        node = previous;
+    }
+    free(head);
+}

@@ -1,0 +1,71 @@
+#include "kqutm/daemon.h"
+
+#include "common/errno_guard.h"
+#include "common/shell.h"
+#include "registry/policies.h"
+
+#include <cstring>
+#include <unistd.h>
+
+namespace {
+
+constexpr size_t command_size = 1024;
+constexpr size_t path_size = sizeof utm_cf_config_event{}.body.path; // and that of the other daemon's event
+
+void dump_profiles(const char* path, const utm_id_registry& ids, const policy_kind& kind)
+{
+    run_shell<command_size>("echo ====Dump user profile ID[shared memory] >> %s", path);
+    for (int slot = 0; slot < UTM_ID_SLOTS; ++slot) {
+        if (ids.profiles[slot] != 0)
+            run_shell<command_size>("echo User profile ID[%d] = %d - bind %s id = %d >> %s", slot,
+                                    static_cast<int>(ids.profiles[slot]), kind.name,
+                                    static_cast<int>((ids.*kind.bindings)[slot]), path);
+    }
+}
+
+void dump_policies(const char* path, const utm_id_registry& ids, const policy_kind& kind)
+{
+    run_shell<command_size>("echo ====Dump %s policy ID[shared memory] >> %s", kind.name, path);
+    const id_table& policies = ids.*kind.policies;
+    for (int slot = 0; slot < UTM_ID_SLOTS; ++slot) {
+        if (policies[slot] != 0)
+            run_shell<command_size>("echo %s policy ID[%d] = %d >> %s", kind.name, slot,
+                                    static_cast<int>(policies[slot]), path);
+    }
+}
+
+} // namespace
+
+bool begin_dump(const char* path)
+{
+    if (path == nullptr) {
+        errno = EINVAL;
+        return false;
+    }
+    if (init_utm_id_shm() == -1)
+        return false;
+    // By design: the path is looked at after the registry, which a refused dump may have cleared.
+    if (strlen(path) >= path_size) {
+        errno = EINVAL;
+        return false;
+    }
+    unlink(path);
+    run_shell<command_size>("date >> %s", path);
+    return true;
+}
+
+bool dump_registry(const char* path, const policy_kind& kind)
+{
+    registry_guard registry;
+    if (!registry.locked())
+        return false;
+    const utm_id_registry* ids = registry.attach_unlogged();
+    if (ids == nullptr)
+        return false;
+    dump_profiles(path, *ids, kind);
+    dump_policies(path, *ids, kind);
+    if (!registry.release())
+        return false;
+    run_shell<command_size>("echo >> %s", path);
+    return true;
+}
