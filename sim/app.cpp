@@ -1,32 +1,26 @@
-#include "kqutm/daemon.h"
-#include "sim/profile_table.h"
-#include "sim/service.h"
+#include "sim/config_service.h"
 
 namespace sim {
 
 namespace {
 
+struct app_state {
+    struct profile {
+        unique_list<mac_address> devices;
+        static void members(auto& self, auto&& each) { each("devices", self.devices); }
+    };
+
+    id_table<profile> profiles;
+    static void members(auto& self, auto&& each) { each("profiles", self.profiles); }
+};
+
 // The application daemon.
-class app_service : public service {
+class app_service : public config_service<app_service, utm_app_config_event> {
 public:
-    std::vector<record> answer(const record& request) override
-    {
-        const auto event = from_record<utm_app_config_event>(request);
-        return {config_reply(profiles_.apply(event.code, event.body.profile.id, event.body.profile.mac))};
-    }
+    static const operation* find_own(uint32_t) { return nullptr; }
+    static void profile_deleted(const app_state::profile&) {}
 
-    json state() const override { return {{"profiles", profiles_.state()}}; }
-
-    void load(const json& state, const std::string& where) override
-    {
-        json_object object(state, where);
-        if (const json* profiles = object.find("profiles"))
-            profiles_.load(*profiles, object.where("profiles"));
-        object.finish();
-    }
-
-private:
-    profile_table profiles_;
+    app_state state_;
 };
 
 } // namespace

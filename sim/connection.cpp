@@ -27,7 +27,7 @@ public:
         const uint32_t code = number_at(request, 0, parts_.kind.code_width);
         if (is_packet() || request.size() == parts_.kind.request_size)
             return answer(request, code, parts_.faults.take(code));
-        parts_.trace.write({parts_.kind.name, code, request, {{"incomplete", true}}});
+        parts_.trace.write({parts_.kind.name, code, parts_.work.row_of(code), request, {{"incomplete", true}}});
         return false;
     }
 
@@ -203,7 +203,7 @@ private:
             answer["records"] = replies.size();
         if (fault)
             answer["fault"] = effect_text(*fault);
-        parts_.trace.write({parts_.kind.name, code, request, answer});
+        parts_.trace.write({parts_.kind.name, code, parts_.work.row_of(code), request, answer});
     }
 
     int connection_;

@@ -106,7 +106,7 @@ void answer_control(int listener, const std::function<json(const json&)>& handle
     limit_wait(connection.get());
     std::string request;
     if (receive_text(connection.get(), request) && !request.empty())
-        send_text(connection.get(), outcome(request, handle).dump());
+        send_text(connection.get(), outcome(request, handle).dump(-1, ' ', false, json::error_handler_t::replace));
 }
 
 bool is_controlled(const std::string& name)

@@ -3,6 +3,8 @@
 #include "sim/connection.h"
 #include "sim/control.h"
 
+#include <csignal>
+#include <fstream>
 #include <sys/prctl.h>
 #include <sys/socket.h>
 #include <thread>
@@ -23,11 +25,18 @@ public:
 
     [[noreturn]] void run(const std::function<void()>& ready)
     {
+        // Blocked in every thread, so that it waits for the one that serves it.
+        sigset_t hang_up = {};
+        sigaddset(&hang_up, SIGHUP);
+        sigprocmask(SIG_BLOCK, &hang_up, nullptr);
         work_->start();
+        if (kind_.pid_file != nullptr)
+            std::ofstream(kind_.pid_file) << getpid() << '\n';
         const int listener = faults_.has(fault_kind::absent) ? -1 : kind_.listen(kind_);
         const int control = listen_for_control(kind_.name);
         ready();
         std::thread([this, control] { serve_control(control); }).detach();
+        std::thread([this, hang_up] { serve_hang_up(hang_up); }).detach();
         if (listener >= 0 && !faults_.has(fault_kind::deaf))
             serve(listener);
         for (;;)
@@ -49,6 +58,16 @@ private:
     {
         for (;;)
             answer_control(listener, [this](const json& request) { return control(request); });
+    }
+
+    [[noreturn]] void serve_hang_up(const sigset_t& hang_up)
+    {
+        for (;;) {
+            int signal = 0;
+            sigwait(&hang_up, &signal);
+            std::lock_guard lock(lock_);
+            work_->hang_up();
+        }
     }
 
     json control(const json& request)

@@ -32,7 +32,7 @@ constexpr byte_range unnamed_in_responses[] = {{1, 15},   {28, 20}, {56, 24}, {2
 
 // The config daemons differ in path, request and service alone.
 constexpr daemon_kind config_daemon(const char* name, const char* path, size_t request_size,
-                                    std::unique_ptr<service> (*make_service)())
+                                    std::unique_ptr<service> (*make_service)(), const char* pid_file = nullptr)
 {
     return {.name = name,
             .path = path,
@@ -44,11 +44,12 @@ constexpr daemon_kind config_daemon(const char* name, const char* path, size_t r
             .more = UTM_RESPONSE_MORE,
             .unnamed = unnamed_in_responses,
             .listen = listen_at_path,
-            .make_service = make_service};
+            .make_service = make_service,
+            .pid_file = pid_file};
 }
 
 constexpr daemon_kind kinds[] = {
-    config_daemon("cf", UTM_CF_CONFIG_SOCKET, sizeof(utm_cf_config_event), make_cf),
+    config_daemon("cf", UTM_CF_CONFIG_SOCKET, sizeof(utm_cf_config_event), make_cf, "/var/run/contfltd.pid"),
     config_daemon("app", UTM_APP_CONFIG_SOCKET, sizeof(utm_app_config_event), make_app),
     config_daemon("user_profile", UTM_USER_PROFILE_SOCKET, sizeof(utm_user_profile_config_event), make_user_profile),
 };

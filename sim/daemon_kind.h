@@ -27,6 +27,7 @@ struct daemon_kind {
     std::span<const byte_range> unnamed; // the bytes of a reply that mean nothing to a client
     int (*listen)(const daemon_kind& kind);
     std::unique_ptr<service> (*make_service)();
+    const char* pid_file = nullptr; // where clients look for the process that a hang-up signal reaches
 };
 
 std::span<const daemon_kind> daemon_kinds();

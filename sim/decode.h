@@ -3,14 +3,54 @@
 #include "sim/record.h"
 #include "sim/strict_json.h"
 
+#include <span>
 #include <string>
 
 namespace sim {
 
-// The name of a daemon's code; "code N" for one without a row.
-std::string code_name(const std::string& daemon, uint32_t code);
+enum class field_type {
+    signed_number,
+    number,
+    mac,
+    text, // as far as its terminator or its field reaches
+    hex
+};
 
-// The named fields of a request, by the code's row.
-json decode_fields(const std::string& daemon, uint32_t code, const record& request);
+// A value at its place in a request.
+struct field {
+    const char* name;
+    field_type type;
+    size_t offset;
+    size_t width;
+};
+
+// What a daemon's table says of a code. The rows of a service may say more.
+struct code_row {
+    uint32_t code;
+    const char* name;
+    std::span<const field> fields;
+};
+
+// The row of a code, null where there is none.
+template <class Row, size_t count> const Row* find_row(const Row (&rows)[count], uint32_t code)
+{
+    for (const Row& row : rows) {
+        if (row.code == code)
+            return &row;
+    }
+    return nullptr;
+}
+
+std::string text_of(const char* first, size_t width);
+std::string hex_of(std::span<const uint8_t> bytes);
+
+// The bytes of a text of two digits each; fails, with the place, where it is none of that length.
+void bytes_from_hex(std::span<uint8_t> bytes, const std::string& text, const std::string& where);
+
+// The name of a code; "code N" for one without a row.
+std::string code_name(const code_row* row, uint32_t code);
+
+// The named fields of a request that has come that far; none without a row.
+json decode_fields(const code_row* row, const record& request);
 
 } // namespace sim

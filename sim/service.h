@@ -1,5 +1,6 @@
 #pragma once
 
+#include "sim/decode.h"
 #include "sim/record.h"
 #include "sim/strict_json.h"
 
@@ -15,6 +16,12 @@ public:
 
     // In the daemon's own process, before it listens: pid files, signals and the like.
     virtual void start() {}
+
+    // On SIGHUP.
+    virtual void hang_up() {}
+
+    // What the daemon's table says of a code; null where it has no such code. Any thread may ask at any time.
+    virtual const code_row* row_of(uint32_t code) const = 0;
 
     // One reply, or a stream of them, to a request that arrived whole.
     virtual std::vector<record> answer(const record& request) = 0;

@@ -6,6 +6,19 @@
 
 namespace sim {
 
+namespace {
+
+template <class Number> Number whole_number_at(const json& value, const std::string& where)
+{
+    const bool fits = value.is_number_integer() && value >= std::numeric_limits<Number>::min() &&
+                      value <= std::numeric_limits<Number>::max();
+    if (!fits)
+        throw input_error(where + ": a whole number of 32 bits is expected");
+    return value.get<Number>();
+}
+
+} // namespace
+
 json_object::json_object(const json& value, std::string where) : value_(value), where_(std::move(where))
 {
     if (!value.is_object())
@@ -51,11 +64,12 @@ std::string text_at(const json& value, const std::string& where)
 
 int32_t number_at(const json& value, const std::string& where)
 {
-    const bool fits = value.is_number_integer() && value >= std::numeric_limits<int32_t>::min() &&
-                      value <= std::numeric_limits<int32_t>::max();
-    if (!fits)
-        throw input_error(where + ": a whole number of 32 bits is expected");
-    return value.get<int32_t>();
+    return whole_number_at<int32_t>(value, where);
+}
+
+uint32_t unsigned_at(const json& value, const std::string& where)
+{
+    return whole_number_at<uint32_t>(value, where);
 }
 
 } // namespace sim

@@ -37,5 +37,6 @@ private:
 const json& array_at(const json& value, const std::string& where);
 std::string text_at(const json& value, const std::string& where);
 int32_t number_at(const json& value, const std::string& where);
+uint32_t unsigned_at(const json& value, const std::string& where);
 
 } // namespace sim

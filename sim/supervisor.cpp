@@ -82,7 +82,7 @@ private:
         running_[kind.name] = start_daemon(kind, setup, trace_);
     }
 
-    // Leaves no socket behind, unlike a daemon that crashed.
+    // Leaves neither socket nor pid file behind, unlike a daemon that crashed.
     void stop(const daemon_kind& kind)
     {
         if (auto found = running_.find(kind.name); found != running_.end()) {
@@ -91,6 +91,8 @@ private:
             running_.erase(found);
         }
         unlink(kind.path);
+        if (kind.pid_file != nullptr)
+            unlink(kind.pid_file);
         unlink(control_path(kind.name).c_str());
     }
 

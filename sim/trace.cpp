@@ -26,17 +26,6 @@ std::string now()
     return date + ('.' + microseconds) + 'Z';
 }
 
-std::string hex(const record& bytes)
-{
-    constexpr char digits[] = "0123456789abcdef";
-    std::string text;
-    for (uint8_t byte : bytes) {
-        text += digits[byte >> 4];
-        text += digits[byte & 15];
-    }
-    return text;
-}
-
 std::string read_all(int fd)
 {
     std::string text;
@@ -67,12 +56,12 @@ void trace_file::write(const trace_entry& entry) const
                  {"sequence", ++*sequence_},
                  {"daemon", entry.daemon},
                  {"code", entry.code},
-                 {"name", code_name(entry.daemon, entry.code)},
+                 {"name", code_name(entry.row, entry.code)},
                  {"size", entry.request.size()},
-                 {"fields", decode_fields(entry.daemon, entry.code, entry.request)},
+                 {"fields", decode_fields(entry.row, entry.request)},
                  {"answer", entry.answer}};
     if (with_bytes_)
-        line["bytes"] = hex(entry.request);
+        line["bytes"] = hex_of(entry.request);
     const std::string text = line.dump(-1, ' ', false, json::error_handler_t::replace) + "\n";
     if (::write(fd_, text.data(), text.size()) < 0)
         perror("utm-gateway: cannot write the trace");

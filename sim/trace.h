@@ -1,5 +1,6 @@
 #pragma once
 
+#include "sim/decode.h"
 #include "sim/record.h"
 #include "sim/strict_json.h"
 
@@ -13,6 +14,7 @@ namespace sim {
 struct trace_entry {
     std::string daemon;
     uint32_t code;
+    const code_row* row; // of the code; null where the daemon has none
     const record& request;
     json answer;
 };

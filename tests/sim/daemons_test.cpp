@@ -87,9 +87,9 @@ TEST_P(config_daemon, keeps_identifiers_with_their_sign)
     EXPECT_EQ(gateway_.state(GetParam().name)["profiles"][0]["id"], -1);
 }
 
-TEST_P(config_daemon, accepts_other_codes_and_changes_nothing)
+TEST_P(config_daemon, refuses_a_code_that_it_does_not_know)
 {
-    EXPECT_EQ(ask(200, 7), reply(0));
+    EXPECT_EQ(ask(200, 7), reply(105));
     EXPECT_EQ(gateway_.state(GetParam().name), json::parse(R"({"profiles":[]})"));
 }
 

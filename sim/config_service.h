@@ -1,0 +1,121 @@
+#pragma once
+
+#include "sim/config_status.h"
+#include "sim/id_table.h"
+#include "sim/service.h"
+#include "sim/unique_list.h"
+
+#include <cstddef>
+#include <cstring>
+#include <utility>
+
+namespace sim {
+
+// What goes back: the entries of a list, and the response that ends it.
+struct config_answer {
+    std::vector<record> entries;
+    utm_event_response last = {};
+};
+
+// The profile of a request with one of the four profile codes.
+struct profile_argument {
+    int32_t id;
+    mac_address mac;
+};
+
+template <class Event> profile_argument profile_of(const Event& event)
+{
+    return {event.body.profile.id, std::to_array(event.body.profile.mac)};
+}
+
+inline profile_argument profile_of(const utm_user_profile_config_event& event)
+{
+    return {event.id, std::to_array(event.mac)};
+}
+
+template <class Event> constexpr size_t profile_offset = offsetof(Event, body);
+template <>
+inline constexpr size_t profile_offset<utm_user_profile_config_event> = offsetof(utm_user_profile_config_event, id);
+
+// What the three config daemons share: the profile codes, and tables of rows that both name a request's fields and
+// carry it out. A Service has
+//   - find_own(code), the row of one of its own codes, or null;
+//   - state_, of a struct with profiles, an id_table whose entries have devices;
+//   - profile_deleted(profile), which tidies up.
+template <class Service, class Event> class config_service : public service {
+public:
+    using handler = config_status (Service::*)(const Event&, config_answer&);
+
+    struct operation : code_row {
+        handler handle;
+    };
+
+    const code_row* row_of(uint32_t code) const final { return find_operation(code); }
+
+    std::vector<record> answer(const record& request) final
+    {
+        const auto event = from_record<Event>(request);
+        const operation* row = find_operation(event.code);
+        config_answer answer;
+        answer.last.status = row != nullptr ? (self().*row->handle)(event, answer) : code_unknown;
+        answer.entries.push_back(to_record(answer.last));
+        return std::move(answer.entries);
+    }
+
+    json state() const override { return to_json(self().state_); }
+    void load(const json& state, const std::string& where) override { from_json(self().state_, state, where); }
+
+    config_status create_profile(const Event& event, config_answer&)
+    {
+        return self().state_.profiles.create(profile_of(event).id) != nullptr ? done : profile_exists;
+    }
+
+    config_status delete_profile(const Event& event, config_answer&)
+    {
+        const int32_t id = profile_of(event).id;
+        auto* profile = self().state_.profiles.find(id);
+        if (profile == nullptr)
+            return profile_unknown;
+        self().profile_deleted(*profile);
+        self().state_.profiles.erase(id);
+        return done;
+    }
+
+    config_status add_device(const Event& event, config_answer&)
+    {
+        auto* profile = self().state_.profiles.find(profile_of(event).id);
+        if (profile == nullptr)
+            return profile_unknown;
+        return profile->devices.add(profile_of(event).mac) ? done : device_exists;
+    }
+
+    config_status delete_device(const Event& event, config_answer&)
+    {
+        auto* profile = self().state_.profiles.find(profile_of(event).id);
+        if (profile == nullptr)
+            return profile_unknown;
+        return profile->devices.remove(profile_of(event).mac) ? done : device_unknown;
+    }
+
+private:
+    Service& self() { return static_cast<Service&>(*this); }
+    const Service& self() const { return static_cast<const Service&>(*this); }
+
+    static const operation* find_operation(uint32_t code)
+    {
+        static constexpr size_t at = profile_offset<Event>;
+        static constexpr field id[] = {{"id", field_type::signed_number, at, 4}};
+        static constexpr field device[] = {{"id", field_type::signed_number, at, 4},
+                                           {"mac", field_type::mac, at + 4, 6}};
+        static constexpr operation profile_operations[] = {
+            {{UTM_PROFILE_CREATE, "create profile", id}, &Service::create_profile},
+            {{UTM_PROFILE_DELETE, "delete profile", id}, &Service::delete_profile},
+            {{UTM_PROFILE_ADD_DEVICE, "add device", device}, &Service::add_device},
+            {{UTM_PROFILE_DELETE_DEVICE, "delete device", device}, &Service::delete_device},
+        };
+        const operation* row = find_row(profile_operations, code);
+        return row != nullptr ? row : Service::find_own(code);
+    }
+};
+
+} // namespace sim
