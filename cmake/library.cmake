@@ -7,6 +7,10 @@ set(kqutm_sources
     app/policy.cpp
     app/reset.cpp
     app/usage.cpp
+    av/channel.cpp
+    av/lists.cpp
+    av/operations.cpp
+    av/records.cpp
     cf/controls.cpp
     cf/kernel.cpp
     cf/mapping.cpp
@@ -14,13 +18,26 @@ set(kqutm_sources
     cf/profile.cpp
     cf/switches.cpp
     cf/text_lists.cpp
+    common/engine.cpp
     common/local_socket.cpp
     common/log.cpp
     common/sigpipe_guard.cpp
     common/system_v.cpp
+    devid/channel.cpp
+    devid/controls.cpp
+    devid/devices.cpp
+    devid/records.cpp
     event/records.cpp
     event/response_list.cpp
     event/transport.cpp
+    ips/channel.cpp
+    ips/operations.cpp
+    ips/records.cpp
+    ips/rules.cpp
+    ir/channel.cpp
+    ir/lists.cpp
+    ir/operations.cpp
+    ir/records.cpp
     registry/dump.cpp
     registry/ids.cpp
     registry/policies.cpp

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <cstdlib>
+#include <cstring>
+
 // Circular doubly linked lists behind a head. Any node with prev and next will do, whatever their order in memory.
 
 template <class Node> void list_init(Node* head)
@@ -20,4 +23,20 @@ template <class Node> void list_remove(Node* node)
 {
     node->next->prev = node->prev;
     node->prev->next = node->next;
+}
+
+// A zeroed node, its links not set; null without memory. Whoever gets it releases it with free().
+template <class Node> Node* create_node()
+{
+    void* node = malloc(sizeof(Node));
+    return node == nullptr ? nullptr : static_cast<Node*>(memset(node, 0, sizeof(Node)));
+}
+
+// The head of an empty list; null without memory.
+template <class Node> Node* create_list()
+{
+    Node* head = create_node<Node>();
+    if (head != nullptr)
+        list_init(head);
+    return head;
 }

@@ -27,6 +27,13 @@ int select_readable(unsigned long* words, int fd, int seconds)
     return select(fd + 1, reinterpret_cast<fd_set*>(words), nullptr, nullptr, &limit);
 }
 
+ssize_t consume_sigpipe(sigpipe_guard& guard, ssize_t written)
+{
+    if (written < 0 && errno == EPIPE)
+        guard.consume();
+    return written;
+}
+
 struct free_words {
     void operator()(unsigned long* words) const { free(words); }
 };
@@ -44,10 +51,13 @@ sockaddr_un local_address(const char* path)
 ssize_t write_without_sigpipe(int fd, const void* data, size_t size)
 {
     sigpipe_guard guard;
-    ssize_t written = write(fd, data, size);
-    if (written < 0 && errno == EPIPE)
-        guard.consume();
-    return written;
+    return consume_sigpipe(guard, write(fd, data, size));
+}
+
+ssize_t send_without_sigpipe(int fd, const void* data, size_t size)
+{
+    sigpipe_guard guard;
+    return consume_sigpipe(guard, send(fd, data, size, 0));
 }
 
 int wait_readable(int fd, int seconds)

@@ -11,6 +11,9 @@ sockaddr_un local_address(const char* path);
 // One write; a peer that has closed gives EPIPE and never a SIGPIPE.
 ssize_t write_without_sigpipe(int fd, const void* data, size_t size);
 
+// One send with flags 0, as safe.
+ssize_t send_without_sigpipe(int fd, const void* data, size_t size);
+
 // Waits until fd can be read, up to the given seconds, with one select; any descriptor number will do.
 // Returns as select does: above 0 ready, 0 timed out, -1 failed.
 int wait_readable(int fd, int seconds);

@@ -6,6 +6,7 @@
 #include "common/unique_fd.h"
 
 #include <cstdarg>
+#include <cstdio>
 #include <fcntl.h>
 #include <memory>
 #include <sys/stat.h>
@@ -65,6 +66,12 @@ private:
 int open_for_appending(const char* path)
 {
     return open(path, O_RDWR | O_CREAT | O_APPEND | O_CLOEXEC, 0666);
+}
+
+void print_line(const char* line)
+{
+    errno_guard keep;
+    fputs(line, stdout);
 }
 
 UTM_API void utm_log(const char* path, const char* format, ...)

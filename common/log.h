@@ -20,3 +20,6 @@ private:
 
 // Opens a file as "a+" does: for reading and appending, created where it is missing. Returns a descriptor or -1.
 int open_for_appending(const char* path);
+
+// Prints a line, given with its newline, on standard output in one piece. Keeps errno.
+void print_line(const char* line);

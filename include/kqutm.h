@@ -3,9 +3,13 @@
 #define KQUTM_H
 
 #include "kqutm/app.h"
+#include "kqutm/av.h"
 #include "kqutm/cf.h"
 #include "kqutm/common.h"
 #include "kqutm/daemon.h"
+#include "kqutm/devid.h"
+#include "kqutm/ips.h"
+#include "kqutm/ir.h"
 #include "kqutm/profile.h"
 #include "kqutm/registry.h"
 

@@ -15,6 +15,7 @@
 
 #include "app.h"
 #include "cf.h"
+#include "engines.h"
 #include "profile.h"
 
 /* The config daemons. Their listening sockets are streams; they answer with event responses. */

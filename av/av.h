@@ -1,0 +1,15 @@
+#pragma once
+
+#include "kqutm/engines.h"
+
+#include "common/engine.h"
+
+constexpr engine av_engine = {
+    .path = UTM_AV_SOCKET,
+    .type = SOCK_STREAM,
+    .receive_limit = 10,
+    .send_flags = MSG_NOSIGNAL,
+};
+
+// Connects and sends the request, as every operation starts. Negative: failed.
+unique_fd request_from_av(const utm_av_message& request);

@@ -1,0 +1,17 @@
+#pragma once
+
+#include "kqutm/engines.h"
+
+#include "common/engine.h"
+
+constexpr engine devid_engine = {
+    .path = UTM_DEVID_SOCKET,
+    .log = UTM_DEVID_LOG,
+    .type = SOCK_STREAM,
+    .receive_limit = 3,
+    .send_limit = 3,
+};
+
+// Connects and sends the request, as every operation starts. Negative: logged under the name of the operation.
+unique_fd request_from_devid(const utm_devid_message& request, const char* operation,
+                             const char* not_sent = "send fail\n");

@@ -1,0 +1,15 @@
+#pragma once
+
+#include "kqutm/engines.h"
+
+#include "common/engine.h"
+
+constexpr engine ips_engine = {
+    .path = UTM_IPS_SOCKET,
+    .log = UTM_IPS_LOG,
+    .type = SOCK_STREAM,
+    .receive_limit = 10,
+};
+
+// Connects and sends the request, as every operation starts. Negative: logged under the name of the operation.
+unique_fd request_from_ips(const utm_ips_message& request, const char* operation);
