@@ -13,6 +13,13 @@ namespace sim {
 namespace {
 
 constexpr std::chrono::milliseconds pause_between_pieces(10);
+constexpr size_t traced_entries = 100; // of a list, so that a long one does not keep the client waiting
+
+struct question {
+    record bytes;
+    uint32_t code;
+    const code_row* row; // null: the daemon has no such code
+};
 
 class exchange {
 public:
@@ -21,26 +28,25 @@ public:
     // False: the connection is to be closed.
     bool serve()
     {
-        const record request = receive();
-        if (request.empty())
+        const question request = receive();
+        if (request.bytes.empty())
             return false;
-        const uint32_t code = number_at(request, 0, parts_.kind.code_width);
-        if (is_packet() || request.size() == parts_.kind.request_size)
-            return answer(request, code, parts_.faults.take(code));
-        parts_.trace.write({parts_.kind.name, code, parts_.work.row_of(code), request, {{"incomplete", true}}});
+        if (request.bytes.size() == parts_.kind.request_size)
+            return answer(request, parts_.faults.take(request.code));
+        write_trace(request, {{"incomplete", true}});
         return false;
     }
 
 private:
-    bool is_packet() const { return parts_.kind.type != SOCK_STREAM; }
-
-    // A whole request, or what came of it before the client ended.
-    record receive() const
+    // A whole request, or what came of it before the client ended. Of a packet that is too long, one byte too many.
+    question receive() const
     {
-        record request(parts_.kind.request_size);
-        ssize_t size = recv(connection_, request.data(), request.size(), is_packet() ? 0 : MSG_WAITALL);
-        request.resize(size < 0 ? 0 : static_cast<size_t>(size));
-        return request;
+        const bool is_stream = parts_.kind.type == SOCK_STREAM;
+        record bytes(parts_.kind.request_size + (is_stream ? 0 : 1));
+        ssize_t size = recv(connection_, bytes.data(), bytes.size(), is_stream ? MSG_WAITALL : 0);
+        bytes.resize(size < 0 ? 0 : static_cast<size_t>(size));
+        const uint32_t code = number_at(bytes, 0, parts_.kind.code_width);
+        return {.bytes = bytes, .code = code, .row = parts_.work.row_of(code)};
     }
 
     bool send_all(const uint8_t* data, size_t size) const
@@ -55,24 +61,24 @@ private:
         return true;
     }
 
-    bool answer(const record& request, uint32_t code, const std::optional<fault>& fault)
+    bool answer(const question& request, const std::optional<fault>& fault)
     {
         if (!fault) {
-            const std::vector<record> replies = carry_out(request);
-            trace(request, code, {}, replies);
-            return send_replies(replies);
+            const std::vector<record> answers = carry_out(request);
+            trace(request, {}, answers);
+            return send_replies(answers);
         }
         if (is_lost(fault->kind)) {
-            trace(request, code, fault, {});
+            trace(request, fault, {});
             return lose(fault->kind);
         }
         if (fault->kind == fault_kind::stop)
-            return answer_after_stop(request, code, *fault);
-        std::vector<record> replies =
+            return answer_after_stop(request, *fault);
+        std::vector<record> answers =
             fault->kind == fault_kind::refuse ? std::vector<record>{reply_of(fault->value)} : carry_out(request);
-        spoil(replies, *fault);
-        trace(request, code, fault, replies);
-        return send_spoilt(replies, *fault);
+        spoil(request, answers, *fault);
+        trace(request, fault, answers);
+        return send_spoilt(answers, *fault);
     }
 
     // Nothing is carried out and nothing answered.
@@ -93,9 +99,9 @@ private:
         return false;
     }
 
-    bool answer_after_stop(const record& request, uint32_t code, const fault& fault)
+    bool answer_after_stop(const question& request, const fault& fault)
     {
-        trace(request, code, fault, {});
+        trace(request, fault, {});
         // To this very thread: one that is sent to the process may find it on its way to the answer.
         raise(SIGSTOP);
         return send_replies(carry_out(request));
@@ -115,10 +121,10 @@ private:
         }
     }
 
-    std::vector<record> carry_out(const record& request)
+    std::vector<record> carry_out(const question& request)
     {
         std::lock_guard lock(parts_.lock);
-        return parts_.work.answer(request);
+        return parts_.work.answer(request.bytes);
     }
 
     record reply_of(uint32_t result) const
@@ -128,50 +134,60 @@ private:
         return reply;
     }
 
-    void spoil(std::vector<record>& replies, const fault& fault) const
+    void spoil(const question& request, std::vector<record>& answers, const fault& fault) const
     {
         const byte_range result = parts_.kind.result;
-        if (fault.kind == fault_kind::status && !replies.empty())
-            put_number(replies.back(), result.offset, result.size, fault.value);
+        if (fault.kind == fault_kind::status && !answers.empty())
+            put_number(answers.back(), result.offset, result.size, fault.value);
         if (fault.kind == fault_kind::garbage) {
-            for (record& reply : replies)
-                fill_unnamed(reply);
+            for (record& reply : answers)
+                fill_unnamed(request, reply);
         }
     }
 
-    void fill_unnamed(record& reply) const
+    void fill_unnamed(const question& request, record& reply) const
     {
+        record filled(reply.size());
         std::random_device random;
-        for (const byte_range& range : parts_.kind.unnamed) {
-            for (size_t offset = range.offset; offset < range.offset + range.size && offset < reply.size(); offset++)
-                reply[offset] = static_cast<uint8_t>(random());
-        }
+        std::ranges::generate(filled, [&] { return static_cast<uint8_t>(random()); });
+        auto keep = [&](size_t offset, size_t size) { std::copy_n(&reply[offset], size, &filled[offset]); };
+        keep(parts_.kind.result.offset, parts_.kind.result.size);
+        for (const byte_range& range : parts_.kind.named)
+            keep(range.offset, range.size);
+        for (const field& field : fields_of_reply(request))
+            keep(field.offset, field.width);
+        reply = filled;
     }
 
-    bool send_replies(const std::vector<record>& replies) const
+    static std::span<const field> fields_of_reply(const question& request)
     {
-        for (const record& reply : replies) {
+        return request.row != nullptr ? request.row->reply : std::span<const field>();
+    }
+
+    bool send_replies(const std::vector<record>& answers) const
+    {
+        for (const record& reply : answers) {
             if (!send_all(reply.data(), reply.size()))
                 return false;
         }
         return true;
     }
 
-    bool send_spoilt(const std::vector<record>& replies, const fault& fault) const
+    bool send_spoilt(const std::vector<record>& answers, const fault& fault) const
     {
         if (fault.kind == fault_kind::delay)
             std::this_thread::sleep_for(std::chrono::milliseconds(fault.value));
         if (fault.kind == fault_kind::cut)
-            return send_start(replies, fault.value);
+            return send_start(answers, fault.value);
         if (fault.kind == fault_kind::split)
-            return send_in_pieces(replies, fault.value);
-        return send_replies(replies);
+            return send_in_pieces(answers, fault.value);
+        return send_replies(answers);
     }
 
     // The first bytes alone, over all replies.
-    bool send_start(const std::vector<record>& replies, size_t size) const
+    bool send_start(const std::vector<record>& answers, size_t size) const
     {
-        for (const record& reply : replies) {
+        for (const record& reply : answers) {
             const size_t part = std::min(size, reply.size());
             if (!send_all(reply.data(), part))
                 break;
@@ -180,9 +196,9 @@ private:
         return false;
     }
 
-    bool send_in_pieces(const std::vector<record>& replies, size_t pieces) const
+    bool send_in_pieces(const std::vector<record>& answers, size_t pieces) const
     {
-        for (const record& reply : replies) {
+        for (const record& reply : answers) {
             const size_t size = std::max<size_t>(1, (reply.size() + pieces - 1) / pieces);
             for (size_t sent = 0; sent < reply.size(); sent += size) {
                 if (!send_all(reply.data() + sent, std::min(size, reply.size() - sent)))
@@ -193,17 +209,45 @@ private:
         return true;
     }
 
-    void trace(const record& request, uint32_t code, const std::optional<fault>& fault,
-               const std::vector<record>& replies) const
+    void trace(const question& request, const std::optional<fault>& fault, const std::vector<record>& answers) const
     {
         json answer = json::object();
-        if (!replies.empty())
-            answer["status"] = number_at(replies.back(), parts_.kind.result.offset, parts_.kind.result.size);
-        if (replies.size() > 1)
-            answer["records"] = replies.size();
+        if (!answers.empty())
+            answer["status"] = result_of(answers.back());
+        if (answers.size() > 1)
+            answer["records"] = answers.size();
         if (fault)
             answer["fault"] = effect_text(*fault);
-        parts_.trace.write({parts_.kind.name, code, parts_.work.row_of(code), request, answer});
+        if (!answers.empty())
+            decode_answers(request, answers, answer);
+        write_trace(request, answer);
+    }
+
+    // Numbers of a whole word have a sign.
+    json result_of(const record& reply) const
+    {
+        const auto [offset, size] = parts_.kind.result;
+        const uint32_t number = number_at(reply, offset, size);
+        return size == sizeof number ? json(static_cast<int32_t>(number)) : json(number);
+    }
+
+    static void decode_answers(const question& request, const std::vector<record>& answers, json& into)
+    {
+        const std::span<const field> fields = fields_of_reply(request);
+        if (fields.empty())
+            return;
+        if (request.row->form == reply_form::single) {
+            into["fields"] = decode_fields(fields, answers.front());
+            return;
+        }
+        json& entries = into["entries"] = json::array();
+        for (size_t entry = 0; entry < std::min(answers.size() - 1, traced_entries); entry++)
+            entries.push_back(decode_fields(fields, answers[entry]));
+    }
+
+    void write_trace(const question& request, const json& answer) const
+    {
+        parts_.trace.write({parts_.kind.name, request.code, request.row, request.bytes, answer});
     }
 
     int connection_;

@@ -27,8 +27,7 @@ int listen_at_path(const daemon_kind& kind)
     return listener;
 }
 
-constexpr byte_range unnamed_in_responses[] = {{1, 15},   {28, 20}, {56, 24}, {208, 16},
-                                               {248, 16}, {272, 8}, {284, 4}, {804, 28}};
+constexpr byte_range named_in_responses[] = {{16, 12}, {48, 8}, {80, 128}, {224, 24}, {264, 8}, {280, 4}, {288, 516}};
 
 // The config daemons differ in path, request and service alone.
 constexpr daemon_kind config_daemon(const char* name, const char* path, size_t request_size,
@@ -42,7 +41,7 @@ constexpr daemon_kind config_daemon(const char* name, const char* path, size_t r
             .reply_size = sizeof(utm_event_response),
             .result = {0, 1},
             .more = UTM_RESPONSE_MORE,
-            .unnamed = unnamed_in_responses,
+            .named = named_in_responses,
             .listen = listen_at_path,
             .make_service = make_service,
             .pid_file = pid_file};

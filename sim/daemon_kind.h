@@ -18,13 +18,13 @@ struct byte_range {
 struct daemon_kind {
     const char* name;
     const char* path;
-    int type;            // of its socket
-    size_t code_width;   // of the code that a request begins with
-    size_t request_size; // of packets: the largest
+    int type;          // of its socket
+    size_t code_width; // of the code that a request begins with
+    size_t request_size;
     size_t reply_size;
-    byte_range result;                   // the number in a reply that tells how it went
-    uint32_t more;                       // the result of a list entry that others follow
-    std::span<const byte_range> unnamed; // the bytes of a reply that mean nothing to a client
+    byte_range result;                 // the number in a reply that tells how it went
+    uint32_t more;                     // the result of a list entry that others follow
+    std::span<const byte_range> named; // what clients may read of any reply, beside its result and its code's fields
     int (*listen)(const daemon_kind& kind);
     std::unique_ptr<service> (*make_service)();
     const char* pid_file = nullptr; // where clients look for the process that a hang-up signal reaches

@@ -9,6 +9,13 @@ namespace sim {
 
 namespace {
 
+uint64_t unsigned_value(const uint8_t* first, size_t width)
+{
+    uint64_t value = 0;
+    memcpy(&value, first, width);
+    return value;
+}
+
 json decode(const field& field, const record& request)
 {
     const uint8_t* first = request.data() + field.offset;
@@ -16,7 +23,7 @@ json decode(const field& field, const record& request)
     case field_type::signed_number:
         return static_cast<int32_t>(number_at(request, field.offset, field.width));
     case field_type::number:
-        return number_at(request, field.offset, field.width);
+        return unsigned_value(first, field.width);
     case field_type::mac:
         return to_text(mac_address{first[0], first[1], first[2], first[3], first[4], first[5]});
     case field_type::text:
@@ -61,14 +68,17 @@ std::string code_name(const code_row* row, uint32_t code)
 
 json decode_fields(const code_row* row, const record& request)
 {
-    json fields = json::object();
-    if (row == nullptr)
-        return fields;
-    for (const field& field : row->fields) {
-        if (field.offset + field.width <= request.size())
-            fields[field.name] = decode(field, request);
+    return row != nullptr ? decode_fields(row->fields, request) : json::object();
+}
+
+json decode_fields(std::span<const field> fields, const record& bytes)
+{
+    json values = json::object();
+    for (const field& field : fields) {
+        if (field.offset + field.width <= bytes.size())
+            values[field.name] = decode(field, bytes);
     }
-    return fields;
+    return values;
 }
 
 } // namespace sim

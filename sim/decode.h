@@ -24,11 +24,18 @@ struct field {
     size_t width;
 };
 
+enum class reply_form {
+    single,
+    list // entries, and a last record that carries none
+};
+
 // What a daemon's table says of a code. The rows of a service may say more.
 struct code_row {
     uint32_t code;
     const char* name;
     std::span<const field> fields;
+    std::span<const field> reply = {}; // beside its result
+    reply_form form = reply_form::single;
 };
 
 // The row of a code, null where there is none.
@@ -52,5 +59,6 @@ std::string code_name(const code_row* row, uint32_t code);
 
 // The named fields of a request that has come that far; none without a row.
 json decode_fields(const code_row* row, const record& request);
+json decode_fields(std::span<const field> fields, const record& bytes);
 
 } // namespace sim

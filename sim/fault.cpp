@@ -11,21 +11,33 @@ namespace sim {
 
 namespace {
 
+enum class fault_value {
+    none,
+    amount,
+    status // may be negative
+};
+
 struct kind_row {
     const char* name;
     fault_kind kind;
-    bool has_value;
+    fault_value value;
     bool from_start;
 };
 
 constexpr kind_row kind_rows[] = {
-    {"refuse", fault_kind::refuse, true, false},    {"status", fault_kind::status, true, false},
-    {"delay", fault_kind::delay, true, false},      {"silence", fault_kind::silence, false, false},
-    {"close", fault_kind::close, false, false},     {"short", fault_kind::cut, true, false},
-    {"split", fault_kind::split, true, false},      {"garbage", fault_kind::garbage, false, false},
-    {"endless", fault_kind::endless, false, false}, {"crash", fault_kind::crash, false, false},
-    {"stop", fault_kind::stop, false, false},       {"absent", fault_kind::absent, false, true},
-    {"deaf", fault_kind::deaf, false, true},
+    {"refuse", fault_kind::refuse, fault_value::status, false},
+    {"status", fault_kind::status, fault_value::status, false},
+    {"delay", fault_kind::delay, fault_value::amount, false},
+    {"silence", fault_kind::silence, fault_value::none, false},
+    {"close", fault_kind::close, fault_value::none, false},
+    {"short", fault_kind::cut, fault_value::amount, false},
+    {"split", fault_kind::split, fault_value::amount, false},
+    {"garbage", fault_kind::garbage, fault_value::none, false},
+    {"endless", fault_kind::endless, fault_value::none, false},
+    {"crash", fault_kind::crash, fault_value::none, false},
+    {"stop", fault_kind::stop, fault_value::none, false},
+    {"absent", fault_kind::absent, fault_value::none, true},
+    {"deaf", fault_kind::deaf, fault_value::none, true},
 };
 
 const kind_row& row_of(fault_kind kind)
@@ -40,6 +52,16 @@ uint32_t number_from(const std::string& text, const std::string& whole)
     if (error != std::errc() || end != text.data() + text.size())
         throw input_error("fault \"" + whole + "\": \"" + text + "\" is no number");
     return number;
+}
+
+uint32_t value_from(const std::string& text, fault_value value, const std::string& whole)
+{
+    if (value != fault_value::status || !text.starts_with('-'))
+        return number_from(text, whole);
+    const uint32_t magnitude = number_from(text.substr(1), whole);
+    if (magnitude > 1U << 31)
+        throw input_error("fault \"" + whole + "\": \"" + text + "\" is no status");
+    return 0U - magnitude;
 }
 
 std::vector<std::string> split_at(const std::string& text, char separator)
@@ -63,9 +85,9 @@ fault effect_from(const std::string& text, const std::string& whole)
     if (row == std::end(kind_rows))
         throw input_error("fault \"" + whole + "\": there is no fault \"" + name + "\"");
     const bool has_value = equals != std::string::npos;
-    if (has_value != row->has_value)
+    if (has_value != (row->value != fault_value::none))
         throw input_error("fault \"" + whole + "\": \"" + name + "\" takes " + (has_value ? "no" : "a") + " value");
-    const uint32_t value = has_value ? number_from(text.substr(equals + 1), whole) : 0;
+    const uint32_t value = has_value ? value_from(text.substr(equals + 1), row->value, whole) : 0;
     if (row->kind == fault_kind::split && value == 0)
         throw input_error("fault \"" + whole + "\": a reply cannot be split into 0 pieces");
     return {.code = {}, .kind = row->kind, .value = value, .count = {}};
@@ -97,8 +119,10 @@ std::string effect_text(const fault& fault)
 {
     const kind_row& row = row_of(fault.kind);
     std::string text = row.name;
-    if (row.has_value)
+    if (row.value == fault_value::amount)
         text += '=' + std::to_string(fault.value);
+    if (row.value == fault_value::status)
+        text += '=' + std::to_string(static_cast<int32_t>(fault.value));
     return text;
 }
 

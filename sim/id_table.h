@@ -50,7 +50,7 @@ template <class Entry> struct json_form<id_table<Entry>> {
         table.clear();
         for (const json& member : array_at(form, where)) {
             json_object object(member, where);
-            const int32_t id = number_at(object.at("id"), object.where("id"));
+            const auto id = number_at<int32_t>(object.at("id"), object.where("id"));
             Entry* entry = table.create(id);
             if (entry == nullptr)
                 throw input_error(object.where("id") + ": " + std::to_string(id) + " is there twice");

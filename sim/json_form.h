@@ -5,6 +5,7 @@
 #include "sim/strict_json.h"
 
 #include <array>
+#include <concepts>
 #include <optional>
 #include <string>
 #include <vector>
@@ -63,14 +64,14 @@ struct json_form<T> {
     }
 };
 
-template <> struct json_form<int32_t> {
-    static json write(int32_t value) { return value; }
-    static void read(int32_t& value, const json& form, const std::string& where) { value = number_at(form, where); }
+template <std::integral T> struct json_form<T> {
+    static json write(T value) { return value; }
+    static void read(T& value, const json& form, const std::string& where) { value = number_at<T>(form, where); }
 };
 
-template <> struct json_form<uint32_t> {
-    static json write(uint32_t value) { return value; }
-    static void read(uint32_t& value, const json& form, const std::string& where) { value = unsigned_at(form, where); }
+template <> struct json_form<bool> {
+    static json write(bool value) { return value; }
+    static void read(bool& value, const json& form, const std::string& where) { value = truth_at(form, where); }
 };
 
 template <> struct json_form<std::string> {

@@ -1,23 +1,9 @@
 #include "sim/strict_json.h"
 
 #include <cstdint>
-#include <limits>
 #include <utility>
 
 namespace sim {
-
-namespace {
-
-template <class Number> Number whole_number_at(const json& value, const std::string& where)
-{
-    const bool fits = value.is_number_integer() && value >= std::numeric_limits<Number>::min() &&
-                      value <= std::numeric_limits<Number>::max();
-    if (!fits)
-        throw input_error(where + ": a whole number of 32 bits is expected");
-    return value.get<Number>();
-}
-
-} // namespace
 
 json_object::json_object(const json& value, std::string where) : value_(value), where_(std::move(where))
 {
@@ -62,14 +48,26 @@ std::string text_at(const json& value, const std::string& where)
     return value.get<std::string>();
 }
 
-int32_t number_at(const json& value, const std::string& where)
+bool truth_at(const json& value, const std::string& where)
 {
-    return whole_number_at<int32_t>(value, where);
+    if (!value.is_boolean())
+        throw input_error(where + ": true or false is expected");
+    return value.get<bool>();
 }
 
-uint32_t unsigned_at(const json& value, const std::string& where)
+template <class Number> Number number_at(const json& value, const std::string& where)
 {
-    return whole_number_at<uint32_t>(value, where);
+    const bool fits = value.is_number_unsigned()  ? std::in_range<Number>(value.get<uint64_t>())
+                      : value.is_number_integer() ? std::in_range<Number>(value.get<int64_t>())
+                                                  : false;
+    if (!fits)
+        throw input_error(where + ": a whole number of " + std::to_string(8 * sizeof(Number)) + " bits is expected");
+    return value.get<Number>();
 }
+
+template int32_t number_at(const json& value, const std::string& where);
+template uint16_t number_at(const json& value, const std::string& where);
+template uint32_t number_at(const json& value, const std::string& where);
+template uint64_t number_at(const json& value, const std::string& where);
 
 } // namespace sim

@@ -36,7 +36,9 @@ private:
 
 const json& array_at(const json& value, const std::string& where);
 std::string text_at(const json& value, const std::string& where);
-int32_t number_at(const json& value, const std::string& where);
-uint32_t unsigned_at(const json& value, const std::string& where);
+bool truth_at(const json& value, const std::string& where);
+
+// Of 32 bits, or of 16 or 64 without a sign.
+template <class Number> Number number_at(const json& value, const std::string& where);
 
 } // namespace sim

@@ -23,12 +23,22 @@ std::string pairs_text(const json& object)
     return text;
 }
 
+// The fields of a reply beside its status, and of a list's entries none.
+json in_one_row(json answer)
+{
+    const json fields = answer.value("fields", json::object());
+    answer.erase("fields");
+    answer.erase("entries");
+    answer.update(fields);
+    return answer;
+}
+
 std::string cell(const json& line, const std::string& column)
 {
     const json& value = line.at(column);
     if (column == "time")
         return value.get<std::string>().substr(11, 12);
-    return value.is_object() ? pairs_text(value) : value_text(value);
+    return value.is_object() ? pairs_text(column == "answer" ? in_one_row(value) : value) : value_text(value);
 }
 
 } // namespace

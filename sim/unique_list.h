@@ -3,6 +3,9 @@
 #include "sim/json_form.h"
 
 #include <algorithm>
+#include <set>
+#include <string>
+#include <utility>
 #include <vector>
 
 namespace sim {
@@ -10,6 +13,9 @@ namespace sim {
 // Values in the order of their addition, each of them once.
 template <class T> class unique_list {
 public:
+    unique_list() = default;
+    explicit unique_list(std::vector<T> values) : values_(std::move(values)) {} // none of them twice
+
     // False where the value is there already, or is not.
     bool add(const T& value)
     {
@@ -32,13 +38,15 @@ template <class T> struct json_form<unique_list<T>> {
 
     static void read(unique_list<T>& list, const json& form, const std::string& where)
     {
-        list.clear();
         std::vector<T> values;
         from_json(values, form, where);
+        std::set<std::string> known;
         for (const T& value : values) {
-            if (!list.add(value))
-                throw input_error(where + ": " + to_json(value).template get<std::string>() + " is there twice");
+            const auto text = to_json(value).template get<std::string>();
+            if (!known.insert(text).second)
+                throw input_error(where + ": " + text + " is there twice");
         }
+        list = unique_list(std::move(values));
     }
 };
 

@@ -189,14 +189,16 @@ TEST(faults_from_the_start, deaf_takes_connections_and_no_requests)
 
 TEST(fault_text, is_read_and_written)
 {
-    for (const char* text : {"1:refuse=5:2", "any:silence", "25:short=0", "absent", "deaf", "any:crash:1"})
+    for (const char* text :
+         {"1:refuse=5:2", "any:silence", "25:short=0", "3:status=-1", "absent", "deaf", "any:crash:1"})
         EXPECT_EQ(sim::to_text(sim::fault_from(text)), text);
 }
 
 TEST(fault_text, is_refused_where_it_is_wrong)
 {
     for (const char* text : {"", "1", "1:", "1:boom", "x:close", "1:refuse", "1:refuse=", "1:refuse=5x", "1:close=1",
-                             "1:close:0", "1:close:1:1", "close", "1:absent", "1:split=0", "-1:close"})
+                             "1:close:0", "1:close:1:1", "close", "1:absent", "1:split=0", "-1:close", "1:delay=-1",
+                             "1:refuse=-2147483649", "1:refuse=--1"})
         EXPECT_THROW(sim::fault_from(text), sim::input_error) << text;
 }
 
