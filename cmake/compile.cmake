@@ -14,3 +14,8 @@ if(KQUTM_SANITIZE)
   add_compile_options(-fsanitize=${KQUTM_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
   add_link_options(-fsanitize=${KQUTM_SANITIZE})
 endif()
+
+# In a folder that calls it, Release is compiled with less effort: its programs wait more than they compute.
+macro(kqutm_compile_with effort)
+  string(REPLACE -O3 ${effort} CMAKE_CXX_FLAGS_RELEASE "${CMAKE_CXX_FLAGS_RELEASE}")
+endmacro()
