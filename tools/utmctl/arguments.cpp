@@ -1,10 +1,7 @@
 #include "tools/utmctl/arguments.h"
-#include "tools/utmctl/outcome.h"
+#include "tools/utmctl/number.h"
 
 #include "kqutm/registry.h"
-
-#include <charconv>
-#include <optional>
 
 namespace {
 
@@ -15,16 +12,6 @@ constexpr id_kind kinds[] = {
 };
 
 constexpr double longest_timeout = 86400;
-
-// The whole text as a number, or nothing.
-template <class Number, class... Format> std::optional<Number> number_of(std::string_view text, Format... format)
-{
-    Number number = 0;
-    auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number, format...);
-    if (error != std::errc() || end != text.data() + text.size())
-        return {};
-    return number;
-}
 
 const id_kind* find_kind(const std::string& text)
 {
@@ -77,6 +64,11 @@ std::string check_mac(const std::string& text)
     return parse_mac(text) ? "" : in_quotes(text) + " is not a MAC address such as 02:42:ac:11:00:05";
 }
 
+std::string check_state(const std::string& text)
+{
+    return text == "on" || text == "off" ? "" : in_quotes(text) + " is not a state: on or off";
+}
+
 std::string check_kind(const std::string& text)
 {
     return find_kind(text) ? "" : in_quotes(text) + " is not a kind of identifier: profile, cf-policy or app-policy";
@@ -98,6 +90,11 @@ int32_t id_of(const std::string& text)
 mac_address mac_of(const std::string& text)
 {
     return parse_mac(text).value();
+}
+
+bool is_on(const std::string& state)
+{
+    return state == "on";
 }
 
 const id_kind& kind_of(const std::string& text)

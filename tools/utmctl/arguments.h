@@ -18,10 +18,12 @@ std::string check_any(const std::string& text);
 std::string check_id(const std::string& text);
 std::string check_id_or_zero(const std::string& text);
 std::string check_mac(const std::string& text);
+std::string check_state(const std::string& text); // on or off
 std::string check_kind(const std::string& text);
 std::string check_seconds(const std::string& text);
 
 int32_t id_of(const std::string& text);
 mac_address mac_of(const std::string& text);
+bool is_on(const std::string& state);
 const id_kind& kind_of(const std::string& text);
 double seconds_of(const std::string& text);

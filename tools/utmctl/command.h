@@ -13,14 +13,16 @@ enum class occurs {
     once,
     at_most_once,
     at_least_once,
-    any_number
+    any_number,
+    flag // an option without a value
 };
 
-// A positional argument, or an option with a value where the name starts with "--".
+// A positional argument, or an option where the name starts with "--".
 struct argument {
     const char* name;
     occurs count;
-    std::string (*check)(const std::string&); // empty when the text is good, else what is wrong with it
+    std::string (*check)(
+        const std::string&); // for every text given: empty when the text is good, else what is wrong with it
     const char* help;
 };
 

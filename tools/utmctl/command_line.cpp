@@ -66,6 +66,10 @@ void check_globals(const global_flags& flags)
 
 void declare(CLI::App& parser, const argument& one, texts& values)
 {
+    if (one.count == occurs::flag) {
+        parser.add_flag_callback(one.name, [&values] { values = {""}; });
+        return;
+    }
     CLI::Option* option = parser.add_option(one.name, values)->check(one.check);
     switch (one.count) {
     case occurs::once:
@@ -79,6 +83,8 @@ void declare(CLI::App& parser, const argument& one, texts& values)
         break;
     case occurs::any_number:
         option->expected(0, CLI::detail::expected_max_vector_size);
+        break;
+    case occurs::flag:
         break;
     }
 }

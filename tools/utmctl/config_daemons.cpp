@@ -43,11 +43,6 @@ failed_exchange from_line(std::string_view line)
 
 } // namespace
 
-std::string name_of(const config_daemon& daemon)
-{
-    return std::string("the ") + daemon.name + " daemon";
-}
-
 int connect_error(const config_daemon& daemon)
 {
     sockaddr_un address = {};
@@ -59,25 +54,6 @@ int connect_error(const config_daemon& daemon)
     const int error = failed != 0 && errno != EAGAIN ? errno : 0;
     close(fd);
     return error;
-}
-
-failed_exchange exchange_failure(int error)
-{
-    switch (error) {
-    case EREMOTEIO:
-        return {exit_status::refused, "refused", ""};
-    case ETIMEDOUT:
-        return {exit_status::no_answer, "did not answer in time", ""};
-    case ENODATA:
-        return {exit_status::protocol_error, "ended the connection without an answer", ""};
-    case EPROTO:
-        return {exit_status::protocol_error, "answered with a record of the wrong size", ""};
-    case EPIPE:
-    case ECONNRESET:
-        return {exit_status::protocol_error, std::string("broke off the exchange: ") + strerror(error), ""};
-    default:
-        return {exit_status::unreachable, std::string("cannot be reached: ") + strerror(error), ""};
-    }
 }
 
 std::vector<failed_exchange> failed_exchanges(const std::vector<std::string>& log)

@@ -15,11 +15,12 @@ struct entry {
 
 std::string shown(const argument& one)
 {
-    std::string name = *one.name == '-' ? std::string(one.name) + " VALUE" : one.name;
+    std::string name = *one.name == '-' && one.count != occurs::flag ? std::string(one.name) + " VALUE" : one.name;
     switch (one.count) {
     case occurs::once:
         return name;
     case occurs::at_most_once:
+    case occurs::flag:
         return std::string("[").append(name).append("]");
     case occurs::at_least_once:
         return name + "...";

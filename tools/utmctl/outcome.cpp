@@ -1,6 +1,7 @@
 #include "tools/utmctl/outcome.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <iterator>
 
 namespace {
@@ -67,6 +68,19 @@ json json_of(const problem& why)
             {"what", why.what},
             {"culprits", culprits},
             {"next", why.next}};
+}
+
+std::string printable(std::string_view text)
+{
+    std::string shown;
+    for (const char c : text) {
+        const auto byte = static_cast<unsigned char>(c);
+        char escaped[5] = {c};
+        if (byte < ' ' || byte == 0x7f)
+            snprintf(escaped, sizeof escaped, "\\x%02x", static_cast<unsigned>(byte));
+        shown += escaped;
+    }
+    return shown;
 }
 
 std::string in_quotes(const std::string& text)

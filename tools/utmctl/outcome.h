@@ -6,6 +6,7 @@
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -66,6 +67,9 @@ void add(outcome& sum, outcome part);
 
 std::string sentence_of(const problem& why);
 json json_of(const problem& why);
+
+// Text from outside, with control characters as \xNN.
+std::string printable(std::string_view text);
 
 // Text from outside, fit to be shown in a message.
 std::string in_quotes(const std::string& text);

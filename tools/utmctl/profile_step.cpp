@@ -13,20 +13,6 @@ std::string maybe_done(const profile_step& step)
     return step.subject + " may have been " + step.participle;
 }
 
-const char* remedy_for(exit_status status)
-{
-    switch (status) {
-    case exit_status::unreachable:
-        return "start what cannot be reached";
-    case exit_status::no_answer:
-        return "find out why the daemon hangs";
-    case exit_status::protocol_error:
-        return "check that the daemon and the library are of one version";
-    default:
-        return "ask the daemon's own log for the reason";
-    }
-}
-
 const char* first_remedy(const profile_answers& answers)
 {
     for (const failed_exchange& one : answers.failures) {

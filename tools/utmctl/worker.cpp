@@ -1,7 +1,5 @@
 #include "tools/utmctl/worker.h"
 
-#include "tools/utmctl/lock_holder.h"
-
 #include <cerrno>
 #include <chrono>
 #include <csignal>
@@ -45,10 +43,10 @@ private:
          .next = "free memory, processes or descriptors and run the command again"});
 }
 
-void write_all(int fd, const std::string& text)
+void write_all(int fd, const std::vector<uint8_t>& bytes)
 {
-    for (size_t done = 0; done < text.size();) {
-        ssize_t written = write(fd, text.data() + done, text.size() - done);
+    for (size_t done = 0; done < bytes.size();) {
+        ssize_t written = write(fd, bytes.data() + done, bytes.size() - done);
         if (written < 0 && errno != EINTR)
             _exit(1);
         done += written > 0 ? static_cast<size_t>(written) : 0;
@@ -67,7 +65,7 @@ void write_all(int fd, const std::string& text)
     json value = body();
     int error = errno;
     fflush(stdout);
-    write_all(result, json{{"value", value}, {"errno", error}}.dump());
+    write_all(result, json::to_cbor({{"value", std::move(value)}, {"errno", error}}));
     _exit(0);
 }
 
@@ -78,9 +76,9 @@ int milliseconds_until(clock_type::time_point deadline)
 }
 
 // Everything up to the end of the pipe. False at the deadline.
-bool read_until(int fd, clock_type::time_point deadline, std::string& text)
+bool read_until(int fd, clock_type::time_point deadline, std::vector<uint8_t>& bytes)
 {
-    char block[4096];
+    uint8_t block[65536];
     for (;;) {
         pollfd wanted = {.fd = fd, .events = POLLIN, .revents = 0};
         int ready = poll(&wanted, 1, milliseconds_until(deadline));
@@ -91,7 +89,7 @@ bool read_until(int fd, clock_type::time_point deadline, std::string& text)
         ssize_t size = read(fd, block, sizeof block);
         if (size <= 0)
             return true;
-        text.append(block, static_cast<size_t>(size));
+        bytes.insert(bytes.end(), block, block + size);
     }
 }
 
@@ -113,14 +111,14 @@ int wait_for(pid_t worker)
     return status;
 }
 
-[[noreturn]] void tell_overdue(const std::string& what, double seconds)
+[[noreturn]] void tell_overdue(const std::string& what, double seconds, const awaited& whom)
 {
     char limit[32];
     snprintf(limit, sizeof limit, "%g", seconds);
-    throw failure(overdue_call(what, std::string("within ") + limit + " s"));
+    throw failure(overdue_call(what, std::string("within ") + limit + " s", whom));
 }
 
-[[noreturn]] void tell_death(const std::string& what, int status)
+[[noreturn]] void tell_death(const std::string& what, int status, const awaited& whom)
 {
     std::string how = WIFSIGNALED(status) ? std::string("was killed by signal ") + std::to_string(WTERMSIG(status)) +
                                                 " (" + strsignal(WTERMSIG(status)) + ")"
@@ -128,12 +126,14 @@ int wait_for(pid_t worker)
     throw failure({.status = exit_status::protocol_error,
                    .what = what,
                    .culprits = {{"the worker process", "", how + " during the call"}},
-                   .next = "'utmctl registry show' tells what the registry holds"});
+                   .next = whom.registry_lock ? "'utmctl registry show' tells what the registry holds"
+                                              : "run the command again"});
 }
 
 } // namespace
 
-call_result call_in_worker(const std::string& what, double seconds, const std::function<json()>& body)
+call_result call_in_worker(const std::string& what, double seconds, const std::function<json()>& body,
+                           const awaited& whom)
 {
     const auto deadline =
         clock_type::now() + std::chrono::duration_cast<clock_type::duration>(std::chrono::duration<double>(seconds));
@@ -151,15 +151,15 @@ call_result call_in_worker(const std::string& what, double seconds, const std::f
         work(body, worker_end.get(), printed.get(), parent);
     worker_end.reset();
 
-    std::string text;
-    const bool in_time = read_until(result.get(), deadline, text);
+    std::vector<uint8_t> bytes;
+    const bool in_time = read_until(result.get(), deadline, bytes);
     if (!in_time)
         kill(worker, SIGKILL);
     const int status = wait_for(worker);
     if (!in_time)
-        tell_overdue(what, seconds);
-    const json handed_back = json::parse(text, nullptr, false);
+        tell_overdue(what, seconds, whom);
+    const json handed_back = json::from_cbor(bytes, true, false);
     if (status != 0 || handed_back.is_discarded())
-        tell_death(what, status);
+        tell_death(what, status, whom);
     return {handed_back["value"], handed_back["errno"], content_of(printed.get())};
 }

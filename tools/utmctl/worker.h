@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tools/utmctl/outcome.h"
+#include "tools/utmctl/overdue.h"
 
 #include <functional>
 #include <string>
@@ -15,5 +15,7 @@ struct call_result {
 };
 
 // Runs body in a worker and returns what it handed back. Throws a failure, which starts with what, when the body has
-// not returned after so many seconds, or when the worker dies.
-call_result call_in_worker(const std::string& what, double seconds, const std::function<json()>& body);
+// not returned after so many seconds, or when the worker dies. What the body returns may hold binary values, such as
+// whole lists of records.
+call_result call_in_worker(const std::string& what, double seconds, const std::function<json()>& body,
+                           const awaited& whom = {});

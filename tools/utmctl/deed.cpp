@@ -1,0 +1,93 @@
+#include "tools/utmctl/deed.h"
+
+#include "tools/utmctl/worker.h"
+
+#include <cerrno>
+
+namespace {
+
+// Puts the arguments in the place of their names.
+std::string filled_in(std::string text, const request& asked)
+{
+    for (const auto& [name, given] : asked.values) {
+        const std::string mark = "{" + name + "}";
+        const size_t at = text.find(mark);
+        if (at != std::string::npos && !given.empty())
+            text.replace(at, mark.size(), printable(given.front()));
+    }
+    return text;
+}
+
+// No number of the daemon's own stands behind a -1 that tells of a failed exchange.
+bool was_answered(const deed& one, int32_t returned, int error)
+{
+    return one.tells_answer && (returned != -1 || error == EREMOTEIO);
+}
+
+outcome failed(const deed& one, const call_result& call, bool answered)
+{
+    problem why = exchange_problem(not_done(one.words), one.daemon, call.error);
+    if (answered)
+        why.culprits.front().cause += " with result " + std::to_string(call.value.get<int32_t>());
+    return {.status = why.status, .problems = {why}};
+}
+
+} // namespace
+
+bool is_not_zero(int32_t returned)
+{
+    return returned != 0;
+}
+
+bool is_minus_one(int32_t returned)
+{
+    return returned == -1;
+}
+
+std::string done(const deed_words& words)
+{
+    return words.subject + " " + words.participle;
+}
+
+std::string not_done(const deed_words& words)
+{
+    return words.subject + " was not " + words.participle;
+}
+
+std::string maybe_done(const deed_words& words)
+{
+    return words.subject + " may have been " + words.participle;
+}
+
+problem exchange_problem(const std::string& what, const service& daemon, int error)
+{
+    const failed_exchange failed = exchange_failure(error);
+    return {.status = failed.status,
+            .what = what,
+            .culprits = {{name_of(daemon), daemon.socket, failed.cause}},
+            .next = std::string(remedy_for(failed.status)) + ", then run the command again"};
+}
+
+outcome carry_out(const deed& one, double timeout)
+{
+    const awaited whom = {.daemons = {one.daemon}, .registry_lock = one.registry_lock};
+    const call_result call = call_in_worker(
+        maybe_done(one.words), timeout, [&] { return one.call(); }, whom);
+    const int32_t returned = call.value;
+    const bool answered = was_answered(one, returned, call.error);
+    outcome told = one.refuses(returned) ? failed(one, call, answered) : outcome{.confirmations = {done(one.words)}};
+    told.result = one.result;
+    if (one.tells_answer)
+        told.result["answer"] = answered ? json(returned) : json();
+    return told;
+}
+
+outcome carry_out(const deed_row& row, const request& asked)
+{
+    return carry_out({.words = {filled_in(row.subject, asked), filled_in(row.participle, asked)},
+                      .daemon = row.daemon,
+                      .call = [&] { return row.call(asked); },
+                      .refuses = row.refuses,
+                      .tells_answer = row.tells_answer},
+                     asked.timeout);
+}
