@@ -3,6 +3,7 @@
 #include "kqutm/daemon.h"
 #include "sim/failure.h"
 
+#include <cstddef>
 #include <cstring>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -29,6 +30,15 @@ int listen_at_path(const daemon_kind& kind)
 
 constexpr byte_range named_in_responses[] = {{16, 12}, {48, 8}, {80, 128}, {224, 24}, {264, 8}, {280, 4}, {288, 516}};
 
+// The way in which a real engine listens, too.
+template <int (*open_socket)()> int listen_by_library(const daemon_kind& kind)
+{
+    const int listener = open_socket();
+    if (listener < 0)
+        fail(std::string("cannot listen at ") + kind.path);
+    return listener;
+}
+
 // The config daemons differ in path, request and service alone.
 constexpr daemon_kind config_daemon(const char* name, const char* path, size_t request_size,
                                     std::unique_ptr<service> (*make_service)(), const char* pid_file = nullptr)
@@ -51,6 +61,17 @@ constexpr daemon_kind kinds[] = {
     config_daemon("cf", UTM_CF_CONFIG_SOCKET, sizeof(utm_cf_config_event), make_cf, "/var/run/contfltd.pid"),
     config_daemon("app", UTM_APP_CONFIG_SOCKET, sizeof(utm_app_config_event), make_app),
     config_daemon("user_profile", UTM_USER_PROFILE_SOCKET, sizeof(utm_user_profile_config_event), make_user_profile),
+    {.name = "ips",
+     .path = UTM_IPS_SOCKET,
+     .type = SOCK_STREAM,
+     .code_width = 4,
+     .request_size = sizeof(utm_ips_message),
+     .reply_size = sizeof(utm_ips_message),
+     .result = {offsetof(utm_ips_message, result), 4},
+     .more = UTM_IPS_LIST_ENTRY,
+     .named = {},
+     .listen = listen_by_library<ips_create_server_socket>,
+     .make_service = make_ips},
 };
 
 } // namespace

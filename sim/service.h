@@ -35,5 +35,6 @@ public:
 std::unique_ptr<service> make_cf();
 std::unique_ptr<service> make_app();
 std::unique_ptr<service> make_user_profile();
+std::unique_ptr<service> make_ips();
 
 } // namespace sim

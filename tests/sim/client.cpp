@@ -12,38 +12,61 @@ namespace client {
 
 namespace {
 
-bytes request(size_t size, size_t id_offset, uint8_t code, uint32_t id, const bytes& mac)
+bytes config_request(size_t size, size_t id_offset, uint8_t code, uint32_t id, const bytes& mac)
 {
-    bytes record(size, 0xee);
-    record[0] = code;
-    for (size_t byte = 0; byte < 4; byte++)
-        record[id_offset + byte] = static_cast<uint8_t>(id >> (8 * byte));
+    bytes record = with_number(with_number(bytes(size, 0xee), 0, code, 1), id_offset, id);
     std::ranges::copy(mac, record.begin() + static_cast<std::ptrdiff_t>(id_offset) + 4);
     return record;
 }
 
+void limit_wait(int fd, int milliseconds)
+{
+    const timeval patience = {.tv_sec = milliseconds / 1000, .tv_usec = milliseconds % 1000 * 1000};
+    setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
+}
+
 } // namespace
+
+bytes with_number(bytes record, size_t offset, uint32_t number, size_t width)
+{
+    for (size_t byte = 0; byte < width; byte++)
+        record[offset + byte] = static_cast<uint8_t>(number >> (8 * byte));
+    return record;
+}
+
+bytes with_text(bytes record, size_t offset, const std::string& text)
+{
+    std::ranges::copy(text, record.begin() + static_cast<std::ptrdiff_t>(offset));
+    if (offset + text.size() < record.size())
+        record[offset + text.size()] = 0;
+    return record;
+}
+
+bytes request(size_t size, uint32_t code)
+{
+    return with_number(bytes(size, 0xee), 0, code);
+}
 
 bytes cf_request(uint8_t code, uint32_t id, const bytes& mac)
 {
-    return request(2056, 8, code, id, mac);
+    return config_request(2056, 8, code, id, mac);
 }
 
 bytes app_request(uint8_t code, uint32_t id, const bytes& mac)
 {
-    return request(136, 8, code, id, mac);
+    return config_request(136, 8, code, id, mac);
 }
 
 bytes user_profile_request(uint8_t code, uint32_t id, const bytes& mac)
 {
-    return request(16, 4, code, id, mac);
+    return config_request(16, 4, code, id, mac);
 }
 
-int dial(const std::string& path)
+int dial(const std::string& path, int type)
 {
     sockaddr_un address = {.sun_family = AF_UNIX};
     path.copy(address.sun_path, sizeof address.sun_path - 1);
-    int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    int fd = socket(AF_UNIX, type | SOCK_CLOEXEC, 0);
     if (connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0)
         return fd;
     const int cause = errno;
@@ -57,9 +80,9 @@ bytes exchange(const std::string& path, const bytes& request, size_t limit, int 
     const int fd = dial(path);
     if (fd < 0)
         return {};
-    const timeval patience = {.tv_sec = milliseconds / 1000, .tv_usec = milliseconds % 1000 * 1000};
-    setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
+    limit_wait(fd, milliseconds);
     bytes reply(send(fd, request.data(), request.size(), MSG_NOSIGNAL) < 0 ? 0 : limit);
+    shutdown(fd, SHUT_WR);
     size_t received = 0;
     while (received < reply.size()) {
         ssize_t size = recv(fd, reply.data() + received, reply.size() - received, 0);
@@ -70,6 +93,26 @@ bytes exchange(const std::string& path, const bytes& request, size_t limit, int 
     close(fd);
     reply.resize(received);
     return reply;
+}
+
+std::vector<bytes> exchange_packets(const std::string& path, const bytes& request, size_t count, int milliseconds)
+{
+    const int fd = dial(path, SOCK_SEQPACKET);
+    if (fd < 0)
+        return {};
+    limit_wait(fd, milliseconds);
+    std::vector<bytes> packets;
+    ssize_t size = send(fd, request.data(), request.size(), MSG_NOSIGNAL);
+    shutdown(fd, SHUT_WR);
+    while (size > 0 && packets.size() < count) {
+        bytes packet(4096);
+        size = recv(fd, packet.data(), packet.size(), 0);
+        packet.resize(size < 0 ? 0 : static_cast<size_t>(size));
+        if (size > 0)
+            packets.push_back(packet);
+    }
+    close(fd);
+    return packets;
 }
 
 } // namespace client

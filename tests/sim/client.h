@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <sys/socket.h>
 #include <vector>
 
 // A client without the library: records at literal offsets.
@@ -15,10 +16,19 @@ bytes cf_request(uint8_t code, uint32_t id, const bytes& mac = {});
 bytes app_request(uint8_t code, uint32_t id, const bytes& mac = {});
 bytes user_profile_request(uint8_t code, uint32_t id, const bytes& mac = {});
 
-// Connects, or returns -1 with errno.
-int dial(const std::string& path);
+// A request to an engine, likewise; what it names is put there.
+bytes request(size_t size, uint32_t code);
+bytes with_number(bytes record, size_t offset, uint32_t number, size_t width = 4);
+bytes with_text(bytes record, size_t offset, const std::string& text); // and a terminator, if there is room for one
 
-// One request and all that comes back until limit bytes are there, the daemon closes or the time is over.
+// Connects, or returns -1 with errno.
+int dial(const std::string& path, int type = SOCK_STREAM);
+
+// One last request and all that comes back until limit bytes are there, the daemon closes or the time is over.
 bytes exchange(const std::string& path, const bytes& request, size_t limit = 832, int milliseconds = 10'000);
+
+// One last request and the packets that come back until count are there, the daemon closes or the time is over.
+std::vector<bytes> exchange_packets(const std::string& path, const bytes& request, size_t count,
+                                    int milliseconds = 10'000);
 
 } // namespace client
