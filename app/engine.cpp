@@ -15,7 +15,7 @@ constexpr app_event with_value(uint8_t code, int32_t value)
     return {.code = code, .body = {.value = value}};
 }
 
-// By design: a path that is too long is refused without a line.
+// Deliberate: a path that is too long is refused without a line.
 int32_t move_statistics(uint8_t code, const char* path, const char* operation = __builtin_FUNCTION())
 {
     app_event event = {.code = code};
@@ -36,7 +36,7 @@ UTM_API int32_t utm_app_debug(int32_t value)
     return tell(with_value(UTM_APP_DEBUG, value), "set app debug(%d) fail\n", value);
 }
 
-// By design: a path that fills its field is cut there and has no terminator.
+// Deliberate: a path that fills its field is cut there and has no terminator.
 UTM_API int32_t utm_app_update_signature(const char* path)
 {
     if (path == nullptr)

@@ -30,7 +30,6 @@ UTM_API int32_t utm_user_profile_cf_app_policy_reset(void)
     int32_t result = 0;
     for (const reset_step& step : steps) {
         result = step.run();
-        // By design: only a result of exactly -1 stops the reset.
         if (result == -1) {
             utm_log(UTM_APPCF_LOG, "utm_user_profile_cf_app_policy_reset is failed(%s)\n", step.name);
             return -1;

@@ -21,7 +21,7 @@ constexpr app_event about(uint8_t code, uint32_t profile, uint32_t query)
 
 constexpr char set_failed[] = "%s(%d) fail\n";
 
-// By design: the head of the list that comes with the answer is not released.
+// Deliberate: the head of the list that comes with the answer is not released.
 int32_t get_value(uint8_t code, uint32_t profile, uint32_t response::*value, uint32_t* output,
                   const char* operation = __builtin_FUNCTION())
 {
@@ -110,7 +110,7 @@ UTM_API utm_app_usage_entry* utm_user_profile_get_app_usage(uint32_t profile, ui
                         "get utm_user_profile_get_app_usage fail\n");
 }
 
-// By design: the earlier days report a failure with the text of the usage by application.
+// Deliberate: the earlier days report a failure with the text of the usage by application.
 UTM_API utm_app_usage_prev_days_entry* utm_user_profile_get_app_usage_prev_days(uint32_t profile, uint32_t argument)
 {
     return ask_for_list(about(UTM_APP_GET_USAGE_PREV_DAYS, profile, argument), &response::prev_days_list,

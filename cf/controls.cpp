@@ -19,7 +19,7 @@ UTM_API int32_t utm_cf_dump_all(const char* path)
     if (!begin_dump(path))
         return -1;
     dump_cf_activate(path);
-    // By design: a dump that cannot lock, attach or unlock the registry ends there and reports success.
+    // Deliberate: a dump that cannot lock, attach or unlock the registry ends there and reports success.
     if (!dump_registry(path, cf_policies))
         return 0;
     utm_cf_config_event event = {.code = UTM_CF_DUMP};

@@ -58,7 +58,7 @@ owned_file lock_stream(unique_fd file)
     return stream;
 }
 
-// By design: a command file that has come up since the wait is not truncated.
+// Deliberate: a command file that has come up since the wait is not truncated.
 owned_file open_command_file()
 {
     unique_fd file(open(UTM_CF_COMMAND_FILE, O_WRONLY | O_CREAT | O_CLOEXEC, 0644));
@@ -90,7 +90,7 @@ UTM_API int32_t __utm_cf_activate(int32_t mode)
 {
     run_shell<switch_command_size>("echo %d > %s", mode, UTM_CF_KERNEL_ENABLE);
     run_shell<switch_command_size>("echo %s > %s", mode != 0 ? "yes" : "no", UTM_CF_KERNEL_HDF_ENABLE);
-    // By design: a mode other than 0 and 1 switches the kernel on and the daemon off.
+    // Deliberate: a mode other than 0 and 1 switches the kernel on and the daemon off.
     command_daemon(mode == 1 ? UTM_CF_COMMAND_ON : UTM_CF_COMMAND_OFF);
     return 0;
 }
@@ -119,9 +119,9 @@ UTM_API int32_t utm_cf_redirect_page(const char* text)
         utm_log(UTM_APPCF_LOG, "Open /proc/net/cfilter_redirect_url fail.\n");
         return -1;
     }
-    // By design: an empty text is one zero byte, and whether the kernel took it is not looked at.
+    // Deliberate: an empty text is one zero byte, and whether the kernel took it is not looked at.
     (void)!write(page, text, length != 0 ? length : 1);
-    // By design: a page that got descriptor 0 stays open.
+    // Deliberate: a page that got descriptor 0 stays open.
     if (page != 0)
         close(page);
     return 0;

@@ -70,7 +70,7 @@ UTM_API utm_profile_mapping* dump_utm_profile_mapping(void)
     if (head == nullptr) {
         errno_guard keep;
         printf("%s(%d) list init fail\n", __func__, __LINE__);
-        // By design: a mapping without memory leaves the registry attached and locked.
+        // Deliberate: a mapping without memory leaves the registry attached and locked.
         registry.abandon();
         return nullptr;
     }
@@ -79,7 +79,7 @@ UTM_API utm_profile_mapping* dump_utm_profile_mapping(void)
         registry.abandon();
         return null_when_empty(head, ENOMEM);
     }
-    // By design: a mapping that cannot be unlocked is returned even when it is empty.
+    // Deliberate: a mapping that cannot be unlocked is returned even when it is empty.
     if (!registry.release())
         return head;
     return null_when_empty(head, 0);

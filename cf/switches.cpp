@@ -14,7 +14,7 @@ namespace {
 
 constexpr size_t command_size = 256;
 
-// By design: only the first three characters of a switch file count.
+// Deliberate: only the first three characters of a switch file count.
 bool read_switch(const char* path, long& value, const char* operation = __builtin_FUNCTION())
 {
     value = 0;
@@ -62,7 +62,7 @@ UTM_API int32_t utm_cf_activate(void)
         __utm_cf_activate(1);
         create_marker();
     } else {
-        // By design: the word is "disenable".
+        // Deliberate: the word is "disenable".
         utm_log(UTM_APPCF_LOG, "[%s]disenable cf\n", __func__);
         __utm_cf_activate(0);
         unlink(UTM_CF_MARKER);

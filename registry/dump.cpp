@@ -44,7 +44,7 @@ bool begin_dump(const char* path)
     }
     if (init_utm_id_shm() == -1)
         return false;
-    // By design: the path is looked at after the registry, which a refused dump may have cleared.
+    // Deliberate: the path is looked at after the registry, which a refused dump may have cleared.
     if (strlen(path) >= path_size) {
         errno = EINVAL;
         return false;

@@ -5,7 +5,9 @@
 
 #include <csignal>
 #include <cstddef>
+#include <cstdio>
 #include <ctime>
+#include <sys/file.h>
 #include <sys/sem.h>
 #include <sys/shm.h>
 #include <sys/socket.h>
@@ -18,6 +20,7 @@ using wrap::intercept;
 namespace {
 
 void* const no_memory = nullptr;
+FILE* const no_stream = nullptr;
 void* const not_attached = reinterpret_cast<void*>(-1);
 
 } // namespace
@@ -93,6 +96,41 @@ int __wrap_open(const char* path, int flags, mode_t mode)
 {
     return intercept(
         "open", -1, [=] { return __real_open(path, flags, mode); }, path, flags, mode);
+}
+
+FILE* __real_fopen(const char* path, const char* mode);
+FILE* __wrap_fopen(const char* path, const char* mode)
+{
+    return intercept(
+        "fopen", no_stream, [=] { return __real_fopen(path, mode); }, path, mode);
+}
+
+FILE* __real_fdopen(int fd, const char* mode);
+FILE* __wrap_fdopen(int fd, const char* mode)
+{
+    return intercept(
+        "fdopen", no_stream, [=] { return __real_fdopen(fd, mode); }, mode);
+}
+
+int __real_flock(int fd, int operation);
+int __wrap_flock(int fd, int operation)
+{
+    return intercept(
+        "flock", -1, [=] { return __real_flock(fd, operation); }, operation);
+}
+
+int __real_unlink(const char* path);
+int __wrap_unlink(const char* path)
+{
+    return intercept(
+        "unlink", -1, [=] { return __real_unlink(path); }, path);
+}
+
+int __real_kill(pid_t process, int signal);
+int __wrap_kill(pid_t process, int signal)
+{
+    return intercept(
+        "kill", -1, [=] { return __real_kill(process, signal); }, process, signal);
 }
 
 int __real_stat(const char* path, struct stat* file);
