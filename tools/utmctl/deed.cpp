@@ -18,20 +18,6 @@ std::string filled_in(std::string text, const request& asked)
     return text;
 }
 
-// No number of the daemon's own stands behind a -1 that tells of a failed exchange.
-bool was_answered(const deed& one, int32_t returned, int error)
-{
-    return one.tells_answer && (returned != -1 || error == EREMOTEIO);
-}
-
-outcome failed(const deed& one, const call_result& call, bool answered)
-{
-    problem why = exchange_problem(not_done(one.words), one.daemon, call.error);
-    if (answered)
-        why.culprits.front().cause += " with result " + std::to_string(call.value.get<int32_t>());
-    return {.status = why.status, .problems = {why}};
-}
-
 } // namespace
 
 bool is_not_zero(int32_t returned)
@@ -59,13 +45,20 @@ std::string maybe_done(const deed_words& words)
     return words.subject + " may have been " + words.participle;
 }
 
-problem exchange_problem(const std::string& what, const service& daemon, int error)
+problem exchange_problem(const std::string& what, const service& daemon, int error, std::optional<int32_t> answer)
 {
-    const failed_exchange failed = exchange_failure(error);
+    failed_exchange failed = exchange_failure(answer ? EREMOTEIO : error);
+    if (answer)
+        failed.cause += " with result " + std::to_string(*answer);
     return {.status = failed.status,
             .what = what,
             .culprits = {{name_of(daemon), daemon.socket, failed.cause}},
             .next = std::string(remedy_for(failed.status)) + ", then run the command again"};
+}
+
+std::optional<int32_t> answer_in(int32_t returned, int error)
+{
+    return returned != -1 || error == EREMOTEIO ? std::optional(returned) : std::nullopt;
 }
 
 outcome carry_out(const deed& one, double timeout)
@@ -74,11 +67,16 @@ outcome carry_out(const deed& one, double timeout)
     const call_result call = call_in_worker(
         maybe_done(one.words), timeout, [&] { return one.call(); }, whom);
     const int32_t returned = call.value;
-    const bool answered = was_answered(one, returned, call.error);
-    outcome told = one.refuses(returned) ? failed(one, call, answered) : outcome{.confirmations = {done(one.words)}};
-    told.result = one.result;
+    const std::optional<int32_t> answer = one.tells_answer ? answer_in(returned, call.error) : std::nullopt;
+    outcome told = {.result = one.result};
     if (one.tells_answer)
-        told.result["answer"] = answered ? json(returned) : json();
+        told.result["answer"] = answer ? json(*answer) : json();
+    if (!one.refuses(returned)) {
+        told.confirmations.push_back(done(one.words));
+        return told;
+    }
+    told.problems.push_back(exchange_problem(not_done(one.words), one.daemon, call.error, answer));
+    told.status = told.problems.front().status;
     return told;
 }
 

@@ -17,8 +17,12 @@ std::string done(const deed_words& words);
 std::string not_done(const deed_words& words);
 std::string maybe_done(const deed_words& words);
 
-// The problem of an exchange with the daemon that failed with errno. What did not happen reads like not_done.
-problem exchange_problem(const std::string& what, const service& daemon, int error);
+// The problem of an exchange with the daemon that failed with errno, or that the daemon refused with an answer. What
+// did not happen reads like not_done.
+problem exchange_problem(const std::string& what, const service& daemon, int error, std::optional<int32_t> answer = {});
+
+// The number that an operation returned, where it is the daemon's own: not where -1 tells of a failed exchange.
+std::optional<int32_t> answer_in(int32_t returned, int error);
 
 struct deed {
     deed_words words;

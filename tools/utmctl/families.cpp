@@ -2,7 +2,8 @@
 
 namespace {
 
-constexpr const family* families[] = {&profile_family, &registry_family, &version_family, &help_family};
+constexpr const family* families[] = {&profile_family, &ips_family,      &devid_family,   &av_family,
+                                      &ir_family,      &registry_family, &version_family, &help_family};
 
 } // namespace
 

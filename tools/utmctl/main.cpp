@@ -3,6 +3,9 @@
 #include "tools/utmctl/command_line.h"
 #include "tools/utmctl/help.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 namespace {
 
 outcome failed(const failure& cause)
@@ -22,10 +25,22 @@ outcome run(const command_line& line)
     return help;
 }
 
+// A descriptor that the caller closed would be taken by a connection, and descriptor 0 is none to the library.
+void fill_closed_descriptors()
+{
+    int fd;
+    do
+        fd = open("/dev/null", O_RDONLY | O_CLOEXEC);
+    while (fd >= 0 && fd <= STDERR_FILENO);
+    if (fd >= 0)
+        close(fd);
+}
+
 } // namespace
 
 int main(int count, char** arguments)
 {
+    fill_closed_descriptors();
     const std::vector<std::string> given(arguments + 1, arguments + count);
     command_line line = {.style = style_of(given)};
     outcome result;

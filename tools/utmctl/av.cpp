@@ -1,0 +1,84 @@
+#include "kqutm/engines.h"
+
+#include "tools/utmctl/engine_call.h"
+#include "tools/utmctl/engine_list.h"
+#include "tools/utmctl/engine_status.h"
+#include "tools/utmctl/families.h"
+#include "tools/utmctl/text_argument.h"
+
+namespace {
+
+constexpr service av = {"anti-virus", UTM_AV_SOCKET};
+
+int32_t set_cache_size(const request& asked)
+{
+    return utm_av_cache_set_max_size(whole_of<uint32_t>(asked.one("LIMIT")));
+}
+
+int32_t set_whitelist(const request& asked)
+{
+    return utm_av_set_whitelist(asked.one("ENTRY").c_str(), whole_of<uint32_t>(asked.one("OPERATION")));
+}
+
+constexpr char engine[] = "the anti-virus engine";
+
+constexpr deed_row switching = {av, engine, "switched {STATE}", call_with_state<utm_av_activate>, tells_answer};
+constexpr deed_row debugging = {av, "debugging of the anti-virus engine", "switched {STATE}",
+                                call_with_state<utm_av_debug>, tells_answer};
+constexpr deed_row sizing = {av, "the scan cache", "limited to {LIMIT}", set_cache_size, tells_answer};
+constexpr deed_row setting_whitelist = {av, "{ENTRY}", "set in the whitelist with operation {OPERATION}", set_whitelist,
+                                        tells_answer};
+constexpr deed_row resetting = {av, engine, "reset", call<utm_av_reset>, tells_answer};
+constexpr deed_row flushing = {av, engine, "flushed", call<utm_av_flush>, tells_answer};
+
+status_reading read_status()
+{
+    utm_av_status status = {};
+    status_reading reading = {.returned = utm_av_show_status(&status)};
+    const auto* words = reinterpret_cast<const uint8_t*>(status.words);
+    if (reading.returned != -1)
+        reading.block.assign(words, words + sizeof status.words);
+    return reading;
+}
+
+constexpr status_row status = {av, "the status of the anti-virus engine", 1, read_status, is_not_zero};
+
+constexpr list_field<utm_av_entry> whitelist_fields[] = {
+    {"entry", {"ENTRY", false}, [](const utm_av_entry& one) -> json { return text_of(one.whitelist_entry); }},
+};
+constexpr list_field<utm_av_entry> cache_fields[] = {
+    {"key", {"KEY", false}, [](const utm_av_entry& one) -> json { return text_of(one.cache_key); }},
+    {"value", {"VALUE", false}, [](const utm_av_entry& one) -> json { return text_of(one.cache_value); }},
+};
+constexpr list_row<utm_av_entry> whitelist = {av, "the whitelist entries", whitelist_fields};
+constexpr list_row<utm_av_entry> cache = {av, "the cache entries", cache_fields};
+
+constexpr argument cache_limit[] = {
+    {"LIMIT", occurs::once, check_whole<0, 10>, "the limit, 0 to 10, in the daemon's own unit"},
+};
+constexpr argument entry_and_operation[] = {
+    {"ENTRY", occurs::once, check_text<32>, "what the daemon takes for an entry, up to 32 characters"},
+    {"OPERATION", occurs::once, check_whole<0, 1>, "0 or 1; the daemon defines which is which"},
+};
+
+constexpr command commands[] = {
+    {"switch", state, perform<switching>, "switch the engine on or off", nullptr, "av switch on"},
+    {"status", raw_block, show_status<status>, "show the engine's status, in words that the daemon defines"},
+    {"cache-size", cache_limit, perform<sizing>, "limit the scan cache"},
+    {"cache",
+     {},
+     show_list<cache, utm_av_show_cache>,
+     "list the scan cache, the newest entry first",
+     nullptr,
+     "av cache --json"},
+    {"set-whitelist", entry_and_operation, perform<setting_whitelist>, "set an entry in the whitelist", nullptr,
+     "av set-whitelist 275a021bbfb6489e54d471899f7db9d1 0"},
+    {"whitelist", {}, show_list<whitelist, utm_av_show_whitelist>, "list the whitelist"},
+    {"debug", state, perform<debugging>, "switch the daemon's debug output on or off"},
+    {"reset", {}, perform<resetting>, "set the engine back", "the engine's settings"},
+    {"flush", {}, perform<flushing>, "flush the engine", "what the daemon flushes", "av flush --yes"},
+};
+
+} // namespace
+
+constinit const family av_family = {"av", "the anti-virus engine", commands};

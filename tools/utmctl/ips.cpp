@@ -1,0 +1,97 @@
+#include "kqutm/engines.h"
+
+#include "tools/utmctl/engine_call.h"
+#include "tools/utmctl/engine_list.h"
+#include "tools/utmctl/engine_status.h"
+#include "tools/utmctl/families.h"
+#include "tools/utmctl/log_watch.h"
+#include "tools/utmctl/text_argument.h"
+
+#include <algorithm>
+
+namespace {
+
+constexpr service ips = {"IPS", UTM_IPS_SOCKET};
+
+template <auto operation> int32_t set_rule(const request& asked)
+{
+    return operation(asked.one("RULE").c_str(), whole_of<uint32_t>(asked.one("ACTION")));
+}
+
+constexpr deed_row switching = {ips, "the IPS engine", "switched {STATE}", call_with_state<utm_ips_activate>,
+                                tells_answer};
+constexpr deed_row setting_whitelist = {ips, "rule {RULE}", "set in the whitelist with action {ACTION}",
+                                        set_rule<utm_ips_set_whitelist>, tells_answer};
+constexpr deed_row setting_blacklist = {ips, "rule {RULE}", "set in the blacklist with action {ACTION}",
+                                        set_rule<utm_ips_set_blacklist>, tells_answer};
+constexpr deed_row updating_signature = {ips, "the signature file {PATH}", "loaded",
+                                         call_with_path<utm_ips_update_signature>, tells_answer};
+constexpr deed_row debugging = {ips, "debugging of the IPS engine", "switched {STATE}", call_with_state<utm_ips_debug>,
+                                tells_answer};
+constexpr deed_row resetting = {ips, "the IPS engine", "reset", call<utm_ips_reset>, tells_answer};
+constexpr deed_row flushing = {ips, "the IPS engine", "flushed with mode {MODE}", call_with_mode<utm_ips_flush>,
+                               tells_answer};
+
+status_reading read_status()
+{
+    utm_ips_message* status = utm_ips_show_status();
+    if (status == nullptr)
+        return {.returned = -1};
+    const auto* bytes = reinterpret_cast<const uint8_t*>(status);
+    status_reading reading = {.returned = status->result, .block = {bytes, bytes + sizeof *status}};
+    free(status);
+    return reading;
+}
+
+constexpr status_row status = {
+    .daemon = ips,
+    .subject = "the status of the IPS engine",
+    .first_word = 0,
+    .read = read_status,
+    .refuses = is_not_zero,
+};
+
+constexpr list_field<utm_ips_rule> rule_fields[] = {
+    {"name", {"RULE", false}, [](const utm_ips_rule& rule) -> json { return text_of(rule.name); }},
+};
+constexpr list_row<utm_ips_rule> rules = {ips, "the customized rules", rule_fields};
+
+// Only the library's log tells whether the daemon holds as many rules as it can.
+outcome list_rules(const request& asked)
+{
+    constexpr char limit_reached[] = "Reach maximum customizelist rule number";
+    const log_watch log(UTM_IPS_LOG);
+    outcome listed = fetch_list(rules, {utm_ips_show_customizelist}, asked.timeout);
+    const std::vector<std::string> lines = log.lines();
+    const bool full =
+        std::any_of(lines.begin(), lines.end(), [&](const std::string& line) { return line.ends_with(limit_reached); });
+    listed.result["limit_reached"] = full;
+    if (full)
+        listed.confirmations.emplace_back("the IPS engine holds as many rules as it can");
+    return listed;
+}
+
+constexpr argument rule_and_action[] = {
+    {"RULE", occurs::once, check_text<10>, "the rule's identifier, up to 10 characters"},
+    {"ACTION", occurs::once, check_whole<0, 1>, "0 or 1; the daemon defines which is which"},
+};
+constexpr argument signature_path[] = {
+    {"PATH", occurs::once, check_path<255>, "the signature file, from the root; the daemon opens it"},
+};
+constexpr command commands[] = {
+    {"switch", state, perform<switching>, "switch the engine on or off", nullptr, "ips switch on"},
+    {"status", raw_block, show_status<status>, "show the engine's status, in words that the daemon defines"},
+    {"set-whitelist", rule_and_action, perform<setting_whitelist>, "set a rule in the whitelist", nullptr,
+     "ips set-whitelist 1000027 0"},
+    {"set-blacklist", rule_and_action, perform<setting_blacklist>, "set a rule in the blacklist"},
+    {"rules", {}, list_rules, "list the customized rules", nullptr, "ips rules --json"},
+    {"update-signature", signature_path, perform<updating_signature>, "have the daemon load a signature file"},
+    {"debug", state, perform<debugging>, "switch the daemon's debugging on or off"},
+    {"reset", {}, perform<resetting>, "set the engine back", "the engine's settings"},
+    {"flush", flush_mode, perform<flushing>, "flush what the mode stands for", "what the mode stands for",
+     "ips flush 0 --yes"},
+};
+
+} // namespace
+
+constinit const family ips_family = {"ips", "the intrusion-prevention engine", commands};

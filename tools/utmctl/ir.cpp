@@ -1,0 +1,122 @@
+#include "kqutm/engines.h"
+
+#include "tools/utmctl/engine_call.h"
+#include "tools/utmctl/engine_list.h"
+#include "tools/utmctl/families.h"
+#include "tools/utmctl/text_argument.h"
+
+#include <cstdlib>
+
+namespace {
+
+constexpr service ir = {"IR", UTM_IR_SOCKET};
+
+template <auto operation> int32_t set_value(const request& asked)
+{
+    return operation(whole_of<uint32_t>(asked.one("VALUE")));
+}
+
+template <auto operation> int32_t set_entry(const request& asked)
+{
+    return operation(whole_of<uint32_t>(asked.one("VALUE")), whole_of<uint16_t>(asked.one("SECOND")),
+                     whole_of<int32_t>(asked.one("OPERATION")));
+}
+
+int32_t set_max_size(const request& asked)
+{
+    return utm_ir_db_set_max_size_mb(whole_of<int32_t>(asked.one("MB")));
+}
+
+constexpr char engine[] = "the IR engine";
+constexpr char entry[] = "entry {VALUE} {SECOND}";
+
+constexpr deed_row switching = {ir, engine, "switched {STATE}", call_with_state<utm_ir_activate>};
+constexpr deed_row debugging = {ir, "debugging of the IR engine", "switched {STATE}", call_with_state<utm_ir_debug>};
+constexpr deed_row sizing = {ir, "the IR database", "limited to {MB} MB", set_max_size};
+constexpr deed_row setting_frequency = {ir, "the frequency of update checks", "set to {VALUE}",
+                                        set_value<utm_ir_db_set_update_check_freq>};
+constexpr deed_row setting_category = {ir, "the threat category", "set to {VALUE}",
+                                       set_value<utm_ir_db_set_threat_category>};
+constexpr deed_row setting_whitelist = {ir, entry, "set in the whitelist with operation {OPERATION}",
+                                        set_entry<utm_ir_db_set_whitelist>};
+constexpr deed_row setting_blacklist = {ir, entry, "set in the blacklist with operation {OPERATION}",
+                                        set_entry<utm_ir_db_set_blacklist>};
+constexpr deed_row loading = {ir, "the database file {PATH}", "loaded", call_with_path<utm_ir_load_db>};
+constexpr deed_row flushing = {ir, "the IR database", "flushed with mode {MODE}", call_with_mode<utm_ir_flush>};
+// The library does not tell which of the two steps failed.
+constexpr deed_row resetting = {ir, engine, "flushed and switched off", call<utm_ir_reset>};
+
+constexpr list_field<utm_ir_entry> entry_fields[] = {
+    {"value", {"VALUE"}, [](const utm_ir_entry& one) -> json { return one.value; }},
+    {"second", {"SECOND"}, [](const utm_ir_entry& one) -> json { return one.second_value; }},
+};
+constexpr list_row<utm_ir_entry> whitelist = {ir, "the whitelist entries", entry_fields};
+constexpr list_row<utm_ir_entry> blacklist = {ir, "the blacklist entries", entry_fields};
+
+json read_version()
+{
+    char* version = utm_ir_show_db_status();
+    if (version == nullptr)
+        return {};
+    const std::string text = version;
+    free(version);
+    return text;
+}
+
+outcome show_version(const request& asked)
+{
+    const std::string what = "the version of the IR database was not read";
+    const call_result call =
+        call_in_worker(what, asked.timeout, read_version, {.daemons = {ir}, .registry_lock = false});
+    if (!call.value.is_string())
+        throw failure(exchange_problem(what, ir, call.error));
+    return {.result = {{"version", call.value}}, .lines = {call.value}};
+}
+
+std::string check_max_size(const std::string& text)
+{
+    const std::string wrong = check_whole<INT32_MIN, INT32_MAX>(text);
+    return wrong.empty() && whole_of<int32_t>(text) == 0 ? in_quotes(text) + " is not a size" : wrong;
+}
+
+constexpr argument size[] = {
+    {"MB", occurs::once, check_max_size, "the limit in megabytes, any number but 0"},
+};
+constexpr argument value[] = {
+    {"VALUE", occurs::once, check_whole<0, UINT32_MAX>, "a number that the daemon defines"},
+};
+constexpr argument entry_and_operation[] = {
+    {"VALUE", occurs::once, check_whole<0, UINT32_MAX>, "the first number of the entry, which the daemon defines"},
+    {"SECOND", occurs::once, check_whole<0, UINT16_MAX>, "the second number, up to 65535"},
+    {"OPERATION", occurs::once, check_whole<0, 1>, "0 or 1; the daemon defines which is which"},
+};
+constexpr argument database_path[] = {
+    {"PATH", occurs::once, check_path<127>, "the database file, from the root; the daemon opens it"},
+};
+
+constexpr command commands[] = {
+    {"switch", state, perform<switching>, "switch the engine on or off", nullptr, "ir switch on"},
+    {"version", {}, show_version, "print the version of the database"},
+    {"update-frequency", value, perform<setting_frequency>, "set how often the daemon looks for updates"},
+    {"max-size", size, perform<sizing>, "limit the size of the database"},
+    {"threat-category", value, perform<setting_category>, "select threat categories"},
+    {"set-whitelist", entry_and_operation, perform<setting_whitelist>, "set an entry in the whitelist", nullptr,
+     "ir set-whitelist 0xc0a80107 443 0"},
+    {"set-blacklist", entry_and_operation, perform<setting_blacklist>, "set an entry in the blacklist"},
+    {"whitelist",
+     {},
+     show_list<whitelist, utm_ir_db_get_whitelist>,
+     "list the whitelist",
+     nullptr,
+     "ir whitelist --json"},
+    {"blacklist", {}, show_list<blacklist, utm_ir_db_get_blacklist>, "list the blacklist"},
+    {"load", database_path, perform<loading>, "have the daemon load a database file"},
+    {"debug", state, perform<debugging>, "switch the daemon's debugging on or off"},
+    {"reset", {}, perform<resetting>, "flush the database and switch the engine off", "what the daemon flushes"},
+    {"flush", flush_mode, perform<flushing>, "flush what the mode stands for", "what the mode stands for",
+     "ir flush 0 --yes"},
+};
+
+} // namespace
+
+constinit const family ir_family = {"ir", "the IR threat database", commands};

@@ -1,0 +1,32 @@
+#include "tools/utmctl/text_argument.h"
+
+#include "tools/utmctl/outcome.h"
+
+#include <arpa/inet.h>
+
+std::string wrong_text(const std::string& text, size_t most)
+{
+    if (text.empty())
+        return "'' is empty";
+    if (printable(text) != text)
+        return in_quotes(text) + " has control characters";
+    if (text.size() > most)
+        return in_quotes(text) + " is longer than " + std::to_string(most) + " characters";
+    return "";
+}
+
+std::string wrong_path(const std::string& text, size_t most)
+{
+    const std::string wrong = wrong_text(text, most);
+    if (!wrong.empty() || text.front() == '/')
+        return wrong;
+    return in_quotes(text) + " is not a path from the root, and the daemon works in a folder of its own";
+}
+
+std::string check_ip(const std::string& text)
+{
+    in6_addr address;
+    if (inet_pton(AF_INET, text.c_str(), &address) == 1 || inet_pton(AF_INET6, text.c_str(), &address) == 1)
+        return "";
+    return in_quotes(text) + " is not an IP address such as 192.168.1.7";
+}
