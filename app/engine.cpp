@@ -2,6 +2,7 @@
 
 #include "kqutm/app.h"
 
+#include "app/values.h"
 #include "event/exchange.h"
 
 namespace {
@@ -48,26 +49,18 @@ UTM_API int32_t utm_app_update_signature(const char* path)
 
 UTM_API int32_t utm_app_daemon_status(uint32_t* first, uint32_t* second, uint32_t* third)
 {
-    if (first == nullptr || second == nullptr || third == nullptr)
-        return fail(EINVAL);
-    const answer status = ask(app_event{.code = UTM_APP_GET_DAEMON_STATUS}, failed, __func__);
-    if (status == nullptr)
-        return -1;
-    *first = status->daemon_status[0];
-    *second = status->daemon_status[1];
-    *third = status->daemon_status[2];
-    return 0;
+    const answer got = ask_for_values(app_event{.code = UTM_APP_GET_DAEMON_STATUS}, &utm_event_response::daemon_status,
+                                      {first, second, third}, failed);
+    return got != nullptr ? 0 : -1;
 }
 
 // Its answer comes with a list that nobody asked for.
 UTM_API int32_t utm_app_get_export_interval(uint32_t* interval)
 {
-    if (interval == nullptr)
-        return fail(EINVAL);
-    const answer got = ask(app_event{.code = UTM_APP_GET_EXPORT_INTERVAL}, failed, __func__);
+    const answer got = ask_for_value(app_event{.code = UTM_APP_GET_EXPORT_INTERVAL},
+                                     &utm_event_response::export_interval, interval, failed);
     if (got == nullptr)
         return -1;
-    *interval = got->export_interval;
     utm_user_profile_free_app_usage_list(got->app_usage_list);
     return 0;
 }

@@ -2,6 +2,7 @@
 
 #include "kqutm/app.h"
 
+#include "cf/dump.h"
 #include "event/exchange.h"
 #include "registry/policies.h"
 
@@ -85,10 +86,5 @@ UTM_API int32_t utm_app_dump_all(const char* path)
 {
     if (!begin_dump(path))
         return -1;
-    // Deliberate: a dump that cannot lock, attach or unlock the registry ends there and reports success.
-    if (!dump_registry(path, app_policies))
-        return 0;
-    utm_app_config_event event = {.code = UTM_APP_DUMP};
-    put_whole_text(event.body.path, path);
-    return tell(event);
+    return finish_dump<utm_app_config_event>(UTM_APP_DUMP, path, app_policies);
 }

@@ -2,6 +2,7 @@
 
 #include "kqutm/profile.h"
 
+#include "app/values.h"
 #include "event/exchange.h"
 
 namespace {
@@ -22,16 +23,15 @@ constexpr app_event about(uint8_t code, uint32_t profile, uint32_t query)
 constexpr char set_failed[] = "%s(%d) fail\n";
 
 // Deliberate: the head of the list that comes with the answer is not released.
+int32_t status_of(const answer& got)
+{
+    return got != nullptr ? 0 : -1;
+}
+
 int32_t get_value(uint8_t code, uint32_t profile, uint32_t response::*value, uint32_t* output,
                   const char* operation = __builtin_FUNCTION())
 {
-    if (output == nullptr)
-        return fail(EINVAL);
-    const answer got = ask(about(code, profile), "%s fail\n", operation);
-    if (got == nullptr)
-        return -1;
-    *output = got.get()->*value;
-    return 0;
+    return status_of(ask_for_value(about(code, profile), value, output, "%s fail\n", operation));
 }
 
 } // namespace
@@ -88,20 +88,13 @@ UTM_API int32_t utm_user_profile_get_extended(uint32_t profile, uint32_t* extens
 
 UTM_API int32_t utm_user_profile_reset_extended(uint32_t profile)
 {
-    return ask(about(UTM_APP_RESET_EXTENSION, profile), "%s fail\n", __func__) == nullptr ? -1 : 0;
+    return status_of(ask(about(UTM_APP_RESET_EXTENSION, profile), "%s fail\n", __func__));
 }
 
 UTM_API int32_t utm_user_profile_get_usage(uint32_t profile, uint32_t* first, uint32_t* second, uint32_t* third)
 {
-    if (first == nullptr || second == nullptr || third == nullptr)
-        return fail(EINVAL);
-    const answer got = ask(about(UTM_APP_GET_USAGE, profile), "get utm_user_profile_get_usage fail\n", __func__);
-    if (got == nullptr)
-        return -1;
-    *first = got->usage[0];
-    *second = got->usage[1];
-    *third = got->usage[2];
-    return 0;
+    return status_of(ask_for_values(about(UTM_APP_GET_USAGE, profile), &response::usage, {first, second, third},
+                                    "get utm_user_profile_get_usage fail\n"));
 }
 
 UTM_API utm_app_usage_entry* utm_user_profile_get_app_usage(uint32_t profile, uint32_t argument)

@@ -1,9 +1,9 @@
-// Dump, debug, flush and the browsed domains: what the content-filter daemon is asked for in one exchange.
+// Debug, flush and the browsed domains: what the content-filter daemon is asked for in one exchange.
 
 #include "kqutm/cf.h"
+#include "kqutm/registry.h"
 
 #include "event/exchange.h"
-#include "registry/policies.h"
 
 namespace {
 
@@ -13,19 +13,6 @@ int32_t tell_value(uint8_t code, int32_t value, const char* failed, const char* 
 }
 
 } // namespace
-
-UTM_API int32_t utm_cf_dump_all(const char* path)
-{
-    if (!begin_dump(path))
-        return -1;
-    dump_cf_activate(path);
-    // Deliberate: a dump that cannot lock, attach or unlock the registry ends there and reports success.
-    if (!dump_registry(path, cf_policies))
-        return 0;
-    utm_cf_config_event event = {.code = UTM_CF_DUMP};
-    put_whole_text(event.body.path, path);
-    return tell(event);
-}
 
 UTM_API int32_t utm_cf_debug(int32_t value)
 {

@@ -7,11 +7,13 @@ set(kqutm_sources
     app/policy.cpp
     app/reset.cpp
     app/usage.cpp
+    app/values.cpp
     av/channel.cpp
     av/lists.cpp
     av/operations.cpp
     av/records.cpp
     cf/controls.cpp
+    cf/dump.cpp
     cf/kernel.cpp
     cf/mapping.cpp
     cf/policy.cpp
@@ -38,7 +40,6 @@ set(kqutm_sources
     ir/lists.cpp
     ir/operations.cpp
     ir/records.cpp
-    registry/dump.cpp
     registry/ids.cpp
     registry/policies.cpp
     registry/segment.cpp)

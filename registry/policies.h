@@ -29,11 +29,3 @@ void release_id(int32_t id, uint32_t kind);
 // Records in the registry that a policy is bound to a profile. True when the daemon is to be told now; otherwise result
 // is what the operation returns.
 bool record_binding(const policy_kind& kind, uint32_t profile, uint32_t policy, int32_t& result);
-
-// Begins the file of a dump with the date. False when the path is longer than a request carries, or the registry cannot
-// be cleared on its first use.
-bool begin_dump(const char* path);
-
-// Appends the user profiles with their bound policies, the policies, and an empty line. False when the registry could
-// not be locked, attached or unlocked: the daemon is not asked for its part then.
-bool dump_registry(const char* path, const policy_kind& kind);

@@ -1,5 +1,7 @@
 // No operation prints anything: what there is to say goes into the log.
 
+#include "kqutm/app.h"
+#include "kqutm/cf.h"
 #include "kqutm/daemon.h"
 #include "kqutm/profile.h"
 
@@ -47,10 +49,58 @@ void run_readers()
     collect_and_release(37, &utm_event_response::prev_days_list, utm_user_profile_free_app_usage_prev_days_list);
 }
 
+void run_content_filter()
+{
+    const uint8_t block[128] = {};
+    utm_cf_policy_create(20);
+    utm_cf_policy_create(20);
+    utm_cf_policy_config_block(20, block);
+    utm_user_profile_add_cf_policy(7, 20);
+    utm_cf_add_trusted_url("a.example");
+    utm_cf_add_trusted_url(std::string(3000, 'x').c_str());
+    utm_cf_policy_add_domain_keyword(20, "word");
+    utm_cf_web_safe_browsing_activate(1);
+    utm_cf_web_category_activate(0);
+    utm_cf_web_safe_browsing_activate(0);
+    utm_cf_redirect_page("http://blocked.example/");
+    utm_cf_dump_all("/tmp/dump");
+    utm_cf_debug(1);
+    utm_cf_policy_flush(0, 20);
+    utm_cf_global_flush(0);
+    if (utm_domain_browse_entry* head = utm_user_profile_get_browse_domain_list(7))
+        free(head);
+}
+
+void run_application_control()
+{
+    const uint8_t entries[12][8] = {};
+    uint32_t value;
+    utm_app_policy_create(30);
+    utm_app_policy_create(30);
+    utm_app_policy_config_init_block(30, entries, 12);
+    utm_app_policy_config_init_block(30, nullptr, 0);
+    utm_app_policy_config_block(30, entries, 0);
+    utm_user_profile_add_app_policy(7, 30);
+    utm_app_dump_all("/tmp/dump");
+    utm_app_activate(1);
+    utm_app_update_signature("/tmp/signatures");
+    utm_app_daemon_status(&value, &value, &value);
+    utm_app_get_export_interval(&value);
+    utm_app_import_statistics(nullptr);
+    utm_user_profile_set_daily_limit(7, 60);
+    utm_user_profile_get_daily_limit(7, &value);
+    utm_user_profile_get_usage(7, &value, &value, &value);
+    utm_user_profile_free_app_usage_list(utm_user_profile_get_app_usage(7, 0));
+    utm_user_profile_cf_app_policy_reset();
+}
+
+// All but the profile mapping, which prints when there is no memory left.
 void run_all()
 {
     run_profile_operations();
     run_readers();
+    run_content_filter();
+    run_application_control();
 }
 
 TEST(output, of_both_streams_would_be_seen)

@@ -1,16 +1,16 @@
-#include "kqutm/daemon.h"
+#include "cf/dump.h"
 
-#include "common/errno_guard.h"
+#include "kqutm/cf.h"
+
 #include "common/shell.h"
-#include "registry/policies.h"
 
-#include <cstring>
 #include <unistd.h>
 
 namespace {
 
 constexpr size_t command_size = 1024;
-constexpr size_t path_size = sizeof utm_cf_config_event{}.body.path; // and that of the other daemon's event
+constexpr size_t path_size = sizeof utm_cf_config_event{}.body.path;
+static_assert(path_size == sizeof utm_app_config_event{}.body.path);
 
 void dump_profiles(const char* path, const utm_id_registry& ids, const policy_kind& kind)
 {
@@ -34,26 +34,29 @@ void dump_policies(const char* path, const utm_id_registry& ids, const policy_ki
     }
 }
 
+bool refuse_path()
+{
+    errno = EINVAL;
+    return false;
+}
+
 } // namespace
 
 bool begin_dump(const char* path)
 {
-    if (path == nullptr) {
-        errno = EINVAL;
-        return false;
-    }
+    if (path == nullptr)
+        return refuse_path();
     if (init_utm_id_shm() == -1)
         return false;
     // Deliberate: the path is looked at after the registry, which a refused dump may have cleared.
-    if (strlen(path) >= path_size) {
-        errno = EINVAL;
-        return false;
-    }
+    if (strlen(path) >= path_size)
+        return refuse_path();
     unlink(path);
     run_shell<command_size>("date >> %s", path);
     return true;
 }
 
+// The lock is held while the commands run.
 bool dump_registry(const char* path, const policy_kind& kind)
 {
     registry_guard registry;
@@ -68,4 +71,12 @@ bool dump_registry(const char* path, const policy_kind& kind)
         return false;
     run_shell<command_size>("echo >> %s", path);
     return true;
+}
+
+UTM_API int32_t utm_cf_dump_all(const char* path)
+{
+    if (!begin_dump(path))
+        return -1;
+    dump_cf_activate(path);
+    return finish_dump<utm_cf_config_event>(UTM_CF_DUMP, path, cf_policies);
 }
