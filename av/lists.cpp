@@ -12,7 +12,7 @@ void append_whitelist_entry(utm_av_entry* list, utm_av_entry* entry, const utm_a
     list_insert(entry, list);
 }
 
-// On purpose: the cache list puts the newest first, the whitelist last.
+// Deliberate: the cache list puts the newest first, the whitelist last.
 void prepend_cache_entry(utm_av_entry* list, utm_av_entry* entry, const utm_av_message& record)
 {
     move_text(entry->cache_key, record.text);

@@ -53,7 +53,7 @@ UTM_API int32_t utm_av_set_whitelist(const char* entry, uint32_t operation)
     if (operation > 1 || entry == nullptr || *entry == '\0')
         return fail(EINVAL);
     utm_av_message request = {.code = UTM_AV_SET_WHITELIST, .whitelist_operation = operation};
-    // On purpose: an entry of more than 32 characters fills its field and has no terminator.
+    // Deliberate: an entry of more than 32 characters fills its field and has no terminator.
     fill_text(request.text, entry);
     return av_command(request);
 }

@@ -81,7 +81,7 @@ int listen_at(const engine& engine, const char* operation)
     unlink(engine.path);
     unique_fd fd = open_socket(engine);
     const int socket_error = errno;
-    // On purpose: a server socket that cannot be created goes on to its options, which then fail and say so too.
+    // Deliberate: a server socket that cannot be created goes on to its options, which then fail and say so too.
     if (fd.get() < 0)
         log_at_line(engine, operation, "Could not create socket\n");
     const int reuse = 1;

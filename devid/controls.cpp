@@ -89,7 +89,7 @@ UTM_API int32_t utm_devid_flush_cache_list(void)
         {.request = {.code = UTM_DEVID_FLUSH_CACHE_LIST}, .failed = minus_one, .refused = "flush list fail\n"});
 }
 
-// On purpose: the timestamp is returned whatever result stands beside it.
+// Deliberate: the timestamp is returned whatever result stands beside it.
 UTM_API uint64_t utm_devid_get_latest_timestamp(void)
 {
     unique_fd devid = request_from_devid({.code = UTM_DEVID_GET_LATEST_TIMESTAMP}, __func__);
@@ -103,10 +103,10 @@ UTM_API uint64_t utm_devid_get_latest_timestamp(void)
 
 UTM_API int32_t utm_devid_debug(uint32_t on)
 {
-    // On purpose: a bad debug flag is refused with the text of activate.
+    // Deliberate: a bad debug flag is refused with the text of activate.
     if (on > 1)
         return refuse_argument("wrong activate range\n");
-    // On purpose: debug and show-all tell a failed send or receive with the text of a refusal.
+    // Deliberate: debug and show-all tell a failed send or receive with the text of a refusal.
     return devid_command({.request = {.code = UTM_DEVID_DEBUG, .debug = on},
                           .failed = minus_one,
                           .refused = "set debug fail\n",

@@ -22,7 +22,7 @@ struct answer {
     bool complete = false; // the daemon said that this is all
 };
 
-// On purpose: a device for which memory is short is left out, and the stream goes on.
+// Deliberate: a device for which memory is short is left out, and the stream goes on.
 void append_device(utm_device* list, const utm_device_record& record, int& cause)
 {
     utm_device* device = create_dev();
@@ -73,7 +73,7 @@ bool is_empty(const device_list& list)
     return list->next == list.get();
 }
 
-// On purpose: an empty list is returned as null.
+// Deliberate: an empty list is returned as null.
 utm_device* hand_over(device_list list)
 {
     return list == nullptr || is_empty(list) ? nullptr : list.release();

@@ -42,7 +42,7 @@ UTM_API int32_t utm_ips_activate(uint32_t on)
     return ips_command({.code = UTM_IPS_ACTIVATE, .on = on}, "set switch fail\n");
 }
 
-// On purpose: the status block is returned whatever the daemon answered, and also when no answer came.
+// Deliberate: the status block is returned whatever the daemon answered, and also when no answer came.
 UTM_API utm_ips_message* utm_ips_show_status(void)
 {
     unique_fd ips = request_from_ips({.code = UTM_IPS_SHOW_STATUS}, __func__);

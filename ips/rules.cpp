@@ -26,7 +26,7 @@ void receive_rules(const unique_fd& ips, utm_ips_rule* list, const char* operati
             return log_at_line(ips_engine, operation, "recv fail\n");
         if (record.result == UTM_IPS_LIST_FULL)
             return log_at_line(ips_engine, operation, "Reach maximum customizelist rule number\n");
-        // On purpose: a list that ends in the usual way is logged like a failure.
+        // Deliberate: a list that ends in the usual way is logged like a failure.
         if (record.result != UTM_IPS_LIST_ENTRY)
             return log_at_line(ips_engine, operation, "without white list\n");
         if (!append_rule(list, record))

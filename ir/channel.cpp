@@ -14,7 +14,7 @@ int ir_connect()
     return ir.fd.release();
 }
 
-// On purpose: descriptor 0 counts as a failed connection, and stays open.
+// Deliberate: descriptor 0 counts as a failed connection, and stays open.
 unique_fd without_descriptor_0(int fd)
 {
     return unique_fd(fd == 0 ? fail(EBADF) : fd);

@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdio>
 #include <ctime>
+#include <ifaddrs.h>
 #include <sys/file.h>
 #include <sys/sem.h>
 #include <sys/shm.h>
@@ -68,6 +69,48 @@ int __wrap_connect(int fd, const sockaddr* address, socklen_t length)
     const char* path = reinterpret_cast<const sockaddr_un*>(address)->sun_path;
     return intercept(
         "connect", -1, [=] { return __real_connect(fd, address, length); }, path, length);
+}
+
+int __real_bind(int fd, const sockaddr* address, socklen_t length);
+int __wrap_bind(int fd, const sockaddr* address, socklen_t length)
+{
+    const char* path = reinterpret_cast<const sockaddr_un*>(address)->sun_path;
+    return intercept(
+        "bind", -1, [=] { return __real_bind(fd, address, length); }, path, length);
+}
+
+int __real_setsockopt(int fd, int level, int option, const void* value, socklen_t length);
+int __wrap_setsockopt(int fd, int level, int option, const void* value, socklen_t length)
+{
+    auto call = [=] { return __real_setsockopt(fd, level, option, value, length); };
+    return intercept("setsockopt", -1, call, level, option, length);
+}
+
+ssize_t __real_send(int fd, const void* data, size_t size, int flags);
+ssize_t __wrap_send(int fd, const void* data, size_t size, int flags)
+{
+    return intercept(
+        "send", ssize_t{-1}, [=] { return __real_send(fd, data, size, flags); }, size, flags);
+}
+
+ssize_t __real_recv(int fd, void* data, size_t size, int flags);
+ssize_t __wrap_recv(int fd, void* data, size_t size, int flags)
+{
+    return intercept(
+        "recv", ssize_t{-1}, [=] { return __real_recv(fd, data, size, flags); }, size, flags);
+}
+
+int __real_getifaddrs(ifaddrs** list);
+int __wrap_getifaddrs(ifaddrs** list)
+{
+    return intercept("getifaddrs", -1, [=] { return __real_getifaddrs(list); });
+}
+
+const char* __real_inet_ntop(int family, const void* address, char* text, socklen_t size);
+const char* __wrap_inet_ntop(int family, const void* address, char* text, socklen_t size)
+{
+    auto call = [=] { return __real_inet_ntop(family, address, text, size); };
+    return intercept("inet_ntop", static_cast<const char*>(nullptr), call, family, size);
 }
 
 int __real_select(int count, fd_set* read, fd_set* write, fd_set* except, timeval* limit);

@@ -1,0 +1,140 @@
+// How the clients connect: in one attempt, with the time limits of their family.
+
+#include "kqutm/daemon.h"
+
+#include "tests/engines/engines.h"
+#include "tests/wrap/wrap.h"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <sys/time.h>
+
+namespace {
+
+using calls = std::vector<std::string>;
+
+struct client {
+    const char* name;
+    int (*connect)();
+    const char* path;
+    time_t receive_limit;
+    time_t send_limit;
+    const char* log; // null: the family has none
+    const char* receive_limit_failed;
+};
+
+void PrintTo(const client& client, std::ostream* out)
+{
+    *out << client.name;
+}
+
+constexpr client clients[] = {
+    {"connect_ips", connect_ips, ips_path, 10, 0, "/tmp/utm_log/utm_libips_log", "setsockopt fail"},
+    {"connect_deviceid", connect_deviceid, devid_path, 3, 3, "/tmp/utm_log/utm_libdevid_log",
+     "setsockopt SO_RCVTIMEO fail"},
+    {"connect_avd", connect_avd, av_path, 10, 0, nullptr, nullptr},
+};
+
+timeval limit_of(int fd, int option)
+{
+    timeval limit = {};
+    socklen_t size = sizeof limit;
+    EXPECT_EQ(getsockopt(fd, SOL_SOCKET, option, &limit, &size), 0);
+    return limit;
+}
+
+class connect_to : public testing::TestWithParam<client> {
+protected:
+    const client& client_ = GetParam();
+
+    void expect_line(const char* text) const
+    {
+        if (client_.log != nullptr)
+            EXPECT_EQ(log_without_numbers(client_.log), line_of(client_.name, text));
+        else
+            EXPECT_FALSE(exists("/tmp/utm_log"));
+    }
+};
+INSTANTIATE_TEST_SUITE_P(clients, connect_to, testing::ValuesIn(clients),
+                         [](const auto& test) { return std::string(test.param.name); });
+
+TEST_P(connect_to, gives_a_connection_with_its_time_limits)
+{
+    deaf_daemon daemon(client_.path);
+    wrap::plan plan;
+    const int fd = client_.connect();
+    ASSERT_GE(fd, 0);
+    EXPECT_EQ(plan.calls("socket"), calls{"socket(1, " + std::to_string(SOCK_STREAM | SOCK_CLOEXEC) + ", 0)"});
+    EXPECT_EQ(plan.count("setsockopt"), client_.send_limit == 0 ? 1 : 2);
+    EXPECT_EQ(plan.calls("connect"), calls{std::string("connect(") + client_.path + ", 110)"});
+    EXPECT_EQ(limit_of(fd, SO_RCVTIMEO).tv_sec, client_.receive_limit);
+    EXPECT_EQ(limit_of(fd, SO_RCVTIMEO).tv_usec, 0);
+    EXPECT_EQ(limit_of(fd, SO_SNDTIMEO).tv_sec, client_.send_limit);
+    EXPECT_EQ(limit_of(fd, SO_SNDTIMEO).tv_usec, 0);
+    EXPECT_EQ(fcntl(fd, F_GETFD), FD_CLOEXEC);
+    EXPECT_FALSE(exists("/tmp/utm_log"));
+    close(fd);
+}
+
+TEST_P(connect_to, limits_are_set_before_connecting)
+{
+    deaf_daemon daemon(client_.path);
+    wrap::plan plan;
+    int set = 0;
+    plan.before("connect", 1, [&] { set = plan.count("setsockopt"); });
+    close(client_.connect());
+    EXPECT_EQ(set, plan.count("setsockopt"));
+}
+
+TEST_P(connect_to, absent_daemon_fails_at_once)
+{
+    wrap::plan plan;
+    EXPECT_EQ(client_.connect(), -1);
+    EXPECT_EQ(errno, ENOENT);
+    EXPECT_EQ(plan.count("connect"), 1);
+    EXPECT_EQ(plan.count("usleep"), 0);
+    expect_line("connect failed. Error");
+}
+
+TEST_P(connect_to, dead_daemon_fails_at_once)
+{
+    deaf_daemon(client_.path).die();
+    EXPECT_EQ(client_.connect(), -1);
+    EXPECT_EQ(errno, ECONNREFUSED);
+    expect_line("connect failed. Error");
+}
+
+TEST_P(connect_to, socket_that_cannot_be_created)
+{
+    wrap::plan plan;
+    plan.fail("socket", 1, EMFILE);
+    EXPECT_EQ(client_.connect(), -1);
+    EXPECT_EQ(errno, EMFILE);
+    EXPECT_EQ(plan.count("setsockopt"), 0);
+    expect_line("Could not create socket");
+}
+
+TEST_P(connect_to, receive_limit_that_cannot_be_set)
+{
+    deaf_daemon daemon(client_.path);
+    wrap::plan plan;
+    plan.fail("setsockopt", 1, EDOM);
+    EXPECT_EQ(client_.connect(), -1);
+    EXPECT_EQ(errno, EDOM);
+    EXPECT_EQ(plan.count("setsockopt"), 1);
+    EXPECT_EQ(plan.count("connect"), 0);
+    expect_line(client_.receive_limit_failed);
+}
+
+TEST(connect_to_devid, send_limit_that_cannot_be_set)
+{
+    deaf_daemon daemon(devid_path);
+    wrap::plan plan;
+    plan.fail("setsockopt", 2, EDOM);
+    EXPECT_EQ(connect_deviceid(), -1);
+    EXPECT_EQ(errno, EDOM);
+    EXPECT_EQ(plan.count("connect"), 0);
+    EXPECT_EQ(devid_log(), line_of("connect_deviceid", "setsockopt SO_SNDTIMEO fail"));
+}
+
+} // namespace

@@ -1,0 +1,134 @@
+#pragma once
+
+#include "tests/sandbox/bytes.h"
+#include "tests/sandbox/config_daemons.h"
+#include "tests/sandbox/files.h"
+
+#include <gtest/gtest.h>
+#include <regex>
+#include <string>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+#include <vector>
+
+// The four engine daemons as scripts, what they reply, and the logs of their clients.
+
+inline constexpr char ips_path[] = "/tmp/utm_ips";
+inline constexpr char devid_path[] = "/tmp/utm_devid";
+inline constexpr char av_path[] = "/tmp/utm_av";
+inline constexpr char ir_path[] = "/tmp/utm_ir";
+
+// A reply with this result. All else is rubbish, as nothing else may be read from it.
+inline sim::bytes reply_with(size_t size, size_t offset, int32_t result)
+{
+    sim::bytes record(size, 0xa5);
+    put_u32(record, offset, static_cast<uint32_t>(result));
+    return record;
+}
+
+inline sim::bytes ips_reply(int32_t result)
+{
+    return reply_with(316, 312, result);
+}
+
+inline sim::bytes devid_reply(int32_t result)
+{
+    return reply_with(392, 384, result);
+}
+
+inline sim::bytes av_reply(int32_t status)
+{
+    return reply_with(96, 92, status);
+}
+
+inline sim::bytes ir_reply(int32_t status)
+{
+    return reply_with(16, 0, status);
+}
+
+inline sim::bytes first_bytes(sim::bytes record, size_t count)
+{
+    record.resize(count);
+    return record;
+}
+
+// The daemon of the engine at this path.
+class engine_daemon : public sim::scripted_daemon {
+public:
+    engine_daemon(const char* path, const sim::script& script)
+        : scripted_daemon(path, script, nullptr, path == std::string(ir_path) ? SOCK_SEQPACKET : SOCK_STREAM)
+    {
+    }
+    // Takes each request, and sends these records.
+    engine_daemon(const char* path, const records& replies) : engine_daemon(path, answer(replies)) {}
+};
+
+// Listens, accepts nobody, and dies when it is told to.
+class deaf_daemon {
+public:
+    explicit deaf_daemon(const char* path, int backlog = 3)
+        : listener_(socket(AF_UNIX, (path == std::string(ir_path) ? SOCK_SEQPACKET : SOCK_STREAM) | SOCK_CLOEXEC, 0))
+    {
+        sockaddr_un address = {.sun_family = AF_UNIX};
+        strncpy(address.sun_path, path, sizeof address.sun_path - 1);
+        EXPECT_EQ(bind(listener_, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+        EXPECT_EQ(listen(listener_, backlog), 0);
+    }
+    deaf_daemon(const deaf_daemon&) = delete;
+    deaf_daemon& operator=(const deaf_daemon&) = delete;
+    ~deaf_daemon() { die(); }
+
+    void die()
+    {
+        if (listener_ >= 0)
+            close(listener_);
+        listener_ = -1;
+    }
+
+private:
+    int listener_;
+};
+
+// A log of the shape "operation(line) text", with # for each line number.
+inline std::string log_without_numbers(const std::string& path)
+{
+    return std::regex_replace(content_of(path), std::regex("(^|\n)(\\w+)\\([0-9]+\\) "), "$1$2(#) ");
+}
+
+inline std::string ips_log()
+{
+    return log_without_numbers("/tmp/utm_log/utm_libips_log");
+}
+
+inline std::string devid_log()
+{
+    return log_without_numbers("/tmp/utm_log/utm_libdevid_log");
+}
+
+// The line that an operation writes into such a log.
+inline std::string line_of(const std::string& operation, const std::string& text)
+{
+    return operation + "(#) " + text + "\n";
+}
+
+// The nodes behind a head, as steps along next; checks that prev leads back.
+template <class Node> std::vector<Node*> nodes_of(Node* head)
+{
+    std::vector<Node*> nodes;
+    EXPECT_EQ(head->prev->next, head);
+    for (Node* at = head->next; at != head; at = at->next) {
+        EXPECT_EQ(at->prev->next, at);
+        EXPECT_EQ(at->next->prev, at);
+        nodes.push_back(at);
+    }
+    return nodes;
+}
+
+// Releases a list as its receiver does, where the family has no release of its own.
+template <class Node> void free_list(Node* head)
+{
+    for (Node* node : nodes_of(head))
+        free(node);
+    free(head);
+}
