@@ -6,6 +6,7 @@
 #include <memory>
 #include <span>
 #include <string>
+#include <sys/socket.h>
 
 namespace sim {
 
@@ -18,13 +19,14 @@ struct byte_range {
 struct daemon_kind {
     const char* name;
     const char* path;
-    int type;          // of its socket
-    size_t code_width; // of the code that a request begins with
+    int type = SOCK_STREAM; // of its socket
+    size_t code_width = 4;  // of the code that a request begins with
     size_t request_size;
     size_t reply_size;
-    byte_range result;                 // the number in a reply that tells how it went
-    uint32_t more;                     // the result of a list entry that others follow
-    std::span<const byte_range> named; // what clients may read of any reply, beside its result and its code's fields
+    byte_range result; // the number in a reply that tells how it went
+    uint32_t more = 0; // the result of a list entry that others follow
+    // What clients may read of any reply, beside its result and its code's fields.
+    std::span<const byte_range> named = {};
     int (*listen)(const daemon_kind& kind);
     std::unique_ptr<service> (*make_service)();
     const char* pid_file = nullptr; // where clients look for the process that a hang-up signal reaches

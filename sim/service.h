@@ -36,5 +36,8 @@ std::unique_ptr<service> make_cf();
 std::unique_ptr<service> make_app();
 std::unique_ptr<service> make_user_profile();
 std::unique_ptr<service> make_ips();
+std::unique_ptr<service> make_devid();
+std::unique_ptr<service> make_av();
+std::unique_ptr<service> make_ir();
 
 } // namespace sim

@@ -42,9 +42,10 @@ template <class T> struct json_form<unique_list<T>> {
         from_json(values, form, where);
         std::set<std::string> known;
         for (const T& value : values) {
-            const auto text = to_json(value).template get<std::string>();
-            if (!known.insert(text).second)
-                throw input_error(where + ": " + text + " is there twice");
+            const json text = to_json(value);
+            if (!known.insert(text.dump()).second)
+                throw input_error(where + ": " + (text.is_string() ? text.get<std::string>() : text.dump()) +
+                                  " is there twice");
         }
         list = unique_list(std::move(values));
     }

@@ -15,8 +15,9 @@ namespace {
 std::string machine()
 {
     std::string text = text_of("/proc/sysvipc/shm") + text_of("/proc/sysvipc/sem");
-    for (const char* path : {"/dev/utm_cf_config_socket", "/dev/utm_app_config_socket", "/dev/utm_user_profile_socket",
-                             "/tmp/utm_ips", "/run/utm-gateway", "/tmp/utm_log", "/tmp/made_inside"})
+    for (const char* path :
+         {"/dev/utm_cf_config_socket", "/dev/utm_app_config_socket", "/dev/utm_user_profile_socket", "/tmp/utm_ips",
+          "/tmp/utm_devid", "/tmp/utm_av", "/tmp/utm_ir", "/run/utm-gateway", "/tmp/utm_log", "/tmp/made_inside"})
         text += fs::exists(path) ? path : "-";
     return text;
 }
@@ -45,7 +46,7 @@ TEST_F(program, refuses_wrong_usage)
     EXPECT_EQ(fault.status, 2);
     EXPECT_EQ(fault.output, "utm-gateway: fault \"1:boom\": there is no fault \"boom\"\n");
     EXPECT_EQ(gateway("run --fault nix:1:close -- true").output,
-              "utm-gateway: no daemon is called \"nix\" (there are cf, app, user_profile, ips)\n");
+              "utm-gateway: no daemon is called \"nix\" (there are cf, app, user_profile, ips, devid, av, ir)\n");
 }
 
 TEST_F(program, has_everything_ready_before_the_command)
@@ -156,7 +157,7 @@ TEST_F(program, serves_without_namespaces_until_it_is_told_to_end)
                                    "utm-gateway serve --fault app:absent > /run/out & "
                                    "until grep -qs ready /run/out; do sleep 0.05; done; ls /run/utm-gateway; "
                                    "kill -TERM $!; wait $!; echo $?; ls /run; ls /dev | grep -c utm_'");
-    EXPECT_EQ(served.output, "app\ncf\ngateway\nips\nuser_profile\n0\nout\n0\n");
+    EXPECT_EQ(served.output, "app\nav\ncf\ndevid\ngateway\nips\nir\nuser_profile\n0\nout\n0\n");
 }
 
 TEST_F(program, takes_several_faults)
