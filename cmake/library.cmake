@@ -20,11 +20,14 @@ set(kqutm_sources
     cf/profile.cpp
     cf/switches.cpp
     cf/text_lists.cpp
+    common/command_result.cpp
+    common/debug.cpp
     common/engine.cpp
     common/local_socket.cpp
     common/log.cpp
     common/sigpipe_guard.cpp
     common/system_v.cpp
+    common/uuid.cpp
     devid/channel.cpp
     devid/controls.cpp
     devid/devices.cpp

@@ -48,6 +48,15 @@ int change_semaphore(int semid, short change)
     return semop(semid, &operation, 1);
 }
 
+bool lock_through_signals(int semid)
+{
+    int result;
+    do
+        result = change_semaphore(semid, -1);
+    while (result != 0 && errno == EINTR);
+    return result == 0;
+}
+
 segment attach_segment(int project, size_t size)
 {
     // Deliberate: the key is used untested; without the key file it is -1, a key like any other.

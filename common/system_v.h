@@ -11,6 +11,9 @@ int open_semaphore(int project);
 // One semop on semaphore 0, undone by the kernel when the process ends: -1 locks, 1 unlocks. Returns 0 or -1.
 int change_semaphore(int semid, short change);
 
+// Locks, and takes up again a wait that a signal interrupted: it must not read as a lock that cannot be had.
+bool lock_through_signals(int semid);
+
 struct segment {
     void* address; // null when the segment can be neither found nor created
     bool created;

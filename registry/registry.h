@@ -2,37 +2,19 @@
 
 #include "kqutm/registry.h"
 
+#include "common/segment_guard.h"
+
 using id_table = uint32_t[UTM_ID_SLOTS];
 
 // The first slot that holds the value, or null.
 uint32_t* find_slot(id_table& table, uint32_t value);
 
-// The registry, locked from construction to destruction where that is possible. Callers answer differently to a
-// registry that cannot be locked and to one that cannot be attached, so the two are told apart.
-class registry_guard {
-public:
-    registry_guard();
-    registry_guard(const registry_guard&) = delete;
-    registry_guard& operator=(const registry_guard&) = delete;
-    ~registry_guard();
+struct registry_segment {
+    using contents = utm_id_registry;
+    static constexpr char log[] = UTM_APPCF_LOG;
+    static constexpr char attach_failed[] = "attach_utm_id_data_shm() fail\n";
 
-    bool locked() const { return locked_; }
-
-    // The registry's identifiers, or null when the segment cannot be attached; attach logs that.
-    utm_id_registry* attach();
-    utm_id_registry* attach_unlogged();
-
-    // Lets release leave the segment attached.
-    void keep_attached() { ids_ = nullptr; }
-
-    // Leaves the registry as it is: attached, and locked until the process ends.
-    void abandon();
-
-    // Detaches and unlocks. False when unlocking failed.
-    bool release();
-
-private:
-    int semid_;
-    bool locked_ = false;
-    utm_id_registry* ids_ = nullptr;
+    static int semaphore() { return init_utm_id_config_sem(); }
+    static contents* attach() { return attach_utm_id_data_shm(); }
 };
+using registry_guard = segment_guard<registry_segment>;

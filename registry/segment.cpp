@@ -1,24 +1,10 @@
 #include "registry/registry.h"
 
-#include "common/errno_guard.h"
 #include "common/files.h"
 #include "common/log.h"
-#include "common/system_v.h"
 #include "common/unique_fd.h"
 
-#include <cstring>
-
 namespace {
-
-// A wait that a signal interrupts is taken up again: it must not read as a registry that cannot be locked.
-bool lock_through_signals(int semid)
-{
-    int result;
-    do
-        result = utm_id_config_lock(semid);
-    while (result != 0 && errno == EINTR);
-    return result == 0;
-}
 
 int create_marker()
 {
@@ -77,44 +63,4 @@ UTM_API int init_utm_id_shm(void)
     if (file_exists(UTM_ID_MARKER))
         return 0;
     return clear_utm_id_shm();
-}
-
-registry_guard::registry_guard() : semid_(init_utm_id_config_sem())
-{
-    locked_ = semid_ >= 0 && lock_through_signals(semid_);
-}
-
-registry_guard::~registry_guard()
-{
-    errno_guard keep;
-    release();
-}
-
-utm_id_registry* registry_guard::attach()
-{
-    if (attach_unlogged() == nullptr)
-        utm_log(UTM_APPCF_LOG, "attach_utm_id_data_shm() fail\n");
-    return ids_;
-}
-
-utm_id_registry* registry_guard::attach_unlogged()
-{
-    ids_ = attach_utm_id_data_shm();
-    return ids_;
-}
-
-void registry_guard::abandon()
-{
-    keep_attached();
-    locked_ = false;
-}
-
-bool registry_guard::release()
-{
-    detach_utm_id_data_shm(ids_);
-    ids_ = nullptr;
-    if (!locked_)
-        return true;
-    locked_ = false;
-    return utm_id_config_unlock(semid_) == 0;
 }

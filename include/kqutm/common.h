@@ -71,6 +71,69 @@ UTM_BEGIN_DECLARATIONS
  */
 UTM_API void utm_log(const char* path, const char* format, ...) UTM_PRINTF(2, 3);
 
+/*
+ * The device UUID: one text that every process on the gateway sees, in a System V segment of its own, the common
+ * segment, under a semaphore of its own. It lives until the gateway restarts. Its keys are made as those of the
+ * registry (kqutm/registry.h), with the same consequence for an upgrade.
+ */
+#define UTM_UUID_SIZE 256 /* bytes of the segment: 255 characters and a zero byte */
+#define UTM_COMMON_SEGMENT_PROJECT 113
+#define UTM_COMMON_SEMAPHORE_PROJECT 106
+
+/*
+ * Stores uuid, a text of up to 255 characters; an empty text means that there is none. Any other text is accepted.
+ *
+ * Returns 0, also when the lock cannot be given back. Returns -1 when the text is null or too long (errno EINVAL; too
+ * long: with a line in UTM_COMMON_LOG), or when the segment cannot be locked or attached. Waits for the lock without a
+ * limit.
+ */
+UTM_API int32_t utm_uuid_set(const char* uuid);
+
+/*
+ * Copies the UUID with its zero byte into buffer.
+ *
+ * BUFFER MUST HOLD 256 BYTES (UTM_UUID_SIZE), WHATEVER SIZE SAYS: size is refused when it is above 256 and is not used
+ * for anything else. A smaller buffer is overrun by a long UUID.
+ *
+ * Returns 0 when there is a UUID. Returns -1 with an empty text in buffer and errno 0 when there is none; -1 when size
+ * is above 256 or buffer is null (EINVAL), or the segment cannot be locked, attached or unlocked. Waits for the lock
+ * without a limit.
+ */
+UTM_API int32_t utm_uuid_get(char* buffer, int size);
+
+/*
+ * The common segment itself, for who looks into it: get the semaphore, lock, attach, read or write, detach, unlock.
+ * They work as their counterparts in kqutm/registry.h. The address is that of UTM_UUID_SIZE bytes, or null.
+ */
+UTM_API int init_utm_common_sem(void);
+UTM_API int utm_commoc_lock(int semid);
+UTM_API int utm_commoc_unlock(int semid);
+UTM_API void* attach_utm_common_data_shm(void);
+UTM_API int detach_utm_common_data_shm(const void* address);
+
+/* Exists while the gateway's programs are to record debug events. Empty. */
+#define UTM_DEBUG_EVENT_FILE "/tmp/utm_debug_event_log"
+
+/*
+ * Switches the recording of debug events on (on is not 0) or off: creates UTM_DEBUG_EVENT_FILE by a shell command, or
+ * removes it. Always returns 0; whether it worked shows in the file alone.
+ */
+UTM_API int32_t utm_notify_debug(int on);
+
+/*
+ * Runs command in a shell and puts what it prints on standard output into out, a buffer of out_size bytes, as a text
+ * that always fits with its zero byte. Blocks until the command ends.
+ *
+ * A buffer of up to 128 bytes gets the first line alone, and no more than 127 characters of it. A larger one gets line
+ * after line (or piece after piece of 127 characters of a longer line) until it is full; the rest is discarded. When
+ * strip_newline is not 0, one newline at the end of the text is removed.
+ *
+ * Nothing is reported. out stays as it is when command or out is null, out_size is below 1, or no process can be
+ * started; a command that prints nothing leaves an empty text. command is run as it is: never build it from what comes
+ * from outside.
+ */
+UTM_API void utm_getSystemCommandResult(const char* command, char* out, int out_size, int strip_newline);
+
 UTM_END_DECLARATIONS
 
 #endif

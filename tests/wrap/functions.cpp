@@ -49,6 +49,14 @@ void __wrap_free(void* block)
         intercept("free", 0, [=] { return __real_free(block), 0; });
 }
 
+FILE* __real_popen(const char* command, const char* type);
+FILE* __wrap_popen(const char* command, const char* type)
+{
+    FILE* const not_started = nullptr;
+    return intercept(
+        "popen", not_started, [=] { return __real_popen(command, type); }, command, type);
+}
+
 key_t __real_ftok(const char* path, int project);
 key_t __wrap_ftok(const char* path, int project)
 {
