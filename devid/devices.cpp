@@ -142,10 +142,11 @@ UTM_API void utm_devid_free_device_list(utm_device* list)
 {
     if (list == nullptr)
         return;
-    while (list->prev != list) {
-        utm_device* last = list->prev;
+    for (utm_device* last = list->prev; last != list;) {
+        utm_device* previous = last->prev;
         list_remove(last);
         free(last);
+        last = previous;
     }
     free(list);
 }
