@@ -17,7 +17,8 @@
  *       other       the errno of the system call that failed
  *     A failed system call may give one of the numbers above as well: ENOENT where the daemon's socket or the
  *     library's installed file is missing, EEXIST and ENOSPC from System V. check_shm_utm_id tells whether an
- *     identifier is registered. ECONNREFUSED: nobody listens on the daemon's socket. On success errno means nothing.
+ *     identifier is registered. ECONNREFUSED: nobody listens on the daemon's socket. On success errno means nothing,
+ *     but for the lists of the engines: ETIMEDOUT, ENODATA, EPROTO, ECONNRESET or ENOMEM tells that a list broke off.
  *   - Records and lists that a function returns are the caller's, who releases them as the function tells.
  *   - Meanings that a daemon defines are named as such; the library passes those values through unread.
  *   - No function raises SIGPIPE, and every descriptor is close-on-exec.

@@ -91,7 +91,7 @@ UTM_API int32_t utm_devid_flush_cache_list(void);
 
 /*
  * Returns the time of the latest change to the device table, in the daemon's own unit, or 0 on failure. The daemon's
- * result is not looked at; a reply that comes short is a failure.
+ * result is not looked at; a reply that comes short is a failure. errno is EREMOTEIO when the daemon itself answered 0.
  */
 UTM_API uint64_t utm_devid_get_latest_timestamp(void);
 

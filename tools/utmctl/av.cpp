@@ -31,17 +31,8 @@ constexpr deed_row setting_whitelist = {av, "{ENTRY}", "set in the whitelist wit
 constexpr deed_row resetting = {av, engine, "reset", call<utm_av_reset>, tells_answer};
 constexpr deed_row flushing = {av, engine, "flushed", call<utm_av_flush>, tells_answer};
 
-status_reading read_status()
-{
-    utm_av_status status = {};
-    status_reading reading = {.returned = utm_av_show_status(&status)};
-    const auto* words = reinterpret_cast<const uint8_t*>(status.words);
-    if (reading.returned != -1)
-        reading.block.assign(words, words + sizeof status.words);
-    return reading;
-}
-
-constexpr status_row status = {av, "the status of the anti-virus engine", 1, read_status, is_not_zero};
+constexpr status_row status = {av, "the status of the anti-virus engine", 1,
+                               read_words<utm_av_status, utm_av_show_status>, is_not_zero};
 
 constexpr list_field<utm_av_entry> whitelist_fields[] = {
     {"entry", {"ENTRY", false}, [](const utm_av_entry& one) -> json { return text_of(one.whitelist_entry); }},

@@ -43,17 +43,8 @@ constexpr deed_row resetting = {devid, engine, "reset", call<utm_devid_reset>, t
 constexpr deed_row ignoring = {devid, "interface {INTERFACE}", "marked with ignore operation {OPERATION}",
                                ignore_interface, tells_answer};
 
-status_reading read_status()
-{
-    utm_devid_status status = {};
-    status_reading reading = {.returned = utm_devid_get_status(&status)};
-    const auto* words = reinterpret_cast<const uint8_t*>(status.words);
-    if (reading.returned != -1)
-        reading.block.assign(words, words + sizeof status.words);
-    return reading;
-}
-
-constexpr status_row status = {devid, "the status of device identification", 1, read_status, is_minus_one};
+constexpr status_row status = {devid, "the status of device identification", 1,
+                               read_words<utm_devid_status, utm_devid_get_status>, is_minus_one};
 
 constexpr list_field<utm_device> device_fields[] = {
     {"mac", {"MAC", false}, [](const utm_device& one) -> json { return text_of(one.record.mac); }},

@@ -17,6 +17,17 @@ struct status_row {
     bool (*refuses)(int32_t returned);
 };
 
+// Reads the words of a status record, which stays as it was when the answer is -1.
+template <class Status, auto read> status_reading read_words()
+{
+    Status status = {};
+    status_reading reading = {.returned = read(&status)};
+    const auto* words = reinterpret_cast<const uint8_t*>(status.words);
+    if (reading.returned != -1)
+        reading.block.assign(words, words + sizeof status.words);
+    return reading;
+}
+
 inline constexpr argument raw_block[] = {
     {"--raw", occurs::flag, nullptr, "show the bytes, as pairs of hexadecimal digits"},
 };

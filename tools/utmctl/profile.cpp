@@ -59,7 +59,7 @@ outcome work_on_registered(const profile_step& step, const operation& work, cons
 outcome create(const request& asked)
 {
     const int32_t id = asked.has("ID") ? id_of(asked.one("ID")) : 0;
-    const profile_step step = {profile_name(id), "created", id, judge_create};
+    const profile_step step = {{profile_name(id), "created"}, id, judge_create};
     const profile_report report = carry_out(
         step, [id] { return utm_user_profile_create(id); }, asked.timeout);
     const std::optional<int> error = report.evidence.error;
@@ -71,7 +71,7 @@ outcome create(const request& asked)
     if (failed_on_registry(report.evidence))
         return refused(result, registry_problem(not_done(step), "cannot be used", *error));
     const profile_step named =
-        report.returned > 0 ? profile_step{profile_name(report.returned), "created", 0, judge_create} : step;
+        report.returned > 0 ? profile_step{{profile_name(report.returned), "created"}, 0, judge_create} : step;
     outcome created = told(named, judge_create(report.evidence), report.evidence, result);
     if (report.returned > 0)
         created.lines.push_back(std::to_string(report.returned));
@@ -80,7 +80,7 @@ outcome create(const request& asked)
 
 outcome delete_one(int32_t id, double timeout)
 {
-    const profile_step step = {profile_name(id), "deleted", id, judge_delete};
+    const profile_step step = {{profile_name(id), "deleted"}, id, judge_delete};
     outcome deleted = work_on_registered(
         step, [id] { return utm_user_profile_delete(id); }, {{"id", id}}, timeout);
     if (deleted.status == exit_status::done)
@@ -108,7 +108,7 @@ outcome change_device(const device_change& change, int32_t id, const std::string
 {
     const mac_address mac = mac_of(device);
     const std::string participle = std::string(change.participle) + " " + profile_name(id);
-    const profile_step step = {device, participle, id, judge_device};
+    const profile_step step = {{device, participle}, id, judge_device};
     outcome changed = work_on_registered(
         step, [&] { return change.operation(id, mac.data()); }, {{"id", id}, {"mac", device}}, timeout);
     if (changed.status == exit_status::done)
@@ -141,7 +141,7 @@ outcome list(const request& asked)
 
 outcome flushed_one(const profile_evidence& evidence)
 {
-    const profile_step step = {profile_name(evidence.id), "deleted", evidence.id, judge_flushed};
+    const profile_step step = {{profile_name(evidence.id), "deleted"}, evidence.id, judge_flushed};
     outcome flushed = told(step, judge_flushed(evidence), evidence, {{"id", evidence.id}});
     if (flushed.status == exit_status::done)
         flushed.confirmations.push_back(done(step));
@@ -150,7 +150,7 @@ outcome flushed_one(const profile_evidence& evidence)
 
 outcome flush(const request& asked)
 {
-    const profile_step step = {"every profile", "deleted", 0, judge_flushed};
+    const profile_step step = {{"every profile", "deleted"}, 0, judge_flushed};
     profile_report report = carry_out(step, utm_user_profile_flush, asked.timeout);
     if (report.evidence.error)
         throw failure(

@@ -8,11 +8,6 @@
 
 namespace {
 
-std::string maybe_done(const profile_step& step)
-{
-    return step.subject + " may have been " + step.participle;
-}
-
 const char* first_remedy(const profile_answers& answers)
 {
     for (const failed_exchange& one : answers.failures) {
@@ -54,16 +49,6 @@ std::string what_happened(const profile_step& step, const profile_answers& answe
 }
 
 } // namespace
-
-std::string not_done(const profile_step& step)
-{
-    return step.subject + " was not " + step.participle;
-}
-
-std::string done(const profile_step& step)
-{
-    return step.subject + " " + step.participle;
-}
 
 profile_report carry_out(const profile_step& step, const operation& work, double timeout)
 {

@@ -1,15 +1,14 @@
 #pragma once
 
+#include "tools/utmctl/deed.h"
 #include "tools/utmctl/profile_evidence.h"
 
 #include <functional>
 
 // One operation on one profile: how it is told, how its answers are judged, and what came of it.
 
-struct profile_step {
-    std::string subject;    // "profile 7"
-    std::string participle; // "created"
-    int32_t id;             // 0: the operation chooses one
+struct profile_step : deed_words {
+    int32_t id; // 0: the operation chooses one
     profile_answers (*judge)(profile_evidence);
 };
 
@@ -19,9 +18,6 @@ struct profile_report {
     int32_t returned;
     profile_evidence evidence;
 };
-
-std::string not_done(const profile_step& step);
-std::string done(const profile_step& step);
 
 // Calls the library, and looks at the registry and the log before and after.
 profile_report carry_out(const profile_step& step, const operation& work, double timeout);
