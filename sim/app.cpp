@@ -1,27 +1,254 @@
-#include "sim/config_service.h"
+#include "sim/app_state.h"
+#include "sim/policy_service.h"
+#include "sim/statistics.h"
 
 namespace sim {
 
 namespace {
 
-struct app_state {
-    struct profile {
-        unique_list<mac_address> devices;
-        static void members(auto& self, auto&& each) { each("devices", self.devices); }
-    };
+using app_event = utm_app_config_event;
+using limits_body = decltype(app_event{}.body.limits);
+using response = utm_event_response;
 
-    id_table<profile> profiles;
-    static void members(auto& self, auto&& each) { each("profiles", self.profiles); }
-};
+record entry_of(const weekday_limit& limit)
+{
+    const auto weekday = static_cast<uint32_t>(limit.weekday);
+    return to_record(
+        response{.status = UTM_RESPONSE_MORE, .weekday_limit_values = {weekday, static_cast<uint32_t>(limit.limit)}});
+}
+
+record entry_of(const app_today& used)
+{
+    return to_record(response{.status = UTM_RESPONSE_MORE, .app_usage_values = {used.app, used.minutes}});
+}
+
+record entry_of(const app_earlier& used)
+{
+    response entry = {.status = UTM_RESPONSE_MORE, .prev_days_app_id = used.app};
+    memcpy(entry.prev_days_figures, used.minutes.values.data(), used.minutes.values.size() * sizeof(uint32_t));
+    return to_record(entry);
+}
 
 // The application daemon.
-class app_service : public config_service<app_service, utm_app_config_event> {
+class app_service : public policy_service<app_service, app_event, app_state> {
 public:
-    static const operation* find_own(uint32_t) { return nullptr; }
-    static void profile_deleted(const app_state::profile&) {}
+    static constexpr char dump_heading[] = "====Dump application daemon";
+    static const operation* find_own(uint32_t code);
 
-    app_state state_;
+    template <int32_t app_limits::*limit, int32_t limits_body::*argument>
+    config_status set_limit(const app_event& event, config_answer&)
+    {
+        app_profile* profile = profile_of_limits(event);
+        if (profile == nullptr)
+            return profile_unknown;
+        profile->limits.*limit = event.body.limits.*argument;
+        return done;
+    }
+
+    template <int32_t app_limits::*limit, uint32_t response::*place>
+    config_status get_limit(const app_event& event, config_answer& answer)
+    {
+        const app_profile* profile = profile_of_limits(event);
+        if (profile == nullptr)
+            return profile_unknown;
+        answer.last.*place = static_cast<uint32_t>(profile->limits.*limit);
+        return done;
+    }
+
+    config_status set_weekday_limit(const app_event& event, config_answer&)
+    {
+        app_profile* profile = profile_of_limits(event);
+        if (profile == nullptr)
+            return profile_unknown;
+        const auto weekday = static_cast<int32_t>(event.body.limits.weekday_or_query);
+        std::vector<weekday_limit>& limits = profile->limits.weekday_limits;
+        auto found = std::ranges::find(limits, weekday, &weekday_limit::weekday);
+        if (found == limits.end())
+            found = limits.insert(found, {.weekday = weekday});
+        found->limit = event.body.limits.limit;
+        return done;
+    }
+
+    config_status get_weekday_limits(const app_event& event, config_answer& answer)
+    {
+        const app_profile* profile = profile_of_limits(event);
+        if (profile == nullptr)
+            return profile_unknown;
+        for (const weekday_limit& limit : profile->limits.weekday_limits)
+            answer.entries.push_back(entry_of(limit));
+        return done;
+    }
+
+    config_status reset_extension(const app_event& event, config_answer&)
+    {
+        app_profile* profile = profile_of_limits(event);
+        if (profile == nullptr)
+            return profile_unknown;
+        profile->limits.extension = 0;
+        return done;
+    }
+
+    config_status get_usage(const app_event& event, config_answer& answer)
+    {
+        const app_profile* profile = profile_of_limits(event);
+        if (profile == nullptr)
+            return profile_unknown;
+        const uint32_t figures[] = {profile->usage.today, profile->usage.week, profile->usage.month};
+        std::ranges::copy(figures, answer.last.usage);
+        return done;
+    }
+
+    // The query names one application, or with 0 all of them.
+    template <auto list> config_status get_usage_list(const app_event& event, config_answer& answer)
+    {
+        const app_profile* profile = profile_of_limits(event);
+        if (profile == nullptr)
+            return profile_unknown;
+        const uint32_t app = event.body.limits.weekday_or_query;
+        for (const auto& used : profile->usage.*list) {
+            if (app == 0 || used.app == app)
+                answer.entries.push_back(entry_of(used));
+        }
+        return done;
+    }
+
+    config_status add_entries(const app_event& event, config_answer&)
+    {
+        const auto& [id, count, entries] = event.body.policy;
+        app_policy* policy = state_.policies.find(static_cast<int32_t>(id));
+        if (policy == nullptr)
+            return policy_unknown;
+        if (count == 0 || count > UTM_APP_ENTRIES_PER_RECORD)
+            return number_refused;
+        for (uint32_t entry = 0; entry < count; entry++)
+            policy->entries.push_back({std::to_array(entries[entry])});
+        return done;
+    }
+
+    config_status reset_entries(const app_event& event, config_answer&)
+    {
+        app_policy* policy = state_.policies.find(static_cast<int32_t>(event.body.policy.id));
+        if (policy == nullptr)
+            return policy_unknown;
+        policy->entries.clear();
+        return done;
+    }
+
+    config_status update_signature(const app_event& event, config_answer&)
+    {
+        const std::string path = text_of(event.body.path);
+        if (!can_read(path))
+            return file_inaccessible;
+        state_.signature = path;
+        return done;
+    }
+
+    config_status get_status(const app_event&, config_answer& answer)
+    {
+        const uint32_t words[] = {state_.status.first, state_.status.second, state_.status.third};
+        std::ranges::copy(words, answer.last.daemon_status);
+        return done;
+    }
+
+    config_status get_interval(const app_event&, config_answer& answer)
+    {
+        answer.last.export_interval = static_cast<uint32_t>(state_.export_interval);
+        return done;
+    }
+
+    config_status export_usage(const app_event& event, config_answer&)
+    {
+        return export_statistics(state_, text_of(event.body.path));
+    }
+
+    config_status import_usage(const app_event& event, config_answer&)
+    {
+        return import_statistics(state_, text_of(event.body.path));
+    }
+
+private:
+    app_profile* profile_of_limits(const app_event& event)
+    {
+        return state_.profiles.find(static_cast<int32_t>(event.body.limits.profile));
+    }
 };
+
+constexpr field path[] = {{"path", field_type::text, 8, 128}};
+constexpr field value[] = {{"value", field_type::signed_number, 8, 4}};
+constexpr field policy[] = {{"policy", field_type::signed_number, 8, 4}};
+constexpr field entries[] = {{"policy", field_type::signed_number, 8, 4},
+                             {"count", field_type::number, 12, 4},
+                             {"entries", field_type::hex, 16, 80}};
+constexpr field binding[] = {{"profile", field_type::signed_number, 8, 4},
+                             {"policy", field_type::signed_number, 12, 4}};
+constexpr field profile[] = {{"profile", field_type::signed_number, 8, 4}};
+constexpr field enable[] = {{"profile", field_type::signed_number, 8, 4}, {"enable", field_type::signed_number, 16, 4}};
+constexpr field limit[] = {{"profile", field_type::signed_number, 8, 4}, {"limit", field_type::signed_number, 20, 4}};
+constexpr field weekday[] = {{"profile", field_type::signed_number, 8, 4},
+                             {"weekday", field_type::signed_number, 12, 4},
+                             {"limit", field_type::signed_number, 20, 4}};
+constexpr field extension[] = {{"profile", field_type::signed_number, 8, 4},
+                               {"extension", field_type::signed_number, 24, 4}};
+constexpr field query[] = {{"profile", field_type::signed_number, 8, 4}, {"app", field_type::number, 12, 4}};
+
+constexpr field usage_reply[] = {
+    {"today", field_type::number, 16, 4}, {"week", field_type::number, 20, 4}, {"month", field_type::number, 24, 4}};
+constexpr field app_reply[] = {{"app", field_type::number, 48, 4}, {"minutes", field_type::number, 52, 4}};
+constexpr field earlier_reply[] = {{"app", field_type::number, 80, 4}, {"minutes", field_type::hex, 84, 124}};
+constexpr field enable_reply[] = {{"enable", field_type::signed_number, 224, 4}};
+constexpr field limit_reply[] = {{"limit", field_type::signed_number, 228, 4}};
+constexpr field extension_reply[] = {{"extension", field_type::signed_number, 232, 4}};
+constexpr field status_reply[] = {{"first", field_type::number, 236, 4},
+                                  {"second", field_type::number, 240, 4},
+                                  {"third", field_type::number, 244, 4}};
+constexpr field weekday_reply[] = {{"weekday", field_type::signed_number, 264, 4},
+                                   {"limit", field_type::signed_number, 268, 4}};
+constexpr field interval_reply[] = {{"interval", field_type::signed_number, 280, 4}};
+
+constexpr auto list = reply_form::list;
+
+constexpr app_service::operation operations[] = {
+    {{UTM_APP_SET_DAILY_LIMIT_ENABLE, "switch daily limit", enable},
+     &app_service::set_limit<&app_limits::daily_limit_enable, &limits_body::daily_limit_enable>},
+    {{UTM_APP_GET_DAILY_LIMIT_ENABLE, "get daily limit switch", profile, enable_reply},
+     &app_service::get_limit<&app_limits::daily_limit_enable, &response::daily_limit_enable>},
+    {{UTM_APP_SET_DAILY_LIMIT, "set daily limit", limit},
+     &app_service::set_limit<&app_limits::daily_limit, &limits_body::limit>},
+    {{UTM_APP_GET_DAILY_LIMIT, "get daily limit", profile, limit_reply},
+     &app_service::get_limit<&app_limits::daily_limit, &response::daily_limit>},
+    {{UTM_APP_SET_WEEKDAY_LIMIT, "set weekday limit", weekday}, &app_service::set_weekday_limit},
+    {{UTM_APP_GET_WEEKDAY_LIMITS, "get weekday limits", profile, weekday_reply, list},
+     &app_service::get_weekday_limits},
+    {{UTM_APP_SET_EXTENSION, "set extension", extension},
+     &app_service::set_limit<&app_limits::extension, &limits_body::extension>},
+    {{UTM_APP_GET_EXTENSION, "get extension", profile, extension_reply},
+     &app_service::get_limit<&app_limits::extension, &response::extension>},
+    {{UTM_APP_RESET_EXTENSION, "reset extension", profile}, &app_service::reset_extension},
+    {{UTM_APP_GET_USAGE, "get usage", profile, usage_reply}, &app_service::get_usage},
+    {{UTM_APP_GET_USAGE_BY_APP, "get usage by application", query, app_reply, list},
+     &app_service::get_usage_list<&app_usage::apps>},
+    {{UTM_APP_GET_USAGE_PREV_DAYS, "get usage of earlier days", query, earlier_reply, list},
+     &app_service::get_usage_list<&app_usage::earlier_days>},
+    {{UTM_APP_DUMP, "dump", path}, &app_service::dump},
+    {{UTM_APP_ACTIVATE, "switch application control", value}, &app_service::set_number<&app_state::active>},
+    {{UTM_APP_DEBUG, "debug", value}, &app_service::set_number<&app_state::debug>},
+    {{UTM_APP_POLICY_CREATE, "create policy", policy}, &app_service::create_policy},
+    {{UTM_APP_POLICY_ADD_ENTRIES, "add entries", entries}, &app_service::add_entries},
+    {{UTM_APP_POLICY_RESET_ENTRIES, "reset entries", policy}, &app_service::reset_entries},
+    {{UTM_APP_BIND_POLICY, "bind policy", binding}, &app_service::bind_policy},
+    {{UTM_APP_UPDATE_SIGNATURE, "update signature", path}, &app_service::update_signature},
+    {{UTM_APP_GET_DAEMON_STATUS, "get status", {}, status_reply}, &app_service::get_status},
+    {{UTM_APP_GET_EXPORT_INTERVAL, "get export interval", {}, interval_reply}, &app_service::get_interval},
+    {{UTM_APP_SET_EXPORT_INTERVAL, "set export interval", value},
+     &app_service::set_number<&app_state::export_interval>},
+    {{UTM_APP_IMPORT_STATISTICS, "import statistics", path}, &app_service::import_usage},
+    {{UTM_APP_EXPORT_STATISTICS, "export statistics", path}, &app_service::export_usage},
+};
+
+const app_service::operation* app_service::find_own(uint32_t code)
+{
+    return find_row(operations, code);
+}
 
 } // namespace
 

@@ -38,11 +38,10 @@ template <>
 inline constexpr size_t profile_offset<utm_user_profile_config_event> = offsetof(utm_user_profile_config_event, id);
 
 // What the three config daemons share: the profile codes, and tables of rows that both name a request's fields and
-// carry it out. A Service has
+// carry it out. A State has profiles, an id_table whose entries have devices. A Service has
 //   - find_own(code), the row of one of its own codes, or null;
-//   - state_, of a struct with profiles, an id_table whose entries have devices;
 //   - profile_deleted(profile), which tidies up.
-template <class Service, class Event> class config_service : public service {
+template <class Service, class Event, class State> class config_service : public service {
 public:
     using handler = config_status (Service::*)(const Event&, config_answer&);
 
@@ -62,28 +61,28 @@ public:
         return std::move(answer.entries);
     }
 
-    json state() const override { return to_json(self().state_); }
-    void load(const json& state, const std::string& where) override { from_json(self().state_, state, where); }
+    json state() const override { return to_json(state_); }
+    void load(const json& state, const std::string& where) override { from_json(state_, state, where); }
 
     config_status create_profile(const Event& event, config_answer&)
     {
-        return self().state_.profiles.create(profile_of(event).id) != nullptr ? done : profile_exists;
+        return state_.profiles.create(profile_of(event).id) != nullptr ? done : profile_exists;
     }
 
     config_status delete_profile(const Event& event, config_answer&)
     {
         const int32_t id = profile_of(event).id;
-        auto* profile = self().state_.profiles.find(id);
+        auto* profile = state_.profiles.find(id);
         if (profile == nullptr)
             return profile_unknown;
         self().profile_deleted(*profile);
-        self().state_.profiles.erase(id);
+        state_.profiles.erase(id);
         return done;
     }
 
     config_status add_device(const Event& event, config_answer&)
     {
-        auto* profile = self().state_.profiles.find(profile_of(event).id);
+        auto* profile = state_.profiles.find(profile_of(event).id);
         if (profile == nullptr)
             return profile_unknown;
         return profile->devices.add(profile_of(event).mac) ? done : device_exists;
@@ -91,16 +90,18 @@ public:
 
     config_status delete_device(const Event& event, config_answer&)
     {
-        auto* profile = self().state_.profiles.find(profile_of(event).id);
+        auto* profile = state_.profiles.find(profile_of(event).id);
         if (profile == nullptr)
             return profile_unknown;
         return profile->devices.remove(profile_of(event).mac) ? done : device_unknown;
     }
 
-private:
+protected:
     Service& self() { return static_cast<Service&>(*this); }
-    const Service& self() const { return static_cast<const Service&>(*this); }
 
+    State state_;
+
+private:
     static const operation* find_operation(uint32_t code)
     {
         static constexpr size_t at = profile_offset<Event>;

@@ -57,7 +57,7 @@ constexpr daemon_kind config_daemon(const char* name, const char* path, size_t r
 }
 
 constexpr daemon_kind kinds[] = {
-    config_daemon("cf", UTM_CF_CONFIG_SOCKET, sizeof(utm_cf_config_event), make_cf, "/var/run/contfltd.pid"),
+    config_daemon("cf", UTM_CF_CONFIG_SOCKET, sizeof(utm_cf_config_event), make_cf, UTM_CF_PID_FILE),
     config_daemon("app", UTM_APP_CONFIG_SOCKET, sizeof(utm_app_config_event), make_app),
     config_daemon("user_profile", UTM_USER_PROFILE_SOCKET, sizeof(utm_user_profile_config_event), make_user_profile),
     {.name = "ips",

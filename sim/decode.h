@@ -49,6 +49,11 @@ template <class Row, size_t count> const Row* find_row(const Row (&rows)[count],
 }
 
 std::string text_of(const char* first, size_t width);
+template <size_t width> std::string text_of(const char (&text)[width])
+{
+    return text_of(text, width);
+}
+
 std::string hex_of(std::span<const uint8_t> bytes);
 
 // The bytes of a text of two digits each; fails, with the place, where it is none of that length.

@@ -127,4 +127,20 @@ template <class T> struct json_form<std::vector<T>> {
     }
 };
 
+// A list of numbers of which there is a greatest count.
+template <size_t limit> struct numbers {
+    std::vector<uint32_t> values;
+};
+
+template <size_t limit> struct json_form<numbers<limit>> {
+    static json write(const numbers<limit>& list) { return to_json(list.values); }
+
+    static void read(numbers<limit>& list, const json& form, const std::string& where)
+    {
+        from_json(list.values, form, where);
+        if (list.values.size() > limit)
+            throw input_error(where + ": there is no room for more than " + std::to_string(limit));
+    }
+};
+
 } // namespace sim

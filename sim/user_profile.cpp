@@ -15,12 +15,11 @@ struct user_profile_state {
 };
 
 // The user-profile daemon: it has no codes but those of profiles.
-class user_profile_service : public config_service<user_profile_service, utm_user_profile_config_event> {
+class user_profile_service
+    : public config_service<user_profile_service, utm_user_profile_config_event, user_profile_state> {
 public:
     static const operation* find_own(uint32_t) { return nullptr; }
     static void profile_deleted(const user_profile_state::profile&) {}
-
-    user_profile_state state_;
 };
 
 } // namespace

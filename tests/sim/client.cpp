@@ -12,10 +12,16 @@ namespace client {
 
 namespace {
 
-bytes config_request(size_t size, size_t id_offset, uint8_t code, uint32_t id, const bytes& mac)
+void put(bytes& record, size_t offset, const bytes& content)
 {
-    bytes record = with_number(with_number(bytes(size, 0xee), 0, code, 1), id_offset, id);
-    std::ranges::copy(mac, record.begin() + static_cast<std::ptrdiff_t>(id_offset) + 4);
+    std::ranges::copy(content, record.begin() + static_cast<std::ptrdiff_t>(offset));
+}
+
+bytes config_request(size_t size, size_t body_offset, uint8_t code, const bytes& body)
+{
+    bytes record(size, 0xee);
+    record[0] = code;
+    put(record, body_offset, body);
     return record;
 }
 
@@ -36,7 +42,7 @@ bytes with_number(bytes record, size_t offset, uint32_t number, size_t width)
 
 bytes with_text(bytes record, size_t offset, const std::string& text)
 {
-    std::ranges::copy(text, record.begin() + static_cast<std::ptrdiff_t>(offset));
+    put(record, offset, bytes(text.begin(), text.end()));
     if (offset + text.size() < record.size())
         record[offset + text.size()] = 0;
     return record;
@@ -49,17 +55,64 @@ bytes request(size_t size, uint32_t code)
 
 bytes cf_request(uint8_t code, uint32_t id, const bytes& mac)
 {
-    return config_request(2056, 8, code, id, mac);
+    return cf_request(code, join({u32(id), mac}));
 }
 
 bytes app_request(uint8_t code, uint32_t id, const bytes& mac)
 {
-    return config_request(136, 8, code, id, mac);
+    return app_request(code, join({u32(id), mac}));
 }
 
 bytes user_profile_request(uint8_t code, uint32_t id, const bytes& mac)
 {
-    return config_request(16, 4, code, id, mac);
+    return config_request(16, 4, code, join({u32(id), mac}));
+}
+
+bytes cf_request(uint8_t code, const bytes& body)
+{
+    return config_request(2056, 8, code, body);
+}
+
+bytes app_request(uint8_t code, const bytes& body)
+{
+    return config_request(136, 8, code, body);
+}
+
+bytes u32(uint32_t number)
+{
+    return with_number(bytes(4), 0, number);
+}
+
+bytes text(const std::string& text)
+{
+    bytes characters(text.begin(), text.end());
+    characters.push_back(0);
+    return characters;
+}
+
+bytes join(std::initializer_list<bytes> parts)
+{
+    bytes whole;
+    for (const bytes& part : parts)
+        whole.insert(whole.end(), part.begin(), part.end());
+    return whole;
+}
+
+bytes config_reply(uint8_t status, std::initializer_list<part> parts)
+{
+    bytes record(832);
+    record[0] = status;
+    for (const part& part : parts)
+        put(record, part.offset, part.content);
+    return record;
+}
+
+bool eventually(const std::function<bool()>& holds)
+{
+    constexpr int limit = 6000;
+    for (int attempt = 0; attempt < limit && !holds(); attempt++)
+        usleep(10'000);
+    return holds();
 }
 
 int dial(const std::string& path, int type)

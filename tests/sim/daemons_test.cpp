@@ -12,6 +12,7 @@
 namespace {
 
 using client::bytes;
+using client::config_reply;
 using sim::json;
 
 const bytes tablet = {0x02, 0x42, 0xac, 0x11, 0x00, 0x05};
@@ -29,6 +30,16 @@ protected:
         return client::exchange(GetParam().path, GetParam().request(code, id, mac));
     }
 
+    // Each with its devices; the daemons keep more of them, each its own.
+    std::string profiles() const
+    {
+        json list = json::array();
+        const json state = gateway_.state(GetParam().name);
+        for (const json& profile : state.at("profiles"))
+            list.push_back({{"id", profile.at("id")}, {"devices", profile.at("devices")}});
+        return list.dump();
+    }
+
     sim::gateway gateway_;
 };
 
@@ -39,46 +50,38 @@ INSTANTIATE_TEST_SUITE_P(each, config_daemon,
                                                      client::user_profile_request}),
                          [](const auto& each_case) { return each_case.param.name; });
 
-bytes reply(uint8_t status)
-{
-    bytes record(832);
-    record[0] = status;
-    return record;
-}
-
 TEST_P(config_daemon, creates_a_profile_once)
 {
-    EXPECT_EQ(ask(1, 7), reply(0));
-    EXPECT_EQ(ask(1, 7), reply(101));
-    EXPECT_EQ(gateway_.state(GetParam().name), json::parse(R"({"profiles":[{"id":7,"devices":[]}]})"));
+    EXPECT_EQ(ask(1, 7), config_reply(0));
+    EXPECT_EQ(ask(1, 7), config_reply(101));
+    EXPECT_EQ(profiles(), R"([{"id":7,"devices":[]}])");
 }
 
 TEST_P(config_daemon, deletes_a_profile_once)
 {
     ask(1, 7);
-    EXPECT_EQ(ask(2, 7), reply(0));
-    EXPECT_EQ(ask(2, 7), reply(102));
-    EXPECT_EQ(gateway_.state(GetParam().name), json::parse(R"({"profiles":[]})"));
+    EXPECT_EQ(ask(2, 7), config_reply(0));
+    EXPECT_EQ(ask(2, 7), config_reply(102));
+    EXPECT_EQ(profiles(), "[]");
 }
 
 TEST_P(config_daemon, adds_a_device_once)
 {
-    EXPECT_EQ(ask(3, 7, tablet), reply(102));
+    EXPECT_EQ(ask(3, 7, tablet), config_reply(102));
     ask(1, 7);
-    EXPECT_EQ(ask(3, 7, tablet), reply(0));
-    EXPECT_EQ(ask(3, 7, tablet), reply(103));
-    EXPECT_EQ(gateway_.state(GetParam().name),
-              json::parse(R"({"profiles":[{"id":7,"devices":["02:42:ac:11:00:05"]}]})"));
+    EXPECT_EQ(ask(3, 7, tablet), config_reply(0));
+    EXPECT_EQ(ask(3, 7, tablet), config_reply(103));
+    EXPECT_EQ(profiles(), R"([{"id":7,"devices":["02:42:ac:11:00:05"]}])");
 }
 
 TEST_P(config_daemon, deletes_a_device_once)
 {
-    EXPECT_EQ(ask(4, 7, tablet), reply(102));
+    EXPECT_EQ(ask(4, 7, tablet), config_reply(102));
     ask(1, 7);
     ask(3, 7, tablet);
-    EXPECT_EQ(ask(4, 7, tablet), reply(0));
-    EXPECT_EQ(ask(4, 7, tablet), reply(104));
-    EXPECT_EQ(gateway_.state(GetParam().name), json::parse(R"({"profiles":[{"id":7,"devices":[]}]})"));
+    EXPECT_EQ(ask(4, 7, tablet), config_reply(0));
+    EXPECT_EQ(ask(4, 7, tablet), config_reply(104));
+    EXPECT_EQ(profiles(), R"([{"id":7,"devices":[]}])");
 }
 
 TEST_P(config_daemon, keeps_identifiers_with_their_sign)
@@ -89,8 +92,8 @@ TEST_P(config_daemon, keeps_identifiers_with_their_sign)
 
 TEST_P(config_daemon, refuses_a_code_that_it_does_not_know)
 {
-    EXPECT_EQ(ask(200, 7), reply(105));
-    EXPECT_EQ(gateway_.state(GetParam().name), json::parse(R"({"profiles":[]})"));
+    EXPECT_EQ(ask(200, 7), config_reply(105));
+    EXPECT_EQ(profiles(), "[]");
 }
 
 TEST_P(config_daemon, writes_a_line_for_a_request)
@@ -117,7 +120,7 @@ TEST_P(config_daemon, traces_an_incomplete_request_and_does_nothing)
     EXPECT_EQ(read(connection, &byte, 1), 0);
     close(connection);
     EXPECT_EQ(gateway_.trace().at(0).at("answer").dump(), R"({"incomplete":true})");
-    EXPECT_EQ(gateway_.state(GetParam().name), json::parse(R"({"profiles":[]})"));
+    EXPECT_EQ(profiles(), "[]");
 }
 
 TEST_P(config_daemon, starts_anew_without_state_and_faults)
@@ -125,8 +128,8 @@ TEST_P(config_daemon, starts_anew_without_state_and_faults)
     ask(1, 7);
     gateway_.fault(GetParam().name, "any:refuse=9");
     gateway_.restart(GetParam().name);
-    EXPECT_EQ(gateway_.state(GetParam().name), json::parse(R"({"profiles":[]})"));
-    EXPECT_EQ(ask(1, 7), reply(0));
+    EXPECT_EQ(profiles(), "[]");
+    EXPECT_EQ(ask(1, 7), config_reply(0));
 }
 
 TEST_P(config_daemon, is_gone_when_stopped)
@@ -136,7 +139,7 @@ TEST_P(config_daemon, is_gone_when_stopped)
     EXPECT_EQ(errno, ENOENT);
     EXPECT_THROW(gateway_.state(GetParam().name), std::runtime_error);
     gateway_.restart(GetParam().name);
-    EXPECT_EQ(ask(1, 7), reply(0));
+    EXPECT_EQ(ask(1, 7), config_reply(0));
 }
 
 TEST_P(config_daemon, serves_two_hundred_clients_at_once)
@@ -151,7 +154,7 @@ TEST_P(config_daemon, serves_two_hundred_clients_at_once)
         bytes answer(832);
         EXPECT_EQ(write(*last, request.data(), request.size()), static_cast<ssize_t>(request.size()));
         EXPECT_EQ(recv(*last, answer.data(), answer.size(), MSG_WAITALL), 832);
-        EXPECT_EQ(answer, reply(0));
+        EXPECT_EQ(answer, config_reply(0));
         close(*last);
     }
     EXPECT_EQ(gateway_.state(GetParam().name)["profiles"].size(), 200U);
@@ -181,7 +184,7 @@ TEST(gateway, refuses_to_run_twice_at_one_place)
 {
     const sim::gateway first;
     EXPECT_THROW(sim::gateway(), std::runtime_error);
-    EXPECT_EQ(client::exchange("/dev/utm_app_config_socket", client::app_request(1, 7)), reply(0));
+    EXPECT_EQ(client::exchange("/dev/utm_app_config_socket", client::app_request(1, 7)), config_reply(0));
 }
 
 TEST(gateway, holds_no_descriptor_of_its_maker)

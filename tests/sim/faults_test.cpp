@@ -15,8 +15,8 @@ using client::bytes;
 using sim::json;
 
 constexpr char cf_path[] = "/dev/utm_cf_config_socket";
-constexpr char no_profiles[] = R"({"profiles":[]})";
-constexpr char one_profile[] = R"({"profiles":[{"id":7,"devices":[]}]})";
+constexpr char no_profiles[] = "[]";
+constexpr char one_profile[] = R"([{"id":7,"devices":[],"policy":0,"browsed_domains":[]}])";
 
 bytes create(int milliseconds = 10'000, size_t limit = 832)
 {
@@ -26,7 +26,7 @@ bytes create(int milliseconds = 10'000, size_t limit = 832)
 class faults : public testing::Test {
 protected:
     void set(const std::string& fault) const { gateway_.fault("cf", fault); }
-    std::string state() const { return gateway_.state("cf").dump(); }
+    std::string profiles() const { return gateway_.state("cf").at("profiles").dump(); }
     std::string answer() const { return gateway_.trace().back().at("answer").dump(); }
 
     sim::gateway gateway_;
@@ -43,7 +43,7 @@ TEST_F(faults, refuse_answers_and_does_nothing)
 {
     set("1:refuse=5");
     EXPECT_EQ(create().at(0), 5);
-    EXPECT_EQ(state(), no_profiles);
+    EXPECT_EQ(profiles(), no_profiles);
     EXPECT_EQ(answer(), R"({"status":5,"fault":"refuse=5"})");
 }
 
@@ -51,7 +51,7 @@ TEST_F(faults, status_answers_wrongly_what_was_done)
 {
     set("1:status=9");
     EXPECT_EQ(create().at(0), 9);
-    EXPECT_EQ(state(), one_profile);
+    EXPECT_EQ(profiles(), one_profile);
 }
 
 TEST_F(faults, delay_answers_late)
@@ -71,7 +71,7 @@ TEST_F(faults, silence_never_answers)
     pollfd answer = {.fd = connection, .events = POLLIN};
     EXPECT_EQ(poll(&answer, 1, 300), 0);
     close(connection);
-    EXPECT_EQ(state(), no_profiles);
+    EXPECT_EQ(profiles(), no_profiles);
 }
 
 TEST_F(faults, close_ends_without_an_answer)
@@ -79,14 +79,14 @@ TEST_F(faults, close_ends_without_an_answer)
     set("1:close");
     EXPECT_EQ(create().size(), 0U);
     EXPECT_EQ(answer(), R"({"fault":"close"})");
-    EXPECT_EQ(state(), no_profiles);
+    EXPECT_EQ(profiles(), no_profiles);
 }
 
 TEST_F(faults, short_sends_the_start_and_closes)
 {
     set("1:short=100");
     EXPECT_EQ(create(), bytes(100));
-    EXPECT_EQ(state(), one_profile);
+    EXPECT_EQ(profiles(), one_profile);
 }
 
 TEST_F(faults, split_sends_the_whole_in_pieces)

@@ -54,7 +54,7 @@ TEST_F(program, has_everything_ready_before_the_command)
     const outcome ready = gateway("run -- ls /dev/utm_cf_config_socket /dev/utm_app_config_socket "
                                   "/dev/utm_user_profile_socket");
     EXPECT_EQ(ready.status, 0);
-    EXPECT_EQ(gateway("run -- utm-gateway state cf").output, "{\n  \"profiles\": []\n}\n");
+    EXPECT_EQ(gateway("run -- utm-gateway state user_profile").output, "{\n  \"profiles\": []\n}\n");
 }
 
 TEST_F(program, installs_the_library)
@@ -76,9 +76,10 @@ TEST_F(program, takes_faults_while_it_runs)
 
 TEST_F(program, stops_and_restarts_daemons)
 {
-    const outcome daemons = gateway("run -- sh -c 'utm-gateway stop app; utm-gateway state app; echo $?; "
-                                    "utm-gateway restart app; utm-gateway state app'");
-    EXPECT_EQ(daemons.output, "utm-gateway: app does not run here\n1\n{\n  \"profiles\": []\n}\n");
+    const outcome daemons =
+        gateway("run -- sh -c 'utm-gateway stop user_profile; utm-gateway state user_profile; echo $?; "
+                "utm-gateway restart user_profile; utm-gateway state user_profile'");
+    EXPECT_EQ(daemons.output, "utm-gateway: user_profile does not run here\n1\n{\n  \"profiles\": []\n}\n");
 }
 
 TEST_F(program, writes_the_trace_to_the_machine_outside)
@@ -145,7 +146,7 @@ TEST_F(program, gives_each_run_a_gateway_of_its_own)
 TEST_F(program, works_for_an_ordinary_user)
 {
     const std::string become = geteuid() == 0 ? "setpriv --reuid=65534 --regid=65534 --clear-groups " : "";
-    const outcome user = shell("cd / && " + become + KQUTM_GATEWAY " run -- utm-gateway state app");
+    const outcome user = shell("cd / && " + become + KQUTM_GATEWAY " run -- utm-gateway state user_profile");
     EXPECT_EQ(user.status, 0);
     EXPECT_EQ(user.output, "{\n  \"profiles\": []\n}\n");
 }

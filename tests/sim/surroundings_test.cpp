@@ -75,7 +75,7 @@ TEST_F(surroundings, works_from_a_folder_in_tmp)
     fs::copy_file(KQUTM_GATEWAY, file("utm-gateway"));
     fs::copy_file(KQUTM_LIBRARY, file("libkqutm.so.1"));
     const std::string command = "LD_LIBRARY_PATH=" + folder_.string() + " " + file("utm-gateway") +
-                                " run -- sh -c 'command -v utm-gateway; utm-gateway state cf'";
+                                " run -- sh -c 'command -v utm-gateway; utm-gateway state user_profile'";
     const std::string expected = file("utm-gateway") + "\n{\n  \"profiles\": []\n}\n";
     EXPECT_EQ(shell("cd " + folder_.string() + "; " + command).output, expected);
     EXPECT_EQ(shell("cd /tmp; " + command).output, expected);
@@ -90,7 +90,7 @@ TEST_F(surroundings, works_without_home_and_terminal)
 
 TEST_F(surroundings, leaves_closed_descriptors_closed)
 {
-    EXPECT_EQ(gateway("run -- sh -c 'test -e /proc/self/fd/0 || utm-gateway state cf' <&-").output,
+    EXPECT_EQ(gateway("run -- sh -c 'test -e /proc/self/fd/0 || utm-gateway state user_profile' <&-").output,
               "{\n  \"profiles\": []\n}\n");
     EXPECT_EQ(gateway("run -- sh -c 'utm-gateway restart cf; exit 7' <&- >&- 2>&-").status, 7);
 }

@@ -94,8 +94,8 @@ TEST(at_a_terminal, the_command_gets_the_interrupt)
 
 TEST(at_a_terminal, the_command_decides_what_an_interrupt_does)
 {
-    terminal run(
-        {KQUTM_GATEWAY, "run", "--", "bash", "-c", "trap 'utm-gateway state cf; exit 7' INT; cat /etc/passwd -"});
+    terminal run({KQUTM_GATEWAY, "run", "--", "bash", "-c",
+                  "trap 'utm-gateway state user_profile; exit 7' INT; cat /etc/passwd -"});
     ASSERT_TRUE(run.shows("root:")) << run.screen();
     run.type(interrupt);
     EXPECT_TRUE(run.shows("\"profiles\": []")) << run.screen();
