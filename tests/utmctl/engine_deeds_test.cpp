@@ -155,9 +155,9 @@ protected:
         const std::string verb = was_sent ? " may have been " : " was not ";
         const std::string message =
             one.subject + verb + one.participle + ": " + one.to.name + " " + how.cause + with_answer + "; " + how.next;
-        EXPECT_EQ(utmctl(std::string("--timeout 0.05 ") + one.line), refused(how.status, message + "\n")) << how.name;
+        EXPECT_EQ(utmctl(std::string(how.options) + one.line), refused(how.status, message + "\n")) << how.name;
 
-        const run_result in_json = utmctl(std::string("-j --timeout 0.05 ") + one.line);
+        const run_result in_json = utmctl(std::string("-j ") + how.options + one.line);
         const auto value = nlohmann::json::parse(in_json.out);
         EXPECT_EQ(in_json.status, how.status);
         EXPECT_EQ(value["status"], how.word);

@@ -170,8 +170,8 @@ protected:
         const list_case& one = GetParam();
         const std::string message =
             std::string(one.subject) + " were not listed: " + one.from.name + " " + how.cause + "; " + how.next;
-        EXPECT_EQ(utmctl(std::string("--timeout 0.05 ") + one.line), refused(how.status, message + "\n")) << how.name;
-        const run_result in_json = utmctl(std::string("-j --timeout 0.05 ") + one.line);
+        EXPECT_EQ(utmctl(std::string(how.options) + one.line), refused(how.status, message + "\n")) << how.name;
+        const run_result in_json = utmctl(std::string("-j ") + how.options + one.line);
         EXPECT_EQ(in_json.status, how.status);
         EXPECT_EQ(json::parse(in_json.out)["errors"][0]["message"], message);
     }
@@ -419,8 +419,8 @@ void expect_not_read(const reading& one, const engine_failure& how)
 {
     const std::string message =
         one.subject + std::string(" was not read: ") + one.from.name + " " + how.cause + "; " + how.next;
-    EXPECT_EQ(utmctl(std::string("--timeout 0.05 ") + one.line), refused(how.status, message + "\n")) << how.name;
-    const run_result in_json = utmctl(std::string("-j --timeout 0.05 ") + one.line);
+    EXPECT_EQ(utmctl(std::string(how.options) + one.line), refused(how.status, message + "\n")) << how.name;
+    const run_result in_json = utmctl(std::string("-j ") + how.options + one.line);
     EXPECT_EQ(json::parse(in_json.out)["status"], how.word);
     EXPECT_EQ(in_json.status, how.status);
 }

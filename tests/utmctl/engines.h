@@ -76,13 +76,17 @@ struct engine_failure {
     const char* word;
     const char* cause;
     const char* next;
+    const char* options = ""; // that the command needs to fail so
 };
 
 inline constexpr engine_failure refusal = {"refused", 1, "refused", "refused",
                                            "ask the daemon's own log for the reason, then run the command again"};
-inline constexpr engine_failure overdue = {"overdue", 3, "no-answer",
+inline constexpr engine_failure overdue = {"overdue",
+                                           3,
+                                           "no-answer",
                                            "did not answer within 0.05 s, and the call was ended",
-                                           "find out why the daemon hangs; --timeout sets a longer limit"};
+                                           "find out why the daemon hangs; --timeout sets a longer limit",
+                                           "--timeout 0.05 "};
 inline constexpr engine_failure absent_daemon = {"absent", 4, "unreachable",
                                                  "cannot be reached: No such file or directory",
                                                  "start what cannot be reached, then run the command again"};
