@@ -11,7 +11,7 @@ namespace {
 
 std::string value_text(const json& value)
 {
-    return value.is_string() ? value.get<std::string>() : value.dump();
+    return value.is_string() && value != "" ? value.get<std::string>() : value.dump();
 }
 
 // "id 7, mac 02:42:ac:11:00:05"
