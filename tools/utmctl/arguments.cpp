@@ -40,6 +40,11 @@ std::optional<mac_address> parse_mac(const std::string& text)
 
 } // namespace
 
+std::string named(const id_kind& kind, int32_t id)
+{
+    return std::string(kind.name) + " " + std::to_string(id);
+}
+
 std::string check_any(const std::string&)
 {
     return "";
@@ -69,6 +74,17 @@ std::string check_state(const std::string& text)
     return text == "on" || text == "off" ? "" : in_quotes(text) + " is not a state: on or off";
 }
 
+std::string check_number(const std::string& text)
+{
+    return check_whole<INT32_MIN, INT32_MAX>(text);
+}
+
+std::string check_switch(const std::string& text)
+{
+    const bool good = check_state(text).empty() || check_number(text).empty();
+    return good ? "" : in_quotes(text) + " is neither on nor off nor a whole number of 32 bits";
+}
+
 std::string check_kind(const std::string& text)
 {
     return find_kind(text) ? "" : in_quotes(text) + " is not a kind of identifier: profile, cf-policy or app-policy";
@@ -95,6 +111,11 @@ mac_address mac_of(const std::string& text)
 bool is_on(const std::string& state)
 {
     return state == "on";
+}
+
+int32_t switch_of(const std::string& text)
+{
+    return check_state(text).empty() ? static_cast<int32_t>(is_on(text)) : whole_of<int32_t>(text);
 }
 
 const id_kind& kind_of(const std::string& text)

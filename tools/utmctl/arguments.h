@@ -14,16 +14,21 @@ struct id_kind {
     const char* name;
 };
 
+std::string named(const id_kind& kind, int32_t id); // "content-filter policy 70"
+
 std::string check_any(const std::string& text);
 std::string check_id(const std::string& text);
 std::string check_id_or_zero(const std::string& text);
 std::string check_mac(const std::string& text);
 std::string check_state(const std::string& text); // on or off
+std::string check_number(const std::string& text);
+std::string check_switch(const std::string& text); // on, off or a number
 std::string check_kind(const std::string& text);
 std::string check_seconds(const std::string& text);
 
 int32_t id_of(const std::string& text);
 mac_address mac_of(const std::string& text);
 bool is_on(const std::string& state);
+int32_t switch_of(const std::string& text);
 const id_kind& kind_of(const std::string& text);
 double seconds_of(const std::string& text);

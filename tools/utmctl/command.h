@@ -17,19 +17,24 @@ enum class occurs {
     flag // an option without a value
 };
 
-// A positional argument, or an option where the name starts with "--".
+// A positional argument, or an option where the name starts with a hyphen. The check says what is wrong with one of the
+// texts given, and nothing when it is good.
 struct argument {
     const char* name;
     occurs count;
-    std::string (*check)(
-        const std::string&); // for every text given: empty when the text is good, else what is wrong with it
+    std::string (*check)(const std::string&);
     const char* help;
+    const char* value = "VALUE"; // of an option, in help
 };
+
+struct command;
 
 // What the user asked for: the texts given for each argument, all of them checked.
 struct request {
     std::map<std::string, std::vector<std::string>> values;
-    double timeout; // seconds for each call of the library
+    double timeout;         // seconds for each call of the library
+    std::string words = {}; // of the command
+    const command* what = nullptr;
 
     const std::vector<std::string>& all(const char* name) const { return values.at(name); }
     bool has(const char* name) const { return !all(name).empty(); }
@@ -52,5 +57,8 @@ struct family {
 };
 
 std::span<const family* const> all_families();
+
+// Refuses arguments that are good each for itself.
+[[noreturn]] void refuse_arguments(const request& asked, const std::string& wrong);
 
 std::string words_of(const family& group, const command& one);

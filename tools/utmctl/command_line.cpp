@@ -92,7 +92,7 @@ void declare(CLI::App& parser, const argument& one, texts& values)
 request parse_arguments(const family& group, const command& what, const texts& arguments)
 {
     const std::string words = words_of(group, what);
-    request asked = {.values = {}, .timeout = default_timeout};
+    request asked = {.values = {}, .timeout = default_timeout, .words = words, .what = &what};
     CLI::App parser;
     parser.set_help_flag();
     parser.allow_extras();

@@ -2,6 +2,8 @@
 
 #include <cerrno>
 #include <cstring>
+#include <optional>
+#include <string_view>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
@@ -28,17 +30,27 @@ constexpr log_text log_texts[] = {
     {"error code = ", exit_status::refused, "refused with error code "},
 };
 
-constexpr std::string_view transport = "[send_utm_config_event]";
-constexpr std::string_view connect_failed = "[send_utm_config_event]connect fail: ";
+constexpr std::string_view transports[] = {"[send_utm_config_event]", "[send_utm_event_and_get_response]"};
+constexpr std::string_view connect_failed = "[send_utm_config_event]connect fail: "; // the other connects once
 
-failed_exchange from_line(std::string_view line)
+// What the transport itself wrote, if it did. Traces of list entries, which end in no newline, may stand before it.
+std::optional<std::string_view> transport_text(std::string_view line)
 {
-    line.remove_prefix(transport.size());
-    for (const log_text& row : log_texts) {
-        if (line.starts_with(row.text))
-            return {row.status, row.cause + std::string(line.substr(strlen(row.text))), ""};
+    for (const std::string_view transport : transports) {
+        const size_t at = line.rfind(transport);
+        if (at != std::string_view::npos)
+            return line.substr(at + transport.size());
     }
-    return {exit_status::protocol_error, std::string(line), ""};
+    return {};
+}
+
+failed_exchange from_text(std::string_view text)
+{
+    for (const log_text& row : log_texts) {
+        if (text.starts_with(row.text))
+            return {row.status, row.cause + std::string(text.substr(strlen(row.text))), ""};
+    }
+    return {exit_status::protocol_error, std::string(text), ""};
 }
 
 } // namespace
@@ -65,8 +77,8 @@ std::vector<failed_exchange> failed_exchanges(const std::vector<std::string>& lo
         attempts = attempt ? attempts + 1 : 0;
         if (attempt && attempts % connect_attempts != 1)
             continue;
-        if (line.starts_with(transport))
-            failures.push_back(from_line(line));
+        if (const auto text = transport_text(line))
+            failures.push_back(from_text(*text));
         else if (!failures.empty() && failures.back().report.empty())
             failures.back().report = line;
     }

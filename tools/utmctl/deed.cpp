@@ -4,9 +4,6 @@
 
 #include <cerrno>
 
-namespace {
-
-// Puts the arguments in the place of their names.
 std::string filled_in(std::string text, const request& asked)
 {
     for (const auto& [name, given] : asked.values) {
@@ -17,8 +14,6 @@ std::string filled_in(std::string text, const request& asked)
     }
     return text;
 }
-
-} // namespace
 
 bool is_not_zero(int32_t returned)
 {

@@ -17,6 +17,9 @@ std::string done(const deed_words& words);
 std::string not_done(const deed_words& words);
 std::string maybe_done(const deed_words& words);
 
+// The words of a row, with {NAME} replaced by what was given for the argument of that name.
+std::string filled_in(std::string text, const request& asked);
+
 // The problem of an exchange with the daemon that failed with errno, or that the daemon refused with an answer. What
 // did not happen reads like not_done.
 problem exchange_problem(const std::string& what, const service& daemon, int error, std::optional<int32_t> answer = {});

@@ -2,14 +2,20 @@
 
 namespace {
 
-constexpr const family* families[] = {&profile_family, &ips_family,      &devid_family,   &av_family,
-                                      &ir_family,      &registry_family, &version_family, &help_family};
+constexpr const family* families[] = {&profile_family,  &cf_family,      &app_family, &reset_family,
+                                      &ips_family,      &devid_family,   &av_family,  &ir_family,
+                                      &registry_family, &version_family, &help_family};
 
 } // namespace
 
 std::span<const family* const> all_families()
 {
     return families;
+}
+
+void refuse_arguments(const request& asked, const std::string& wrong)
+{
+    refuse_usage(asked.words + ": " + wrong, "'utmctl help " + asked.words + "' tells what it takes");
 }
 
 std::string words_of(const family& group, const command& one)

@@ -3,6 +3,9 @@
 #include "tools/utmctl/command.h"
 
 extern const family profile_family;
+extern const family cf_family;
+extern const family app_family;
+extern const family reset_family;
 extern const family registry_family;
 extern const family ips_family;
 extern const family devid_family;

@@ -15,7 +15,8 @@ struct entry {
 
 std::string shown(const argument& one)
 {
-    std::string name = *one.name == '-' && one.count != occurs::flag ? std::string(one.name) + " VALUE" : one.name;
+    std::string name =
+        *one.name == '-' && one.count != occurs::flag ? one.name + std::string(" ") + one.value : one.name;
     switch (one.count) {
     case occurs::once:
         return name;

@@ -1,8 +1,6 @@
 #include "tools/utmctl/profile_step.h"
 
-#include "tools/utmctl/log_watch.h"
 #include "tools/utmctl/registry_view.h"
-#include "tools/utmctl/worker.h"
 
 #include <utility>
 
@@ -52,18 +50,14 @@ std::string what_happened(const profile_step& step, const profile_answers& answe
 
 profile_report carry_out(const profile_step& step, const operation& work, double timeout)
 {
-    const utm_id_registry before = read_registry(not_done(step), timeout);
-    const log_watch log(UTM_APPCF_LOG);
-    const call_result call = call_in_worker(maybe_done(step), timeout, work);
-    const utm_id_registry after = read_registry(maybe_done(step), timeout);
-    const int32_t returned = call.value;
-    return {.returned = returned,
-            .evidence = {.id = step.id != 0 ? step.id : returned,
-                         .error = returned == -1 ? std::optional(call.error) : std::nullopt,
-                         .failures = failed_exchanges(log.lines()),
-                         .log_works = log.takes_lines(),
-                         .before = before,
-                         .after = after}};
+    watched_call call = call_watched(step, {}, timeout, work);
+    profile_evidence evidence = {.id = step.id != 0 ? step.id : call.returned,
+                                 .error = call.returned == -1 ? std::optional(call.error) : std::nullopt,
+                                 .failures = failed_exchanges(call.log),
+                                 .log_works = call.log_works,
+                                 .before = call.before,
+                                 .after = call.after};
+    return {std::move(call), std::move(evidence)};
 }
 
 outcome told(const profile_step& step, const profile_answers& answers, const profile_evidence& evidence, json result)

@@ -2,6 +2,7 @@
 
 #include "tools/utmctl/deed.h"
 #include "tools/utmctl/profile_evidence.h"
+#include "tools/utmctl/watched_call.h"
 
 #include <functional>
 
@@ -15,7 +16,7 @@ struct profile_step : deed_words {
 using operation = std::function<int32_t()>;
 
 struct profile_report {
-    int32_t returned;
+    watched_call call;
     profile_evidence evidence;
 };
 

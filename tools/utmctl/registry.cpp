@@ -16,11 +16,6 @@ outcome show(const request& asked)
     return show_registry(read_registry("the registry was not shown", asked.timeout), registry_was_cleared());
 }
 
-std::string named(const id_kind& kind, int32_t id)
-{
-    return std::string(kind.name) + " " + std::to_string(id);
-}
-
 [[noreturn]] void tell_unknown(const std::string& what)
 {
     throw failure({.status = exit_status::unknown_identifier,

@@ -61,6 +61,19 @@ problem registry_problem(const std::string& what, const std::string& cause, int 
                                 : "look with 'ipcs -sm' whose semaphore and segment are in the way"};
 }
 
+problem registry_refusal(const std::string& what, int error)
+{
+    if (error == EEXIST)
+        return {.status = exit_status::refused,
+                .what = what,
+                .culprits = {{"the ID registry", "", "holds that identifier already"}},
+                .next = "choose another identifier, or none to get one from the clock"};
+    return {.status = exit_status::refused,
+            .what = what,
+            .culprits = {{"the ID registry", "", "holds 256 of them, and has no free slot"}},
+            .next = "delete one that is not needed any more"};
+}
+
 utm_id_registry read_registry(const std::string& what, double seconds)
 {
     const json reading = call_in_worker(what, seconds, read_under_lock).value;

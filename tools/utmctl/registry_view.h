@@ -16,5 +16,8 @@ std::span<const uint32_t, UTM_ID_SLOTS> ids_of(const utm_id_registry& registry, 
 bool is_registered(const utm_id_registry& registry, uint32_t kind, int32_t id);
 bool is_empty(const utm_id_registry& registry);
 
+// The problem of an identifier that the registry does not take: EEXIST, or ENOSPC.
+problem registry_refusal(const std::string& what, int error);
+
 // The problem of a registry that cannot be used.
 problem registry_problem(const std::string& what, const std::string& cause, int error);

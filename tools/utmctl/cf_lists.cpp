@@ -1,0 +1,109 @@
+#include "tools/utmctl/cf_lists.h"
+
+#include "kqutm/cf.h"
+
+#include "tools/utmctl/arguments.h"
+#include "tools/utmctl/config_deed.h"
+#include "tools/utmctl/progress.h"
+
+namespace {
+
+constexpr const config_daemon& content_filter = config_daemons[UTM_CONFIG_TARGET_CF];
+
+template <auto call> int32_t of_no_policy(int32_t, const char* url)
+{
+    return call(url);
+}
+
+// The policy whose list is changed; 0 where there is none.
+int32_t policy_of(const request& asked)
+{
+    return asked.values.contains("POLICY") ? id_of(asked.one("POLICY")) : 0;
+}
+
+std::string owner_of(int32_t policy)
+{
+    return policy == 0 ? "" : " of content-filter policy " + std::to_string(policy);
+}
+
+// What becomes of the texts of one command.
+struct list_work {
+    const list_change& row;
+    const request& asked;
+    int32_t policy;
+    size_t changed = 0;
+    outcome sum = {.result = json::array()};
+};
+
+json json_of(const text_entry& entry, exit_status status)
+{
+    return {{"text", entry.text}, {"line", entry.line == 0 ? json() : json(entry.line)}, {"status", word_of(status)}};
+}
+
+// False when the daemon is out of reach, and would be for every further text.
+bool change_one(list_work& work, const text_entry& entry)
+{
+    const deed_words words = {work.row.noun + (" " + in_quotes(entry.text)) + place_of(entry, work.asked) +
+                                  owner_of(work.policy),
+                              work.row.participle};
+    try {
+        exchange(words, content_filter, work.asked.timeout,
+                 [&] { return accepted(work.row.call(work.policy, entry.text.c_str())); });
+        ++work.changed;
+        add(work.sum, {.result = json_of(entry, exit_status::done)});
+        return true;
+    } catch (const failure& failed) {
+        const exit_status status = failed.why().status;
+        add(work.sum, {.status = status, .result = json_of(entry, status), .problems = {failed.why()}});
+        return status == exit_status::refused;
+    }
+}
+
+// "2 trusted URLs"
+std::string counted(size_t count, const std::string& noun)
+{
+    return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
+}
+
+void tell_left_out(list_work& work, size_t left_out)
+{
+    if (left_out > 0)
+        work.sum.problems.back().what += ", and " + counted(left_out, work.row.noun) + " after it " +
+                                         (left_out == 1 ? "was" : "were") + " not tried";
+}
+
+} // namespace
+
+constinit const list_change add_trusted_url = {urls, "trusted URL", "added", of_no_policy<utm_cf_add_trusted_url>};
+constinit const list_change del_trusted_url = {urls, "trusted URL", "deleted", of_no_policy<utm_cf_del_trusted_url>};
+constinit const list_change add_forbidden_url = {urls, "forbidden URL", "added",
+                                                 of_no_policy<utm_cf_add_forbidden_url>};
+constinit const list_change del_forbidden_url = {urls, "forbidden URL", "deleted",
+                                                 of_no_policy<utm_cf_del_forbidden_url>};
+constinit const list_change add_trusted_domain = {domains, "trusted domain", "added", utm_cf_policy_add_trusted_domain};
+constinit const list_change del_trusted_domain = {domains, "trusted domain", "deleted",
+                                                  utm_cf_policy_del_trusted_domain};
+constinit const list_change add_forbidden_domain = {domains, "forbidden domain", "added",
+                                                    utm_cf_policy_add_forbidden_domain};
+constinit const list_change del_forbidden_domain = {domains, "forbidden domain", "deleted",
+                                                    utm_cf_policy_del_forbidden_domain};
+constinit const list_change add_keyword = {keywords, "keyword", "added", utm_cf_policy_add_domain_keyword};
+constinit const list_change del_keyword = {keywords, "keyword", "deleted", utm_cf_policy_del_domain_keyword};
+
+// Every text is tried, unless the daemon is out of reach: then each further one would only cost its time.
+outcome change_list(const list_change& row, const request& asked)
+{
+    list_work work = {.row = row, .asked = asked, .policy = policy_of(asked)};
+    const std::vector<text_entry> entries =
+        texts_of(asked, row.texts, std::string("no ") + row.noun + " was " + row.participle);
+    progress shown(entries.size());
+    for (size_t tried = 0; tried < entries.size(); shown.show(++tried)) {
+        if (!change_one(work, entries[tried])) {
+            tell_left_out(work, entries.size() - tried - 1);
+            break;
+        }
+    }
+    if (work.changed > 0)
+        work.sum.confirmations = {counted(work.changed, row.noun) + owner_of(work.policy) + " " + row.participle};
+    return std::move(work.sum);
+}

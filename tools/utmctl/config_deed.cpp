@@ -1,0 +1,103 @@
+#include "tools/utmctl/config_deed.h"
+
+#include "tools/utmctl/log_watch.h"
+#include "tools/utmctl/number.h"
+
+#include <algorithm>
+#include <cctype>
+
+namespace {
+
+// What was asked for, by the names of the arguments: numbers, states as numbers, and texts.
+json value_of(const std::string& text)
+{
+    if (text == "on" || text == "off")
+        return text == "on" ? 1 : 0;
+    const std::optional<int64_t> number = parse_whole(text);
+    return number ? json(*number) : json(text);
+}
+
+std::string in_small_letters(std::string word)
+{
+    std::transform(word.begin(), word.end(), word.begin(), [](unsigned char c) { return std::tolower(c); });
+    return word;
+}
+
+json asked_for(const request& asked)
+{
+    json values = json::object();
+    for (const argument& one : asked.what->arguments) {
+        if (asked.has(one.name))
+            values[in_small_letters(one.name)] = value_of(asked.one(one.name));
+    }
+    return values;
+}
+
+// As a cell of a table, which makes texts printable itself.
+std::string shown(const json& value)
+{
+    if (value.is_null())
+        return "-";
+    return value.is_string() ? value.get<std::string>() : value.dump();
+}
+
+} // namespace
+
+problem config_problem(const std::string& what, const config_daemon& daemon, int error,
+                       const std::vector<std::string>& log)
+{
+    problem why = exchange_problem(what, daemon, error);
+    const std::vector<failed_exchange> logged = failed_exchanges(log);
+    if (!logged.empty() && logged.back().status == why.status)
+        why.culprits.front().cause = logged.back().cause;
+    return why;
+}
+
+call_result exchange(const deed_words& words, const config_daemon& daemon, double timeout,
+                     const std::function<json()>& body)
+{
+    const log_watch log(UTM_APPCF_LOG);
+    call_result call = call_in_worker(maybe_done(words), timeout, body, {.daemons = {daemon}, .registry_lock = false});
+    if (call.value.is_null())
+        throw failure(config_problem(not_done(words), daemon, call.error, log.lines()));
+    return call;
+}
+
+json accepted(int32_t returned)
+{
+    return returned == 0 ? json(true) : json();
+}
+
+outcome change(const config_change& row, const request& asked)
+{
+    const deed_words words = {filled_in(row.subject, asked), filled_in(row.participle, asked)};
+    exchange(words, row.daemon, asked.timeout, [&] { return accepted(row.call(asked)); });
+    return {.result = asked_for(asked), .confirmations = {done(words)}};
+}
+
+table table_of(const json& list, std::span<const shown_member> members)
+{
+    table shown_list;
+    for (const shown_member& one : members)
+        shown_list.columns.push_back(one.shown);
+    for (const json& entry : list) {
+        auto& row = shown_list.rows.emplace_back();
+        for (const shown_member& one : members)
+            row.push_back(shown(entry[one.name]));
+    }
+    return shown_list;
+}
+
+outcome read(const config_reading& row, const request& asked)
+{
+    const deed_words words = {filled_in(row.subject, asked), "read"};
+    const json value = exchange(words, row.daemon, asked.timeout, [&] { return row.call(asked); }).value;
+    outcome told = {.result = value};
+    if (value.is_array())
+        told.rows = table_of(value, row.members);
+    else if (row.members.size() == 1)
+        told.lines = {shown(value[row.members.front().name])};
+    else
+        told.rows = table_of(json::array({value}), row.members);
+    return told;
+}

@@ -1,0 +1,19 @@
+#pragma once
+
+#include "tools/utmctl/command.h"
+#include "tools/utmctl/config_daemons.h"
+
+// Dumps into a file: what the library writes itself, through a shell, and what a daemon appends.
+
+struct dump_kind {
+    const char* subject;
+    const config_daemon& daemon;
+    int32_t (*call)(const char* path);
+};
+
+outcome dump(const dump_kind& kind, const request& asked);
+
+template <const dump_kind& kind> outcome dump(const request& asked)
+{
+    return dump(kind, asked);
+}

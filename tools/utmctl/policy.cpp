@@ -1,0 +1,130 @@
+#include "tools/utmctl/policy.h"
+
+#include "kqutm/app.h"
+#include "kqutm/cf.h"
+#include "kqutm/profile.h"
+
+#include "tools/utmctl/config_deed.h"
+#include "tools/utmctl/registry_view.h"
+#include "tools/utmctl/watched_call.h"
+
+#include <algorithm>
+
+namespace {
+
+const id_kind& other_kind(const policy_kind& kind)
+{
+    return kind_of(&kind == &cf_policies ? app_policies.word : cf_policies.word);
+}
+
+// The identifier that is in the second registry alone; 0 when there is none.
+int32_t added_id(const watched_call& call, const id_kind& kind)
+{
+    for (const uint32_t id : ids_of(call.after, kind.number)) {
+        if (!is_registered(call.before, kind.number, static_cast<int32_t>(id)))
+            return static_cast<int32_t>(id);
+    }
+    return 0;
+}
+
+// What a refused policy leaves in the registry, and how to mend it. The application policy's identifier stays; the
+// content-filter policy's takes that of an application policy with it.
+void tell_what_is_left(problem& why, const policy_kind& kind, int32_t id, const watched_call& call)
+{
+    const id_kind& own = kind_of(kind.word);
+    const id_kind& other = other_kind(kind);
+    const std::string remedy = remedy_for(why.status);
+    const std::string number = std::to_string(id);
+    if (is_registered(call.after, own.number, id)) {
+        why.what += " (in the registry)";
+        why.next = is_registered(call.after, other.number, id)
+                       ? remedy + ", then run the command again with another identifier"
+                       : remedy + ", then release it with 'utmctl registry release " + own.word + " " + number +
+                             "' and run the command again";
+    }
+    if (is_registered(call.before, other.number, id) && !is_registered(call.after, other.number, id)) {
+        why.what += " (" + named(other, id) + " is not in the registry any more)";
+        why.next =
+            remedy + ", then run the command again, and 'utmctl registry reserve " + other.word + " " + number + "'";
+    }
+}
+
+problem creation_problem(const policy_kind& kind, int32_t id, const watched_call& call, const std::string& what)
+{
+    if (const auto refusal = creation_refusal(call, what))
+        return *refusal;
+    problem why = config_problem(what, kind.daemon, call.error, call.log);
+    tell_what_is_left(why, kind, id, call);
+    return why;
+}
+
+// The policy that is bound to the profile.
+int32_t binding_of(const policy_kind& kind, const utm_id_registry& registry, int32_t profile)
+{
+    const auto& bindings = &kind == &cf_policies ? registry.cf_bindings : registry.app_bindings;
+    const auto* slot =
+        std::find(std::begin(registry.profiles), std::end(registry.profiles), static_cast<uint32_t>(profile));
+    return slot == std::end(registry.profiles) ? 0 : static_cast<int32_t>(bindings[slot - registry.profiles]);
+}
+
+} // namespace
+
+constinit const policy_kind cf_policies = {"cf-policy", config_daemons[UTM_CONFIG_TARGET_CF], utm_cf_policy_create,
+                                           utm_user_profile_add_cf_policy};
+constinit const policy_kind app_policies = {"app-policy", config_daemons[UTM_CONFIG_TARGET_APP],
+                                            [](int32_t id) { return utm_app_policy_create(static_cast<uint32_t>(id)); },
+                                            [](int32_t profile, int32_t policy) {
+                                                return utm_user_profile_add_app_policy(static_cast<uint32_t>(profile),
+                                                                                       static_cast<uint32_t>(policy));
+                                            }};
+
+void demand_registered(const utm_id_registry& registry, const id_kind& kind, int32_t id, const std::string& what)
+{
+    if (!is_registered(registry, kind.number, id))
+        throw failure(
+            {.status = exit_status::unknown_identifier,
+             .what = what,
+             .culprits = {{"the ID registry", "", "does not know " + named(kind, id) + ", and nothing was sent"}},
+             .next = "'utmctl registry show' tells what it holds"});
+}
+
+outcome create_policy(const policy_kind& kind, const request& asked)
+{
+    const id_kind& own = kind_of(kind.word);
+    const int32_t wanted = asked.has("ID") ? id_of(asked.one("ID")) : 0;
+    const deed_words words = {wanted == 0 ? std::string("the ") + own.name : named(own, wanted), "created"};
+    const watched_call call = call_watched(words, {kind.daemon}, asked.timeout, [&] { return kind.create(wanted); });
+    if (call.returned > 0)
+        return {.result = {{"id", call.returned}, {"registered", true}}, .lines = {std::to_string(call.returned)}};
+    const int32_t id = wanted != 0 ? wanted : added_id(call, own);
+    const problem why = creation_problem(kind, id, call, not_done(words));
+    return {.status = why.status,
+            .result = {{"id", id != 0 ? json(id) : json()}, {"registered", is_registered(call.after, own.number, id)}},
+            .problems = {why}};
+}
+
+// A registry that cannot be locked makes the library return success, with nothing bound and nothing sent.
+outcome bind_policy(const policy_kind& kind, const request& asked)
+{
+    const id_kind& own = kind_of(kind.word);
+    const int32_t profile = id_of(asked.one("ID"));
+    const int32_t policy = id_of(asked.one("POLICY"));
+    const deed_words words = {named(own, policy), "bound to profile " + std::to_string(profile)};
+    const utm_id_registry registry = read_registry(not_done(words), asked.timeout);
+    demand_registered(registry, kind_of("profile"), profile, not_done(words));
+    demand_registered(registry, own, policy, not_done(words));
+    const watched_call call =
+        call_watched(words, {kind.daemon}, asked.timeout, [&] { return kind.bind(profile, policy); });
+    const bool bound = binding_of(kind, call.after, profile) == policy;
+    outcome told = {.result = {{"id", profile}, {"policy", policy}, {"registered", bound}}};
+    if (call.returned == 0 && bound) {
+        told.confirmations = {done(words)};
+        return told;
+    }
+    const std::string what = not_done(words) + (bound ? " (bound in the registry)" : "");
+    told.problems = {failed_on_registry(call) || call.returned == 0
+                         ? registry_problem(what, "cannot be used", call.error)
+                         : config_problem(what, kind.daemon, call.error, call.log)};
+    told.status = told.problems.front().status;
+    return told;
+}
