@@ -4,6 +4,7 @@
 
 namespace {
 
+// Deliberate: to activate, reset and ignore every result but 0 is a refusal, to the others -1 alone.
 bool any_but_zero(int32_t result)
 {
     return result != 0;
@@ -96,8 +97,11 @@ UTM_API uint64_t utm_devid_get_latest_timestamp(void)
     if (devid.get() < 0)
         return 0;
     utm_devid_message reply;
-    if (receive_record(devid, reply, &utm_devid_message::latest_timestamp, uint64_t(0)) < 0)
+    ssize_t size = receive_record(devid, reply, &utm_devid_message::latest_timestamp, uint64_t(0));
+    if (size < 0)
         log_at_line(devid_engine, __func__, "recv fail\n");
+    if (size == static_cast<ssize_t>(sizeof reply))
+        errno = 0; // which alone tells a timestamp of 0 from a failure
     return reply.latest_timestamp;
 }
 

@@ -97,14 +97,16 @@ const void* address_of(const sockaddr* address)
     return nullptr;
 }
 
-// Whether ip is an address of the gateway itself, as text. False with errno 0 when it is not.
+// Whether ip is an address of the gateway itself, as text. Keeps errno, unless the addresses cannot be told.
 bool is_own_address(const char* ip)
 {
+    const int cause = errno;
     ifaddrs* first = nullptr;
     if (getifaddrs(&first) != 0)
         return false;
     std::unique_ptr<ifaddrs, free_interfaces> interfaces(first);
-    for (const ifaddrs* entry = first; entry != nullptr; entry = entry->ifa_next) {
+    bool found = false;
+    for (const ifaddrs* entry = first; entry != nullptr && !found; entry = entry->ifa_next) {
         const void* address = address_of(entry->ifa_addr);
         if (address == nullptr)
             continue;
@@ -112,11 +114,10 @@ bool is_own_address(const char* ip)
         if (inet_ntop(entry->ifa_addr->sa_family, address, text, sizeof text) == nullptr)
             return false;
         utm_log(UTM_DEVID_LOG, "remote_ip: %s, address: %s\n", ip, text);
-        if (strcmp(ip, text) == 0)
-            return true;
+        found = strcmp(ip, text) == 0;
     }
-    errno = 0;
-    return false;
+    errno = cause;
+    return found;
 }
 
 bool append_gateway(utm_device* list)

@@ -7,6 +7,7 @@
 #include <stdio.h>
 #include <string.h>
 #include <sys/socket.h>
+#include <sys/time.h>
 #include <unistd.h>
 
 #define MAX_RULES 4
@@ -111,8 +112,10 @@ static int answer_rules(int client, const struct rule_list* list)
 
 static void serve(int client)
 {
+    const struct timeval patience = {.tv_sec = 2}; /* for a silent client: the others wait until it is served */
     struct utm_ips_message request;
 
+    setsockopt(client, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
     if (recv(client, &request, sizeof request, MSG_WAITALL) != (ssize_t)sizeof request)
         return;
     struct utm_ips_message reply = {.code = request.code};

@@ -1,8 +1,9 @@
 /*
  * The anti-virus engine (AV): one daemon that listens at UTM_AV_SOCKET (kqutm/engines.h).
  *
- * How long they may block: each reply may take up to 10 s. There is no limit on connecting and sending: a daemon that
- * listens without accepting blocks a call for as long as its queue of connections is full.
+ * How long they may block: each reply may take up to 10 s, and so may each record of a list. A list as a whole has no
+ * limit, neither in time nor in memory: it is as long as the daemon makes it. There is no limit on connecting and
+ * sending: a daemon that listens without accepting blocks a call for as long as its queue of connections is full.
  *
  * Results: what the daemon answered, unchanged, where 0 is success; -1 also when the library refused an argument or no
  * answer came. errno tells them apart: EREMOTEIO when the daemon refused. A reply that comes short reads as -1.
@@ -53,7 +54,7 @@ UTM_API int32_t utm_av_cache_set_max_size(uint32_t limit);
  */
 UTM_API int32_t utm_av_set_whitelist(const char* entry, uint32_t operation);
 
-/* Reads the engine's status into out, unless the result is -1. A null out is refused with EINVAL. */
+/* Reads the status into out, unless the result is -1. A null out is refused with EINVAL, and nothing is sent. */
 UTM_API int32_t utm_av_show_status(struct utm_av_status* out);
 
 /*
@@ -62,7 +63,8 @@ UTM_API int32_t utm_av_show_status(struct utm_av_status* out);
  * cache in reverse. The caller releases each entry and the head with free().
  *
  * Return null when the daemon could not be asked or memory for the head is short. A stream that breaks off, or whose
- * next record takes more than 10 s, gives the entries received until then.
+ * next record takes more than 10 s, gives the entries received until then; so does memory that is too short for an
+ * entry, which ends the list. Such a list looks like a whole one: errno alone tells it (kqutm/common.h).
  */
 UTM_API struct utm_av_entry* utm_av_show_whitelist(void);
 UTM_API struct utm_av_entry* utm_av_show_cache(void);

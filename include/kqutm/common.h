@@ -14,11 +14,14 @@
  *       ETIMEDOUT   no answer in time
  *       ENODATA     the daemon ended the connection instead of answering
  *       EPROTO      a record that is too short, or none that belongs here
+ *       EINTR       a wait that has a time limit was ended by a signal, or by the end of a shell command that another
+ *                   thread of the process ran for a log; whether the daemon acted is not known
  *       other       the errno of the system call that failed
  *     A failed system call may give one of the numbers above as well: ENOENT where the daemon's socket or the
  *     library's installed file is missing, EEXIST and ENOSPC from System V. check_shm_utm_id tells whether an
  *     identifier is registered. ECONNREFUSED: nobody listens on the daemon's socket. On success errno means nothing,
- *     but for the lists of the engines: ETIMEDOUT, ENODATA, EPROTO, ECONNRESET or ENOMEM tells that a list broke off.
+ *     with two exceptions. For the lists of the engines, ETIMEDOUT, ENODATA, EPROTO, EINTR, ECONNRESET or ENOMEM tells
+ *     that a list is not whole. For utm_devid_get_latest_timestamp, 0 tells that a timestamp of 0 is the daemon's.
  *   - Records and lists that a function returns are the caller's, who releases them as the function tells.
  *   - Meanings that a daemon defines are named as such; the library passes those values through unread.
  *   - No function raises SIGPIPE, and every descriptor is close-on-exec.

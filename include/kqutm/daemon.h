@@ -4,11 +4,14 @@
  *
  * The rules of the road
  *   - One connection carries one exchange: the client connects, writes one record of fixed size, and reads one record
- *     of fixed size, or several of them for a list; then it closes.
+ *     of fixed size, or several of them for a list; then it closes. One exception: utm_ir_flush with mode 0 sends code
+ *     11 and, once that was accepted, code 15 on the same connection. An IR daemon keeps the connection open until the
+ *     client closes it.
  *   - Numbers are in the byte order of the machine. There is no header, length, magic or checksum.
  *   - A request's code decides which fields of its body count. The library sends all others as zero; a daemon must not
  *     depend on that.
- *   - Texts end in a zero byte inside their field.
+ *   - Texts end in a zero byte inside their field, unless told otherwise beside their code or record, here or in
+ *     kqutm/engines.h.
  */
 #ifndef KQUTM_DAEMON_H
 #define KQUTM_DAEMON_H

@@ -2,7 +2,8 @@
  * The device-identification engine (devid): one daemon that listens at UTM_DEVID_SOCKET (kqutm/engines.h) and keeps the
  * table of the devices on the home network.
  *
- * How long they may block: connecting, sending, and each reply take up to 3 s each.
+ * How long they may block: connecting, sending, and each reply take up to 3 s each, and so does each record of a list.
+ * A list as a whole has no limit, neither in time nor in memory: it is as long as the daemon makes it.
  *
  * Results: what the daemon answered, unchanged; -1 also when the library refused an argument or no answer came. errno
  * tells them apart: EREMOTEIO when the daemon refused. A reply that comes short reads as -1. Which answers mean a
@@ -58,7 +59,8 @@ UTM_BEGIN_DECLARATIONS
  * devices; the caller releases it with utm_devid_free_device_list. A device for which memory is short is left out.
  *
  * Returns null when there are no devices (errno 0; ENOMEM when they were all left out), and on failure. A stream that
- * breaks off, or whose next record takes more than 3 s, gives the devices received until then, or null.
+ * breaks off, or whose next record takes more than 3 s, gives the devices received until then, or null. A list that
+ * lacks devices looks like a whole one: errno alone tells it (kqutm/common.h).
  *
  * When the daemon ends the list without a device for an IP address that is one of the gateway's own, that query returns
  * one record that stands for the gateway: name "HomeGW", type "Gateway", kind UTM_DEVICE_KIND_GATEWAY, the rest zero.
@@ -91,7 +93,8 @@ UTM_API int32_t utm_devid_flush_cache_list(void);
 
 /*
  * Returns the time of the latest change to the device table, in the daemon's own unit, or 0 on failure. The daemon's
- * result is not looked at; a reply that comes short is a failure. errno is EREMOTEIO when the daemon itself answered 0.
+ * result is not looked at; a reply that comes short is a failure. Whenever a whole reply came errno is 0, also when the
+ * timestamp is 0; after a failure it is not.
  */
 UTM_API uint64_t utm_devid_get_latest_timestamp(void);
 

@@ -150,8 +150,9 @@ UTM_BEGIN_DECLARATIONS
 
 /*
  * For the daemons: open the listening socket of the engine at its path, with a backlog of 3 and mode 0777, in place of
- * whatever file is there. Return a close-on-exec descriptor, or -1; then a bound path is left behind by nobody. Those
- * of IPS and device identification write a failure to the log of their family. The IR daemon opens its own.
+ * whatever file is there. Return a close-on-exec descriptor, or -1: then no socket is left at the path, and the file
+ * that was there before is gone. Those of IPS and device identification write a failure to the log of their family. The
+ * IR daemon opens its own socket, and must itself let others connect to it, with a mode such as 0777.
  */
 UTM_API int ips_create_server_socket(void);
 UTM_API int create_server_socket(void); /* device identification */

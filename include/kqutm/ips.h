@@ -1,13 +1,15 @@
 /*
  * The intrusion-prevention engine (IPS): one daemon that listens at UTM_IPS_SOCKET (kqutm/engines.h).
  *
- * How long they may block: each reply may take up to 10 s. There is no limit on connecting and sending: a daemon that
- * listens without accepting blocks a call for as long as its queue of connections is full.
+ * How long they may block: each reply may take up to 10 s, and so may each record of a list. A list as a whole has no
+ * limit, neither in time nor in memory: it is as long as the daemon makes it. There is no limit on connecting and
+ * sending: a daemon that listens without accepting blocks a call for as long as its queue of connections is full.
  *
  * Results: what the daemon answered, unchanged, where 0 is success; -1 also when the library refused an argument or no
  * answer came. errno tells them apart: EREMOTEIO when the daemon refused. A reply that comes short reads as -1.
  *
- * Failures are written to UTM_IPS_LOG.
+ * Failures are written to UTM_IPS_LOG, but for one: a list entry that memory is too short for prints "malloc show queue
+ * node fail" on standard output, through stdio.
  */
 #ifndef KQUTM_IPS_H
 #define KQUTM_IPS_H
@@ -68,10 +70,12 @@ UTM_API int32_t utm_ips_set_blacklist(const char* rule, uint32_t action);
  * the head with free().
  *
  * Returns null when the daemon could not be asked or memory for the head is short. A stream that breaks off, or whose
- * next record takes more than 10 s, gives the entries received until then.
+ * next record takes more than 10 s, gives the entries received until then; so does memory that is too short for an
+ * entry, which ends the list. Such a list looks like a whole one: errno alone tells it (kqutm/common.h).
  *
- * Every list leaves a line in UTM_IPS_LOG: "without white list" when it ended in the usual way, "Reach maximum
- * customizelist rule number" when the daemon's limit of rules is reached.
+ * A list leaves a line in UTM_IPS_LOG: "Reach maximum customizelist rule number" when the daemon's limit of rules is
+ * reached, "recv fail" when receiving failed, and "without white list" when it ended in any other way: the usual one, a
+ * record that comes short, and the end of the connection. One that memory ends leaves none.
  */
 UTM_API struct utm_ips_rule* utm_ips_show_customizelist(void);
 

@@ -1,13 +1,16 @@
 /*
  * The IR threat database: one daemon that listens at UTM_IR_SOCKET (kqutm/engines.h), a sequenced-packet socket.
  *
- * How long they may block: without a limit, as long as the daemon takes.
+ * How long they may block: without a limit, as long as the daemon takes. A list has no limit in memory either: it is as
+ * long as the daemon makes it.
  *
  * Results: 0 when the daemon accepted, -1 otherwise; errno tells a refusal (EREMOTEIO) from the rest. The two switches
  * tell more: see utm_ir_activate. A reply that comes short is a refusal with EPROTO.
  *
- * Descriptor 0 counts as a failed connection, with EBADF: a program that has closed its standard input can not reach
- * the daemon, and the connection that got descriptor 0 stays open.
+ * Descriptor 0 counts as a failed connection, with EBADF: in a program that has closed its standard input, the first
+ * operation fails so. Its connection stays open as descriptor 0; the operations after it get others, and succeed,
+ * unless the daemon serves one client at a time and waits for the first: then they wait as well. Keep standard input
+ * open.
  *
  * Nothing is written to a log. Failures print a line on standard output, through stdio: "open domain socket failed",
  * "connect failed", "send failed", "recv failed" and "malloc failed".
@@ -74,7 +77,8 @@ UTM_API int32_t utm_ir_reset(void);
  * each entry and the head with free().
  *
  * Return null when the daemon could not be asked or memory for the head is short. A stream that breaks off gives the
- * entries received until then.
+ * entries received until then; so does memory that is too short for an entry, which ends the list and prints nothing.
+ * Such a list looks like a whole one: errno alone tells it (kqutm/common.h).
  */
 UTM_API struct utm_ir_entry* utm_ir_db_get_whitelist(void);
 UTM_API struct utm_ir_entry* utm_ir_db_get_blacklist(void);

@@ -58,6 +58,7 @@ protected:
 INSTANTIATE_TEST_SUITE_P(clients, connect_to, testing::ValuesIn(clients),
                          [](const auto& test) { return std::string(test.param.name); });
 
+// Deliberate: device identification limits requests and replies to 3 s, IPS replies alone, to 10 s.
 TEST_P(connect_to, gives_a_connection_with_its_time_limits)
 {
     deaf_daemon daemon(client_.path);

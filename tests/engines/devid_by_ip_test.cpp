@@ -144,6 +144,16 @@ TEST_F(gateway_fallback, gateway_that_cannot_be_allocated)
     EXPECT_EQ(devid_log(), compared("127.0.0.1", "127.0.0.1") + line_of(query, "malloc fail"));
 }
 
+TEST_F(gateway_fallback, follows_devices_that_were_all_left_out)
+{
+    engine_daemon daemon(devid_path, records{device("lamp"), end_marker()});
+    wrap::plan plan;
+    plan.fail("malloc", 2, ENOMEM);
+    expect_gateway(devices(utm_devid_get_device_list_by_ip("127.0.0.1")));
+    EXPECT_EQ(errno, ENOMEM);
+    EXPECT_EQ(devid_log(), compared("127.0.0.1", "127.0.0.1"));
+}
+
 TEST(by_ip, known_device_needs_no_fallback)
 {
     engine_daemon daemon(devid_path, records{device("lamp"), devid_reply(-1)});

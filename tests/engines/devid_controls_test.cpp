@@ -65,6 +65,7 @@ TEST_P(devid_control, is_one_exchange)
     EXPECT_FALSE(exists("/tmp/utm_log"));
 }
 
+// Deliberate: to activate, reset and ignore every result but 0 is a refusal, to the others -1 alone.
 TEST_P(devid_control, hands_every_result_back_and_logs_what_counts_as_failed)
 {
     std::string log;
@@ -268,6 +269,17 @@ TEST(devid_timestamp, does_not_depend_on_the_result)
     for (int32_t result : {0, -1, 1}) {
         engine_daemon daemon(devid_path, records{reply_with_timestamp(result)});
         EXPECT_EQ(utm_devid_get_latest_timestamp(), 0x0123456789abcdefULL);
+    }
+    EXPECT_FALSE(exists("/tmp/utm_log"));
+}
+
+TEST(devid_timestamp, of_a_whole_reply_leaves_errno_0)
+{
+    for (const sim::bytes& reply : {sim::bytes(392), reply_with_timestamp(-1)}) {
+        engine_daemon daemon(devid_path, records{reply});
+        errno = EIO;
+        EXPECT_EQ(utm_devid_get_latest_timestamp() == 0, reply == sim::bytes(392));
+        EXPECT_EQ(errno, 0);
     }
     EXPECT_FALSE(exists("/tmp/utm_log"));
 }

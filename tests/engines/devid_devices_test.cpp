@@ -146,6 +146,17 @@ TEST_P(device_query, device_that_cannot_be_allocated_is_left_out)
     EXPECT_FALSE(exists("/tmp/utm_log"));
 }
 
+TEST_P(device_query, without_memory_for_any_device_is_null)
+{
+    engine_daemon daemon(devid_path, records{device("a"), device("b"), end_marker()});
+    wrap::plan plan;
+    plan.fail("malloc", 2, ENOMEM);
+    plan.fail("malloc", 3, ENOMEM);
+    EXPECT_EQ(ask(), nullptr);
+    EXPECT_EQ(errno, ENOMEM);
+    EXPECT_EQ(plan.count("malloc"), 3);
+}
+
 // Deliberate: an empty list is returned as null.
 TEST(device_list, end_marker_alone_is_null)
 {
@@ -156,16 +167,6 @@ TEST(device_list, end_marker_alone_is_null)
     EXPECT_EQ(errno, 0);
     EXPECT_EQ(plan.count("free"), 1);
     EXPECT_FALSE(exists("/tmp/utm_log"));
-}
-
-TEST(device_list, without_memory_for_any_device_is_null)
-{
-    engine_daemon daemon(devid_path, records{device("a"), device("b"), end_marker()});
-    wrap::plan plan;
-    plan.fail("malloc", 2, ENOMEM);
-    plan.fail("malloc", 3, ENOMEM);
-    EXPECT_EQ(utm_devid_get_device_list(), nullptr);
-    EXPECT_EQ(errno, ENOMEM);
 }
 
 TEST(device_list, of_any_length_stands_in_order)

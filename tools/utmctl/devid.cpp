@@ -96,14 +96,14 @@ outcome list_devices(const request& asked)
     return fetch_list(devices, query, asked.timeout, asked.has("--raw"));
 }
 
-// A timestamp of 0 is a failure, unless a whole answer came, which the library leaves to errno to tell.
+// A timestamp of 0 is a failure, unless errno is 0: a whole answer came.
 outcome show_timestamp(const request& asked)
 {
     const std::string what = "the time of the latest change was not read";
     const call_result call = call_in_worker(what, asked.timeout, [] { return json(utm_devid_get_latest_timestamp()); },
                                             {.daemons = {devid}, .registry_lock = false});
     const uint64_t timestamp = call.value;
-    if (timestamp == 0 && call.error != EREMOTEIO)
+    if (timestamp == 0 && call.error != 0)
         throw failure(exchange_problem(what, devid, call.error));
     return {.result = {{"timestamp", timestamp}}, .lines = {std::to_string(timestamp)}};
 }

@@ -9,6 +9,7 @@ bool broke_off(int error)
     case ETIMEDOUT:
     case ENODATA:
     case EPROTO:
+    case EINTR:
     case ECONNRESET:
     case ENOMEM:
         return true;
