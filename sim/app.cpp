@@ -38,100 +38,81 @@ public:
     template <int32_t app_limits::*limit, int32_t limits_body::*argument>
     config_status set_limit(const app_event& event, config_answer&)
     {
-        app_profile* profile = profile_of_limits(event);
-        if (profile == nullptr)
-            return profile_unknown;
-        profile->limits.*limit = event.body.limits.*argument;
-        return done;
+        return at_limits(event, [&](app_limits& limits) { limits.*limit = event.body.limits.*argument; });
     }
 
     template <int32_t app_limits::*limit, uint32_t response::*place>
     config_status get_limit(const app_event& event, config_answer& answer)
     {
-        const app_profile* profile = profile_of_limits(event);
-        if (profile == nullptr)
-            return profile_unknown;
-        answer.last.*place = static_cast<uint32_t>(profile->limits.*limit);
-        return done;
+        return at_limits(event,
+                         [&](const app_limits& limits) { answer.last.*place = static_cast<uint32_t>(limits.*limit); });
     }
 
     config_status set_weekday_limit(const app_event& event, config_answer&)
     {
-        app_profile* profile = profile_of_limits(event);
-        if (profile == nullptr)
-            return profile_unknown;
         const auto weekday = static_cast<int32_t>(event.body.limits.weekday_or_query);
-        std::vector<weekday_limit>& limits = profile->limits.weekday_limits;
-        auto found = std::ranges::find(limits, weekday, &weekday_limit::weekday);
-        if (found == limits.end())
-            found = limits.insert(found, {.weekday = weekday});
-        found->limit = event.body.limits.limit;
-        return done;
+        return at_limits(event, [&](app_limits& limits) {
+            std::vector<weekday_limit>& known = limits.weekday_limits;
+            auto found = std::ranges::find(known, weekday, &weekday_limit::weekday);
+            if (found == known.end())
+                found = known.insert(found, {.weekday = weekday});
+            found->limit = event.body.limits.limit;
+        });
     }
 
     config_status get_weekday_limits(const app_event& event, config_answer& answer)
     {
-        const app_profile* profile = profile_of_limits(event);
-        if (profile == nullptr)
-            return profile_unknown;
-        for (const weekday_limit& limit : profile->limits.weekday_limits)
-            answer.entries.push_back(entry_of(limit));
-        return done;
+        return at_limits(event, [&](const app_limits& limits) {
+            for (const weekday_limit& limit : limits.weekday_limits)
+                answer.entries.push_back(entry_of(limit));
+        });
     }
 
     config_status reset_extension(const app_event& event, config_answer&)
     {
-        app_profile* profile = profile_of_limits(event);
-        if (profile == nullptr)
-            return profile_unknown;
-        profile->limits.extension = 0;
-        return done;
+        return at_limits(event, [](app_limits& limits) { limits.extension = 0; });
     }
 
     config_status get_usage(const app_event& event, config_answer& answer)
     {
-        const app_profile* profile = profile_of_limits(event);
-        if (profile == nullptr)
-            return profile_unknown;
-        const uint32_t figures[] = {profile->usage.today, profile->usage.week, profile->usage.month};
-        std::ranges::copy(figures, answer.last.usage);
-        return done;
+        return at_profile(id_of(event), [&](const app_profile& profile) {
+            const uint32_t figures[] = {profile.usage.today, profile.usage.week, profile.usage.month};
+            std::ranges::copy(figures, answer.last.usage);
+            return done;
+        });
     }
 
     // The query names one application, or with 0 all of them.
     template <auto list> config_status get_usage_list(const app_event& event, config_answer& answer)
     {
-        const app_profile* profile = profile_of_limits(event);
-        if (profile == nullptr)
-            return profile_unknown;
         const uint32_t app = event.body.limits.weekday_or_query;
-        for (const auto& used : profile->usage.*list) {
-            if (app == 0 || used.app == app)
-                answer.entries.push_back(entry_of(used));
-        }
-        return done;
+        return at_profile(id_of(event), [&](const app_profile& profile) {
+            for (const auto& used : profile.usage.*list) {
+                if (app == 0 || used.app == app)
+                    answer.entries.push_back(entry_of(used));
+            }
+            return done;
+        });
     }
 
     config_status add_entries(const app_event& event, config_answer&)
     {
-        const auto& [id, count, entries] = event.body.policy;
-        app_policy* policy = state_.policies.find(static_cast<int32_t>(id));
-        if (policy == nullptr)
-            return policy_unknown;
-        if (count == 0 || count > UTM_APP_ENTRIES_PER_RECORD)
-            return number_refused;
-        for (uint32_t entry = 0; entry < count; entry++)
-            policy->entries.push_back({std::to_array(entries[entry])});
-        return done;
+        const uint32_t count = event.body.policy.count;
+        return at_policy(static_cast<int32_t>(event.body.policy.id), [&](app_policy& policy) {
+            if (count == 0 || count > UTM_APP_ENTRIES_PER_RECORD)
+                return number_refused;
+            for (uint32_t entry = 0; entry < count; entry++)
+                policy.entries.push_back({std::to_array(event.body.policy.entries[entry])});
+            return done;
+        });
     }
 
     config_status reset_entries(const app_event& event, config_answer&)
     {
-        app_policy* policy = state_.policies.find(static_cast<int32_t>(event.body.policy.id));
-        if (policy == nullptr)
-            return policy_unknown;
-        policy->entries.clear();
-        return done;
+        return at_policy(static_cast<int32_t>(event.body.policy.id), [](app_policy& policy) {
+            policy.entries.clear();
+            return done;
+        });
     }
 
     config_status update_signature(const app_event& event, config_answer&)
@@ -167,9 +148,14 @@ public:
     }
 
 private:
-    app_profile* profile_of_limits(const app_event& event)
+    static int32_t id_of(const app_event& event) { return static_cast<int32_t>(event.body.limits.profile); }
+
+    template <class Act> config_status at_limits(const app_event& event, const Act& act)
     {
-        return state_.profiles.find(static_cast<int32_t>(event.body.limits.profile));
+        return at_profile(id_of(event), [&](app_profile& profile) {
+            act(profile.limits);
+            return done;
+        });
     }
 };
 

@@ -129,27 +129,24 @@ public:
 
     template <text_list cf_policy::*list> config_status add_text(const cf_event& event, config_answer&)
     {
-        cf_policy* policy = state_.policies.find(event.body.policy_text.id);
-        if (policy == nullptr)
-            return policy_unknown;
-        return (policy->*list).add(text_of(event.body.policy_text.text)) ? done : text_exists;
+        return at_policy(event.body.policy_text.id, [&](cf_policy& policy) {
+            return (policy.*list).add(text_of(event.body.policy_text.text)) ? done : text_exists;
+        });
     }
 
     template <text_list cf_policy::*list> config_status delete_text(const cf_event& event, config_answer&)
     {
-        cf_policy* policy = state_.policies.find(event.body.policy_text.id);
-        if (policy == nullptr)
-            return policy_unknown;
-        return (policy->*list).remove(text_of(event.body.policy_text.text)) ? done : text_unknown;
+        return at_policy(event.body.policy_text.id, [&](cf_policy& policy) {
+            return (policy.*list).remove(text_of(event.body.policy_text.text)) ? done : text_unknown;
+        });
     }
 
     config_status set_block(const cf_event& event, config_answer&)
     {
-        cf_policy* policy = state_.policies.find(event.body.policy.id);
-        if (policy == nullptr)
-            return policy_unknown;
-        policy->block = {std::to_array(event.body.policy.block)};
-        return done;
+        return at_policy(event.body.policy.id, [&](cf_policy& policy) {
+            policy.block = {std::to_array(event.body.policy.block)};
+            return done;
+        });
     }
 
     config_status flush_all(const cf_event& event, config_answer&) { return flush(state_, event.body.value); }
@@ -157,11 +154,10 @@ public:
     // Policy 0 stands for every policy.
     config_status flush_policy(const cf_event& event, config_answer&)
     {
-        const auto [id, type] = event.body.flush;
-        if (id != 0) {
-            cf_policy* policy = state_.policies.find(id);
-            return policy != nullptr ? flush(*policy, type) : policy_unknown;
-        }
+        const int32_t id = event.body.flush.policy;
+        const int32_t type = event.body.flush.type;
+        if (id != 0)
+            return at_policy(id, [&](cf_policy& policy) { return flush(policy, type); });
         cf_policy untouched;
         config_status status = flush(untouched, type);
         for (auto& [each, policy] : state_.policies.entries())
@@ -171,12 +167,11 @@ public:
 
     config_status get_browsed_domains(const cf_event& event, config_answer& answer)
     {
-        const cf_profile* profile = state_.profiles.find(event.body.profile.id);
-        if (profile == nullptr)
-            return profile_unknown;
-        for (const browsed_domain& browsed : profile->browsed_domains)
-            answer.entries.push_back(entry_of(browsed));
-        return done;
+        return at_profile(event.body.profile.id, [&](const cf_profile& profile) {
+            for (const browsed_domain& browsed : profile.browsed_domains)
+                answer.entries.push_back(entry_of(browsed));
+            return done;
+        });
     }
 };
 

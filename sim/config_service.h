@@ -72,31 +72,35 @@ public:
     config_status delete_profile(const Event& event, config_answer&)
     {
         const int32_t id = profile_of(event).id;
-        auto* profile = state_.profiles.find(id);
-        if (profile == nullptr)
-            return profile_unknown;
-        self().profile_deleted(*profile);
-        state_.profiles.erase(id);
-        return done;
+        return at_profile(id, [&](const auto& profile) {
+            self().profile_deleted(profile);
+            state_.profiles.erase(id);
+            return done;
+        });
     }
 
     config_status add_device(const Event& event, config_answer&)
     {
-        auto* profile = state_.profiles.find(profile_of(event).id);
-        if (profile == nullptr)
-            return profile_unknown;
-        return profile->devices.add(profile_of(event).mac) ? done : device_exists;
+        const profile_argument named = profile_of(event);
+        return at_profile(named.id,
+                          [&](auto& profile) { return profile.devices.add(named.mac) ? done : device_exists; });
     }
 
     config_status delete_device(const Event& event, config_answer&)
     {
-        auto* profile = state_.profiles.find(profile_of(event).id);
-        if (profile == nullptr)
-            return profile_unknown;
-        return profile->devices.remove(profile_of(event).mac) ? done : device_unknown;
+        const profile_argument named = profile_of(event);
+        return at_profile(named.id,
+                          [&](auto& profile) { return profile.devices.remove(named.mac) ? done : device_unknown; });
     }
 
 protected:
+    // What act makes of the profile, where there is one.
+    template <class Act> config_status at_profile(int32_t id, const Act& act)
+    {
+        auto* profile = state_.profiles.find(id);
+        return profile != nullptr ? act(*profile) : profile_unknown;
+    }
+
     Service& self() { return static_cast<Service&>(*this); }
 
     State state_;

@@ -16,14 +16,13 @@ public:
 
     config_status bind_policy(const Event& event, config_answer&)
     {
-        auto* profile = state_.profiles.find(static_cast<int32_t>(event.body.binding.profile));
-        const auto policy = static_cast<int32_t>(event.body.binding.policy);
-        if (profile == nullptr)
-            return profile_unknown;
-        if (state_.policies.find(policy) == nullptr)
-            return policy_unknown;
-        profile->policy = policy;
-        return done;
+        const auto id = static_cast<int32_t>(event.body.binding.policy);
+        return this->at_profile(static_cast<int32_t>(event.body.binding.profile), [&](auto& profile) {
+            return at_policy(id, [&](const auto&) {
+                profile.policy = id;
+                return done;
+            });
+        });
     }
 
     template <auto number> config_status set_number(const Event& event, config_answer&)
@@ -51,6 +50,13 @@ public:
     }
 
 protected:
+    // What act makes of the policy, where there is one.
+    template <class Act> config_status at_policy(int32_t id, const Act& act)
+    {
+        auto* policy = state_.policies.find(id);
+        return policy != nullptr ? act(*policy) : policy_unknown;
+    }
+
     using config_service<Service, Event, State>::state_;
 };
 
