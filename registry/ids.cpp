@@ -38,16 +38,17 @@ uint32_t id_from_clock(id_table& table)
     return now;
 }
 
-int reserve(id_table& table, uint32_t requested)
+int reserve(id_table& table, uint32_t& id)
 {
-    if (requested != 0 && find_slot(table, requested) != nullptr)
+    if (id != 0 && find_slot(table, id) != nullptr)
         return fail(EEXIST);
-    uint32_t id = requested != 0 ? requested : id_from_clock(table);
+    if (id == 0)
+        id = id_from_clock(table);
     uint32_t* slot = find_slot(table, 0);
     if (slot == nullptr)
         return fail(ENOSPC);
     *slot = id;
-    return static_cast<int>(id);
+    return 0;
 }
 
 const char* not_found_text(uint32_t kind)
@@ -70,7 +71,7 @@ uint32_t* find_slot(id_table& table, uint32_t value)
     return slot == std::end(table) ? nullptr : slot;
 }
 
-UTM_API int get_unique_id(uint32_t id, uint32_t kind)
+int reserve_unique_id(uint32_t& id, uint32_t kind)
 {
     registry_guard registry;
     if (!registry.locked())
@@ -79,6 +80,11 @@ UTM_API int get_unique_id(uint32_t id, uint32_t kind)
     if (ids == nullptr)
         return -1;
     return reserve(table_of(*ids, kind), id);
+}
+
+UTM_API int get_unique_id(uint32_t id, uint32_t kind)
+{
+    return reserve_unique_id(id, kind) == 0 ? static_cast<int>(id) : -1;
 }
 
 UTM_API int check_shm_utm_id(uint32_t id, uint32_t kind)

@@ -7,12 +7,13 @@ int32_t reserve_id(uint32_t requested, uint32_t kind, const char* text, const ch
 {
     if (init_utm_id_shm() == -1)
         return -1;
-    const int32_t reserved = get_unique_id(requested, kind);
-    if (reserved > 0)
-        return reserved;
-    // A negative identifier has been reserved, but reads as a failure.
-    if (reserved < 0 && reserved == static_cast<int32_t>(requested))
+    uint32_t id = requested;
+    if (reserve_unique_id(id, kind) == 0) {
+        if (static_cast<int32_t>(id) > 0)
+            return static_cast<int32_t>(id);
+        // A negative identifier has been reserved, but reads as a failure.
         errno = EINVAL;
+    }
     utm_log(UTM_APPCF_LOG, text, operation);
     return -1;
 }

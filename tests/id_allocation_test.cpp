@@ -1,8 +1,8 @@
-#include "kqutm/registry.h"
+#include "kqutm/app.h"
+#include "kqutm/cf.h"
+#include "kqutm/profile.h"
 
-#include "tests/sandbox/files.h"
-#include "tests/sandbox/id_tables.h"
-#include "tests/wrap/wrap.h"
+#include "tests/sandbox/rules.h"
 
 #include <cerrno>
 #include <ctime>
@@ -180,6 +180,35 @@ TEST(get_unique_id, failed_unlocking_does_not_count)
     EXPECT_EQ(plan.count("semop"), 2);
     EXPECT_EQ(slot(profiles), 5U);
     EXPECT_FALSE(exists("/tmp/utm_log"));
+}
+
+struct creation {
+    int32_t (*run)();
+    size_t table;
+};
+
+constexpr creation creations_of_minus_1[] = {
+    {[] { return utm_user_profile_create(-1); }, profiles},
+    {[] { return utm_cf_policy_create(-1); }, cf_policies},
+    {[] { return utm_app_policy_create(0xffffffff); }, app_policies},
+};
+
+// The identifier that reads as a failure, even where it was reserved.
+TEST(create_of_minus_1, keeps_the_cause_of_its_failure)
+{
+    config_daemons daemons;
+    register_ids({});
+    for (const auto& [run, table] : creations_of_minus_1) {
+        expect_failure(run(), EINVAL);
+        EXPECT_EQ(slot(table), 0xffffffff);
+        expect_failure(run(), EEXIST);
+        fill(table);
+        expect_failure(run(), ENOSPC);
+        wrap::plan plan;
+        plan.fail("semop", wrap::every, EACCES);
+        expect_failure(run(), EACCES);
+    }
+    EXPECT_EQ(daemons.told(), paths{});
 }
 
 } // namespace
