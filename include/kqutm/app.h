@@ -10,6 +10,9 @@
  * accepting blocks a call for as long as its queue of connections is full. Operations that look into the registry also
  * wait for its lock, which has no limit of its own; none of them holds it while it talks to the daemon.
  *
+ * What stays allocated: an operation that asks and fails after its request was written leaves the answer (832 bytes)
+ * and what it has collected of a list; nobody can release that.
+ *
  * Failures are written to UTM_APPCF_LOG. The application daemon defines what the entries, switches, intervals and
  * status values mean; they are passed on unread.
  */
@@ -35,6 +38,8 @@ UTM_BEGIN_DECLARATIONS
  * Returns the identifier, or -1. When the daemon refuses, the identifier stays in the registry, and asking for the same
  * one again fails: release it with reset_utm_id_shm. errno: EEXIST or ENOSPC where the registry refuses the identifier,
  * or the cause of the failed exchange. An id of 2^31 or more is reserved and then refused with EINVAL; it stays too.
+ *
+ * List entries that a daemon sends with its answer stay allocated, 24 bytes each, and nobody can release them.
  */
 UTM_API int32_t utm_app_policy_create(uint32_t id);
 

@@ -129,8 +129,9 @@ UTM_API int32_t utm_notify_debug(int on);
  * that always fits with its zero byte. Blocks until the command ends.
  *
  * A buffer of up to 128 bytes gets the first line alone, and no more than 127 characters of it. A larger one gets line
- * after line (or piece after piece of 127 characters of a longer line) until it is full; the rest is discarded. When
- * strip_newline is not 0, one newline at the end of the text is removed.
+ * after line (or piece after piece of 127 characters of a longer line). The line read when fewer than 128 bytes are
+ * left is the last, cut where the buffer ends; the rest is discarded. When strip_newline is not 0, one newline at the
+ * end of the text is removed.
  *
  * Nothing is reported. out stays as it is when command or out is null, out_size is below 1, or no process can be
  * started; a command that prints nothing leaves an empty text. command is run as it is: never build it from what comes

@@ -11,6 +11,11 @@
  * lock, which has no limit of its own, in creating, deleting, binding, changing devices, the mapping and the flush:
  * utm_user_profile_delete holds the lock across its three exchanges.
  *
+ * What stays allocated: a reading that fails after its request was written leaves the answer (832 bytes) and what it
+ * has collected of a list; nobody can release that. A reading of values that succeeds, and
+ * utm_user_profile_reset_extended, leave the list that came with the answer: 24 bytes, and 24 more for each entry the
+ * daemon sent.
+ *
  * Failures are written to UTM_APPCF_LOG. Nothing that a daemon accepted is taken back when another one refuses.
  */
 #ifndef KQUTM_PROFILE_H
@@ -108,7 +113,10 @@ struct utm_profile_mapping {
  */
 UTM_API struct utm_profile_mapping* dump_utm_profile_mapping(void);
 
-/* Returns a node with both identifiers 0 and its links unset; null, with a line on standard output, without memory. */
+/*
+ * Returns a node with both identifiers 0 and its links unset; null, with a line on standard output, without memory. The
+ * caller releases it with free(), or links it into a mapping.
+ */
 UTM_API struct utm_profile_mapping* create_profile_mapping_node(void);
 
 /* Releases every node of a mapping and its head; null is accepted. */
@@ -122,8 +130,10 @@ UTM_API void utm_free_profile_mapping_list(struct utm_profile_mapping* head);
  * Returns 0, or -1 at the first of these that fails: what was done stays done, the rest is left out, and so is the
  * removal of the files. A profile that a daemon refuses to delete is no failure.
  *
- * Blocks for as long as its operations together: three exchanges for each profile, and four; up to 10 s for a command
- * that the content-filter daemon has not taken (kqutm/cf.h).
+ * Blocks for as long as its operations together: three exchanges for each profile, and four; and up to 10 s for an
+ * earlier command that the content-filter daemon has not taken (kqutm/cf.h). That can be 20 s: where the category
+ * engine is on and the filter's marker is missing, the filter is first commanded on and then off. To that come the
+ * waits for the registry lock and for the lock of the command file, which have no limit.
  */
 UTM_API int32_t utm_user_profile_cf_app_policy_reset(void);
 
@@ -188,8 +198,8 @@ UTM_API void utm_user_profile_free_app_usage_prev_days_list(struct utm_app_usage
  * argument of the two usage lists, and what the three usage figures are.
  *
  * The functions that set return 0 when the daemon accepted, -1 otherwise. Those that get a value return 0, or -1: then
- * the outputs are as they were. Nothing is sent when an output is null (errno EINVAL). Each reading, and
- * utm_user_profile_reset_extended, leaves a block of 24 bytes allocated that nobody can release.
+ * the outputs are as they were. Nothing is sent when an output is null (errno EINVAL). What a reading leaves allocated
+ * is told at the top.
  */
 UTM_API int32_t utm_user_profile_set_daily_limit_enable(uint32_t profile, int32_t enable);
 UTM_API int32_t utm_user_profile_get_daily_limit_enable(uint32_t profile, uint32_t* enable);
