@@ -110,8 +110,10 @@ TEST_P(dumps, holds_the_lock_during_the_commands_for_the_registry)
         plan.before("system", command, [] { EXPECT_EQ(semaphore_value(), 1); });
     for (int command = first; command < first + 6; command++)
         plan.before("system", command, [] { EXPECT_EQ(semaphore_value(), 0); });
+    plan.before("shmdt", 1, [] { EXPECT_EQ(semaphore_value(), 0); });
     plan.before("system", first + 6, [] { EXPECT_EQ(semaphore_value(), 1); });
     EXPECT_EQ(dump.run(dump_path), 0);
+    EXPECT_EQ(plan.count("shmdt"), 1);
     EXPECT_EQ(plan.count("system"), first + 6);
     EXPECT_EQ(plan.calls("unlink"), std::vector<std::string>{"unlink(/tmp/dump)"});
 }
@@ -175,6 +177,16 @@ TEST_P(dumps, absence_leaves_no_line_of_its_own)
     impatient caller;
     expect_failure(dump.run(dump_path), ENOENT);
     EXPECT_EQ(appcf_log(), unreachable());
+}
+
+TEST_P(dumps, silence_leaves_no_line_of_its_own)
+{
+    register_for_dump(dump);
+    sim::scripted_daemon daemon(dump.daemon, answer(0));
+    unheard caller;
+    expect_failure(dump.run(dump_path), ETIMEDOUT);
+    EXPECT_EQ(after_date(), dump.switches + profiles_part(dump) + policies_part(dump) + "\n");
+    EXPECT_EQ(appcf_log(), unanswered);
 }
 
 TEST_P(dumps, registry_that_cannot_be_initialised_leaves_the_file)

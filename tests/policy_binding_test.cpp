@@ -140,6 +140,15 @@ TEST_P(bindings, absence_is_logged_and_the_binding_stays)
     EXPECT_EQ(appcf_log(), unreachable() + bind.refused_line());
 }
 
+TEST_P(bindings, silence_is_logged_and_the_binding_stays)
+{
+    config_daemons daemons;
+    unheard caller;
+    expect_failure(bind(7), ETIMEDOUT);
+    EXPECT_EQ(slot(bind.bindings + 3), bind.policy);
+    EXPECT_EQ(appcf_log(), unanswered + bind.refused_line());
+}
+
 TEST_P(bindings, unknown_profile_is_not_sent)
 {
     config_daemons daemons;
@@ -219,12 +228,18 @@ TEST_P(bindings, registry_that_cannot_be_unlocked_reads_as_success)
 TEST_P(bindings, registry_that_cannot_be_attached)
 {
     config_daemons daemons;
-    wrap::plan plan;
-    plan.fail("shmat", 3, ENOMEM);
-    expect_failure(bind(7), ENOMEM);
+    std::string expected;
+    for (int nth : {1, 2, 3}) { // for the check of the profile, that of the policy, and the binding
+        wrap::plan plan;
+        plan.fail("shmat", nth, ENOMEM);
+        expect_failure(bind(7), ENOMEM);
+        EXPECT_EQ(plan.count("shmat"), nth);
+        EXPECT_EQ(semaphore_value(), 1);
+        expected += attach_failed;
+    }
     EXPECT_EQ(daemons.told(), paths{});
-    EXPECT_EQ(semaphore_value(), 1);
-    EXPECT_EQ(appcf_log(), attach_failed);
+    EXPECT_EQ(slot(bind.bindings + 3), 0U);
+    EXPECT_EQ(appcf_log(), expected);
 }
 
 TEST_P(bindings, wait_for_the_lock_goes_on_after_a_signal)

@@ -108,6 +108,28 @@ TEST(create, absence_of_the_application_daemon_is_the_result)
     EXPECT_EQ(appcf_log(), unreachable());
 }
 
+TEST(create, id_that_one_of_the_first_two_does_not_answer_is_returned_released)
+{
+    config_daemons daemons;
+    for (int nth : {1, 2}) {
+        unheard caller(nth);
+        EXPECT_EQ(utm_user_profile_create(7), 7) << nth;
+        EXPECT_EQ(caller.count("select"), 3);
+        EXPECT_FALSE(is_registered(7));
+    }
+    EXPECT_EQ(appcf_log(), std::string(unanswered) + unanswered);
+}
+
+TEST(create, silence_of_the_application_daemon_is_the_result)
+{
+    config_daemons daemons;
+    unheard caller(3);
+    EXPECT_EQ(utm_user_profile_create(7), -1);
+    EXPECT_EQ(errno, ETIMEDOUT);
+    EXPECT_FALSE(is_registered(7));
+    EXPECT_EQ(appcf_log(), unanswered);
+}
+
 TEST(create, every_refusal_releases_the_id_again)
 {
     config_daemons daemons({.cf = 1, .app = 3, .user_profile = 4});

@@ -154,6 +154,50 @@ TEST(delete_profile, absent_daemons_do_not_stop_it)
               unreachable() + delete_failed + unreachable() + delete_failed + unreachable() + delete_failed);
 }
 
+// A deletion that the nth daemon does not answer: its result, and what stays in the registry.
+struct unanswered_deletion {
+    int nth;
+    int32_t result;
+    std::map<size_t, uint32_t> left;
+};
+
+TEST(delete_profile, silence_counts_as_a_refusal)
+{
+    const unanswered_deletion deletions[] = {
+        {1, 0, {{cf_bindings, 20}, {cf_policies + 1, 20}}},
+        {2, 0, {{app_bindings, 30}, {app_policies + 1, 30}}},
+        {3, -1, {}},
+    };
+    config_daemons daemons;
+    std::string expected_log;
+    for (const auto& [nth, result, left] : deletions) {
+        register_a_bound_profile();
+        unheard caller(nth);
+        EXPECT_EQ(utm_user_profile_delete(7), result) << nth;
+        EXPECT_EQ(caller.count("select"), 3);
+        slots expected(1280, 0);
+        for (const auto& [number, value] : left)
+            expected[number] = value;
+        EXPECT_EQ(all_slots(), expected) << nth;
+        expected_log += unanswered + std::string(delete_failed);
+    }
+    EXPECT_EQ(appcf_log(), expected_log);
+}
+
+TEST(delete_profile, silent_daemons_do_not_stop_it)
+{
+    config_daemons daemons;
+    register_a_bound_profile();
+    const slots before = all_slots();
+    unheard caller(wrap::every);
+    EXPECT_EQ(utm_user_profile_delete(7), -1);
+    EXPECT_EQ(errno, ETIMEDOUT);
+    EXPECT_EQ(all_slots(), before);
+    EXPECT_EQ(semaphore_value(), 1);
+    const std::string line = unanswered + std::string(delete_failed);
+    EXPECT_EQ(appcf_log(), line + line + line);
+}
+
 TEST(delete_profile, registry_changes_before_the_next_daemon_is_told)
 {
     register_a_bound_profile();

@@ -79,6 +79,31 @@ TEST_P(devices, absent_user_profile_daemon_is_the_result)
     EXPECT_EQ(appcf_log(), unreachable() + GetParam().refused);
 }
 
+TEST_P(devices, silence_of_the_first_two_does_not_count)
+{
+    config_daemons daemons;
+    register_ids({{profiles, 7}});
+    std::string expected;
+    for (int nth : {1, 2}) {
+        unheard caller(nth);
+        EXPECT_EQ(GetParam().run(7, mac), 0) << nth;
+        EXPECT_EQ(caller.count("select"), 3);
+        expected += std::string(unanswered) + (nth == 1 ? GetParam().refused : GetParam().refused_by_application);
+    }
+    EXPECT_EQ(appcf_log(), expected);
+}
+
+TEST_P(devices, silence_of_the_user_profile_daemon_is_the_result)
+{
+    config_daemons daemons;
+    register_ids({{profiles, 7}});
+    unheard caller(3);
+    EXPECT_EQ(GetParam().run(7, mac), -1);
+    EXPECT_EQ(errno, ETIMEDOUT);
+    EXPECT_TRUE(is_registered(7));
+    EXPECT_EQ(appcf_log(), std::string(unanswered) + GetParam().refused);
+}
+
 TEST_P(devices, registry_that_cannot_be_locked_does_not_stop_it)
 {
     config_daemons daemons;

@@ -50,6 +50,18 @@ TEST(flush, refusals_are_not_reported)
     EXPECT_TRUE(is_registered(8));
 }
 
+TEST(flush, silence_is_not_reported)
+{
+    config_daemons daemons;
+    register_ids({{profiles, 7}, {profiles + 1, 8}});
+    unheard caller(wrap::every);
+    EXPECT_EQ(utm_user_profile_flush(), 0);
+    EXPECT_EQ(caller.count("select"), 6);
+    EXPECT_TRUE(is_registered(7));
+    EXPECT_TRUE(is_registered(8));
+    EXPECT_TRUE(appcf_log().ends_with(std::string(unanswered) + "delete user profile fail(id = 8)\n"));
+}
+
 TEST(flush, lock_is_free_between_the_deletions)
 {
     config_daemons daemons;

@@ -54,6 +54,14 @@ TEST_P(engine_setters, absence_is_logged)
     EXPECT_EQ(appcf_log(), unreachable() + GetParam().failed);
 }
 
+TEST_P(engine_setters, silence_is_logged)
+{
+    config_daemons daemons;
+    unheard caller;
+    expect_failure(GetParam().run(-5), ETIMEDOUT);
+    EXPECT_EQ(appcf_log(), unanswered + GetParam().failed);
+}
+
 struct file_operation {
     std::string name; // without utm_app_
     int32_t (*run)(const char* path);
@@ -110,6 +118,14 @@ TEST_P(engine_files, absence_is_logged)
     impatient caller;
     expect_failure(GetParam().run("/data/file"), ENOENT);
     EXPECT_EQ(appcf_log(), unreachable() + GetParam().failed());
+}
+
+TEST_P(engine_files, silence_is_logged)
+{
+    config_daemons daemons;
+    unheard caller;
+    expect_failure(GetParam().run("/data/file"), ETIMEDOUT);
+    EXPECT_EQ(appcf_log(), unanswered + GetParam().failed());
 }
 
 // Deliberate: a path that fills its field is cut there and has no terminator.
@@ -205,6 +221,16 @@ TEST(daemon_status, refusal_leaves_the_outputs)
     EXPECT_EQ(appcf_log(), asked_and_refused(5) + status_failed);
 }
 
+TEST(daemon_status, silence_leaves_the_outputs)
+{
+    config_daemons daemons;
+    unheard caller;
+    status_words status;
+    expect_failure(status.read(), ETIMEDOUT);
+    EXPECT_EQ(status, status_words{});
+    EXPECT_EQ(appcf_log(), std::string(asked_in_vain) + status_failed);
+}
+
 TEST(daemon_status, list_entry_is_a_failure)
 {
     sim::scripted_daemon daemon(app_path, answer({reply(2), reply(0)}));
@@ -265,6 +291,16 @@ TEST(export_interval, refusal_leaves_the_output)
     expect_failure(utm_app_get_export_interval(&interval), EREMOTEIO);
     EXPECT_EQ(interval, 1U);
     EXPECT_EQ(appcf_log(), asked_and_refused(5) + interval_failed);
+}
+
+TEST(export_interval, silence_leaves_the_output)
+{
+    config_daemons daemons;
+    unheard caller;
+    uint32_t interval = 1;
+    expect_failure(utm_app_get_export_interval(&interval), ETIMEDOUT);
+    EXPECT_EQ(interval, 1U);
+    EXPECT_EQ(appcf_log(), std::string(asked_in_vain) + interval_failed);
 }
 
 TEST(export_interval, null_is_refused_before_anything_is_sent)

@@ -5,55 +5,63 @@
 
 #include "tests/sandbox/rules.h"
 
+#include <algorithm>
 #include <cstdlib>
+#include <filesystem>
 #include <gtest/gtest.h>
+#include <ostream>
 
 namespace {
 
-TEST(cf_debug, value_travels_at_byte_8)
+struct value_operation {
+    const char* name;
+    int32_t (*run)(int32_t value);
+    uint8_t code;
+    const char* failed; // with the value -3
+
+    friend std::ostream& operator<<(std::ostream& to, const value_operation& operation) { return to << operation.name; }
+};
+
+class cf_values : public testing::TestWithParam<value_operation> {};
+
+INSTANTIATE_TEST_SUITE_P(all, cf_values,
+                         testing::Values(value_operation{"debug", utm_cf_debug, 22,
+                                                         "[utm_cf_debug] fail(activate = -3)\n"},
+                                         value_operation{"global_flush", utm_cf_global_flush, 23,
+                                                         "[utm_cf_global_flush] fail(flush_type = -3)\n"}),
+                         [](const auto& test) { return std::string(test.param.name); });
+
+TEST_P(cf_values, value_travels_at_byte_8)
 {
     config_daemons daemons;
-    EXPECT_EQ(utm_cf_debug(-3), 0);
-    EXPECT_EQ(daemons.told(), paths{cf_path});
-    EXPECT_EQ(daemons.request_of(cf_path), cf_request(22).u32(8, 0xfffffffd));
+    EXPECT_EQ(GetParam().run(-3), 0);
+    EXPECT_EQ(GetParam().run(0x01020304), 0);
+    EXPECT_EQ(daemons.told(), (paths{cf_path, cf_path}));
+    EXPECT_EQ(daemons.visits()[0].request, cf_request(GetParam().code).u32(8, 0xfffffffd));
+    EXPECT_EQ(daemons.visits()[1].request, cf_request(GetParam().code).u32(8, 0x01020304));
     EXPECT_FALSE(exists("/tmp/utm_log"));
 }
 
-TEST(cf_debug, refusal_is_logged)
+TEST_P(cf_values, refusal_is_logged)
 {
     config_daemons daemons({.cf = 5});
-    expect_failure(utm_cf_debug(-3), EREMOTEIO);
-    EXPECT_EQ(appcf_log(), refused(5) + "[utm_cf_debug] fail(activate = -3)\n");
+    expect_failure(GetParam().run(-3), EREMOTEIO);
+    EXPECT_EQ(appcf_log(), refused(5) + GetParam().failed);
 }
 
-TEST(cf_debug, absence_is_logged)
+TEST_P(cf_values, absence_is_logged)
 {
     impatient caller;
-    expect_failure(utm_cf_debug(1), ENOENT);
-    EXPECT_EQ(appcf_log(), unreachable() + "[utm_cf_debug] fail(activate = 1)\n");
+    expect_failure(GetParam().run(-3), ENOENT);
+    EXPECT_EQ(appcf_log(), unreachable() + GetParam().failed);
 }
 
-TEST(cf_global_flush, type_travels_at_byte_8)
+TEST_P(cf_values, silence_is_logged)
 {
     config_daemons daemons;
-    EXPECT_EQ(utm_cf_global_flush(0x01020304), 0);
-    EXPECT_EQ(daemons.told(), paths{cf_path});
-    EXPECT_EQ(daemons.request_of(cf_path), cf_request(23).u32(8, 0x01020304));
-    EXPECT_FALSE(exists("/tmp/utm_log"));
-}
-
-TEST(cf_global_flush, refusal_is_logged)
-{
-    config_daemons daemons({.cf = 2});
-    expect_failure(utm_cf_global_flush(4), EREMOTEIO);
-    EXPECT_EQ(appcf_log(), refused(2) + "[utm_cf_global_flush] fail(flush_type = 4)\n");
-}
-
-TEST(cf_global_flush, absence_is_logged)
-{
-    impatient caller;
-    expect_failure(utm_cf_global_flush(4), ENOENT);
-    EXPECT_EQ(appcf_log(), unreachable() + "[utm_cf_global_flush] fail(flush_type = 4)\n");
+    unheard caller;
+    expect_failure(GetParam().run(-3), ETIMEDOUT);
+    EXPECT_EQ(appcf_log(), std::string(unanswered) + GetParam().failed);
 }
 
 constexpr char get_failed[] = "get utm_user_profile_get_browse_domain_list fail\n";
@@ -166,22 +174,25 @@ TEST(browsed_domains, silence_is_logged)
     sim::scripted_daemon daemon(cf_path, sim::script{sim::receive(), sim::await_close()});
     EXPECT_EQ(utm_user_profile_get_browse_domain_list(7), nullptr);
     EXPECT_EQ(errno, ETIMEDOUT);
-    EXPECT_EQ(appcf_log(), std::string("[send_utm_event_and_get_response]select() timeout\n") + get_failed);
+    EXPECT_EQ(appcf_log(), std::string(asked_in_vain) + get_failed);
 }
 
 TEST(browsed_domains, without_memory_at_each_allocation)
 {
+    sim::scripted_daemon daemon(cf_path, stream(3, [](uint32_t number) { return domain("a.example", number); }));
     const char* texts[] = {"response malloc fail\n", "domain_list malloc fail\n", " new_domain_list malloc fail\n"};
-    std::string expected;
-    for (int nth = 1; nth <= 3; nth++) {
-        sim::scripted_daemon daemon(cf_path, answer({domain("a.example", 5), reply(0)}));
+    for (int nth = 1; nth <= 5; nth++) {
+        std::filesystem::remove_all("/tmp/utm_log");
         wrap::plan plan;
         plan.fail("malloc", nth, ENOMEM);
         EXPECT_EQ(utm_user_profile_get_browse_domain_list(7), nullptr);
         EXPECT_EQ(errno, ENOMEM);
-        expected += "[send_utm_event_and_get_response]" + std::string(texts[nth - 1]) + get_failed;
+        std::string expected;
+        for (int entry = 1; entry <= nth - 3; entry++)
+            expected += "response->cf.domain_browse->domain: a.example";
+        expected += "[send_utm_event_and_get_response]";
+        EXPECT_EQ(appcf_log(), expected + texts[std::min(nth, 3) - 1] + get_failed);
     }
-    EXPECT_EQ(appcf_log(), expected);
 }
 
 } // namespace

@@ -5,6 +5,7 @@
 #include "tests/sandbox/rules.h"
 
 #include <gtest/gtest.h>
+#include <ostream>
 
 namespace {
 
@@ -77,11 +78,10 @@ TEST(cf_create, absent_daemon_frees_the_id)
 TEST(cf_create, silent_daemon_frees_the_id)
 {
     config_daemons daemons;
-    wrap::plan plan;
-    plan.answer("select", 1, 0);
+    unheard caller;
     expect_failure(utm_cf_policy_create(8), ETIMEDOUT);
     EXPECT_EQ(slot(cf_policies), 0U);
-    EXPECT_EQ(appcf_log(), "[send_utm_config_event]select() timeout\n");
+    EXPECT_EQ(appcf_log(), unanswered);
 }
 
 TEST(cf_create, id_that_is_taken)
@@ -142,53 +142,104 @@ sim::bytes category_block()
     return block;
 }
 
-constexpr char block_failed[] = "config cf policy block category fail(id = 20)\n";
-
-TEST(cf_config_block, sends_128_bytes_from_byte_12)
+sim::bytes block_request(uint32_t policy)
 {
-    config_daemons daemons;
-    register_profile_and_policies();
-    EXPECT_EQ(utm_cf_policy_config_block(20, category_block().data()), 0);
-    EXPECT_EQ(daemons.told(), paths{cf_path});
-    sim::bytes expected = cf_request(6).u32(8, 20);
+    sim::bytes expected = cf_request(6).u32(8, policy);
     for (size_t i = 0; i < 128; i++)
         expected[12 + i] = static_cast<uint8_t>(i * 2);
-    EXPECT_EQ(daemons.request_of(cf_path), expected);
+    return expected;
+}
+
+// The operations that ask the registry for their policy.
+struct checked_operation {
+    const char* name;
+    int32_t (*run)(int32_t policy);
+    sim::bytes (*asked)(uint32_t policy);
+    const char* failed; // with the policy 20
+
+    friend std::ostream& operator<<(std::ostream& to, const checked_operation& operation)
+    {
+        return to << operation.name;
+    }
+};
+
+class checked_policies : public testing::TestWithParam<checked_operation> {
+protected:
+    checked_policies() { register_profile_and_policies(); }
+};
+
+INSTANTIATE_TEST_SUITE_P(
+    all, checked_policies,
+    testing::Values(checked_operation{"config_block",
+                                      [](int32_t policy) {
+                                          return utm_cf_policy_config_block(policy, category_block().data());
+                                      },
+                                      block_request, "config cf policy block category fail(id = 20)\n"},
+                    checked_operation{
+                        "flush", [](int32_t policy) { return utm_cf_policy_flush(-2, policy); },
+                        [](uint32_t policy) -> sim::bytes { return cf_request(24).u32(8, policy).u32(12, 0xfffffffe); },
+                        "[utm_cf_policy_flush] fail(flush_type = -2, cf_policy_id = 20)\n"}),
+    [](const auto& test) { return std::string(test.param.name); });
+
+TEST_P(checked_policies, policy_travels_at_byte_8)
+{
+    config_daemons daemons;
+    EXPECT_EQ(GetParam().run(20), 0);
+    EXPECT_EQ(daemons.told(), paths{cf_path});
+    EXPECT_EQ(daemons.request_of(cf_path), GetParam().asked(20));
     EXPECT_FALSE(exists("/tmp/utm_log"));
 }
 
-TEST(cf_config_block, refusal_is_logged)
+TEST_P(checked_policies, refusal_is_logged)
 {
     config_daemons daemons({.cf = 5});
-    register_profile_and_policies();
-    expect_failure(utm_cf_policy_config_block(20, category_block().data()), EREMOTEIO);
-    EXPECT_EQ(appcf_log(), refused(5) + block_failed);
+    expect_failure(GetParam().run(20), EREMOTEIO);
+    EXPECT_EQ(appcf_log(), refused(5) + GetParam().failed);
 }
 
-TEST(cf_config_block, absence_is_logged)
+TEST_P(checked_policies, absence_is_logged)
 {
     impatient caller;
-    register_profile_and_policies();
-    expect_failure(utm_cf_policy_config_block(20, category_block().data()), ENOENT);
-    EXPECT_EQ(appcf_log(), unreachable() + block_failed);
+    expect_failure(GetParam().run(20), ENOENT);
+    EXPECT_EQ(appcf_log(), unreachable() + GetParam().failed);
 }
 
-TEST(cf_config_block, unknown_policy_is_not_sent)
+TEST_P(checked_policies, silence_is_logged)
 {
     config_daemons daemons;
-    register_profile_and_policies();
-    expect_failure(utm_cf_policy_config_block(30, category_block().data()), ENOENT);
+    unheard caller;
+    expect_failure(GetParam().run(20), ETIMEDOUT);
+    EXPECT_EQ(appcf_log(), std::string(unanswered) + GetParam().failed);
+}
+
+TEST_P(checked_policies, unknown_one_is_not_sent)
+{
+    config_daemons daemons;
+    expect_failure(GetParam().run(30), ENOENT);
     EXPECT_EQ(daemons.told(), paths{});
     EXPECT_EQ(appcf_log(), "cf policy id(30) not found\n");
 }
 
-TEST(cf_config_block, registry_that_cannot_be_locked_does_not_stop_it)
+TEST_P(checked_policies, registry_that_cannot_be_locked_does_not_stop_it)
 {
     config_daemons daemons;
     wrap::plan plan;
     plan.fail("semop", wrap::every, EACCES);
-    EXPECT_EQ(utm_cf_policy_config_block(99, category_block().data()), 0);
+    EXPECT_EQ(GetParam().run(99), 0);
     EXPECT_EQ(daemons.told(), paths{cf_path});
+    EXPECT_EQ(daemons.request_of(cf_path), GetParam().asked(99));
+    EXPECT_FALSE(exists("/tmp/utm_log"));
+}
+
+TEST_P(checked_policies, registry_that_cannot_be_attached_stops_it)
+{
+    config_daemons daemons;
+    wrap::plan plan;
+    plan.fail("shmat", 1, ENOMEM);
+    expect_failure(GetParam().run(20), ENOMEM);
+    EXPECT_EQ(daemons.told(), paths{});
+    EXPECT_EQ(semaphore_value(), 1);
+    EXPECT_EQ(appcf_log(), attach_failed);
 }
 
 TEST(cf_config_block, null_block_is_refused_before_anything_else)
@@ -200,16 +251,6 @@ TEST(cf_config_block, null_block_is_refused_before_anything_else)
     EXPECT_FALSE(exists("/tmp/utm_log"));
 }
 
-TEST(cf_policy_flush, policy_travels_before_type)
-{
-    config_daemons daemons;
-    register_profile_and_policies();
-    EXPECT_EQ(utm_cf_policy_flush(-2, 20), 0);
-    EXPECT_EQ(daemons.told(), paths{cf_path});
-    EXPECT_EQ(daemons.request_of(cf_path), cf_request(24).u32(8, 20).u32(12, 0xfffffffe));
-    EXPECT_FALSE(exists("/tmp/utm_log"));
-}
-
 TEST(cf_policy_flush, policy_0_is_sent_without_a_look_at_the_registry)
 {
     config_daemons daemons;
@@ -217,23 +258,6 @@ TEST(cf_policy_flush, policy_0_is_sent_without_a_look_at_the_registry)
     EXPECT_EQ(utm_cf_policy_flush(3, 0), 0);
     EXPECT_EQ(plan.count("ftok"), 0);
     EXPECT_EQ(daemons.request_of(cf_path), cf_request(24).u32(12, 3));
-}
-
-TEST(cf_policy_flush, unknown_policy_is_not_sent)
-{
-    config_daemons daemons;
-    register_profile_and_policies();
-    expect_failure(utm_cf_policy_flush(3, 30), ENOENT);
-    EXPECT_EQ(daemons.told(), paths{});
-    EXPECT_EQ(appcf_log(), "cf policy id(30) not found\n");
-}
-
-TEST(cf_policy_flush, refusal_is_logged_type_first)
-{
-    config_daemons daemons({.cf = 5});
-    register_profile_and_policies();
-    expect_failure(utm_cf_policy_flush(3, 20), EREMOTEIO);
-    EXPECT_EQ(appcf_log(), refused(5) + "[utm_cf_policy_flush] fail(flush_type = 3, cf_policy_id = 20)\n");
 }
 
 } // namespace

@@ -162,6 +162,18 @@ TEST_P(engines, absence_is_logged_and_nothing_is_taken_back)
     EXPECT_EQ(appcf_log(), enabled + unreachable() + GetParam().refused_line(2));
 }
 
+TEST_P(engines, silence_is_logged_and_nothing_is_taken_back)
+{
+    config_daemons daemons;
+    running_filter filter;
+    filter.answer("select", 1, 0);
+    expect_failure(GetParam().activate(2), ETIMEDOUT);
+    EXPECT_EQ(content_of(GetParam().file), "2\n");
+    EXPECT_EQ(content_of(kernel_enable), "1\n");
+    EXPECT_TRUE(exists(marker));
+    EXPECT_EQ(appcf_log(), enabled + std::string(unanswered) + GetParam().refused_line(2));
+}
+
 TEST_P(engines, unreadable_switch_file_of_the_other_leaves_the_daemon_untold)
 {
     config_daemons daemons;
@@ -226,11 +238,17 @@ TEST(activate, without_switch_files_a_filter_that_is_on_is_switched_off)
     EXPECT_EQ(appcf_log(), "[utm_cf_activate]disenable cf\n");
 }
 
-TEST(activate, marker_follows_the_switching)
+TEST(activate, line_then_switching_then_marker)
 {
     running_filter filter;
-    filter.before("kill", 1, [] { EXPECT_FALSE(exists(marker)); });
-    filter.before("kill", 2, [] { EXPECT_TRUE(exists(marker)); });
+    filter.before("kill", 1, [] {
+        EXPECT_FALSE(exists(marker));
+        EXPECT_EQ(appcf_log(), enabled);
+    });
+    filter.before("kill", 2, [] {
+        EXPECT_TRUE(exists(marker));
+        EXPECT_EQ(appcf_log(), std::string(enabled) + disabled);
+    });
     write_file(safe_browsing_file, "1\n");
     EXPECT_EQ(utm_cf_activate(), 0);
     EXPECT_TRUE(exists(marker));

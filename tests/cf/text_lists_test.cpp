@@ -116,6 +116,14 @@ TEST_P(text_lists, absence_leaves_no_line_of_its_own)
     EXPECT_EQ(appcf_log(), unreachable());
 }
 
+TEST_P(text_lists, silence_leaves_no_line_of_its_own)
+{
+    config_daemons daemons;
+    unheard caller;
+    expect_failure(GetParam()("a.example"), ETIMEDOUT);
+    EXPECT_EQ(appcf_log(), unanswered);
+}
+
 TEST_P(text_lists, null_is_refused_without_a_line)
 {
     config_daemons daemons;

@@ -142,6 +142,12 @@ TEST(command_result, process_that_cannot_be_started)
     EXPECT_FALSE(exists("/tmp/utm_log"));
 }
 
+TEST(command_result, end_of_the_command_is_waited_for)
+{
+    EXPECT_EQ(result_of("trap '' PIPE; echo one; sleep 0.2; touch /tmp/ended", 64), "one\n");
+    EXPECT_TRUE(exists("/tmp/ended"));
+}
+
 TEST(command_result, output_is_not_inherited)
 {
     wrap::plan plan;

@@ -299,6 +299,7 @@ TEST(uuid, segment_is_touched_under_the_lock_alone)
     plan.before("shmget", 1, [] { EXPECT_EQ(lock_value(), 0); });
     plan.before("shmdt", 1, [] { EXPECT_EQ(lock_value(), 0); });
     EXPECT_EQ(utm_uuid_set("abc"), 0);
+    EXPECT_EQ(plan.count("shmdt"), 1);
     EXPECT_EQ(lock_value(), 1);
 }
 

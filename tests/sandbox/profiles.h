@@ -29,6 +29,9 @@ inline std::string unreachable()
     return log;
 }
 
+// What the library logs of a daemon that does not answer in time.
+inline constexpr char unanswered[] = "[send_utm_config_event]select() timeout\n";
+
 inline bool is_registered(uint32_t id)
 {
     const slots all = all_slots();
@@ -46,4 +49,10 @@ inline void register_ids(const std::map<size_t, uint32_t>& values)
 class impatient : public wrap::plan {
 public:
     impatient() { answer("usleep", wrap::every, 0); }
+};
+
+// A plan under which the nth request gets no answer in time; with wrap::every none does.
+class unheard : public wrap::plan {
+public:
+    explicit unheard(int nth = 1) { answer("select", nth, 0); }
 };

@@ -42,13 +42,14 @@ inline request app_request(uint8_t code)
     return {136, code};
 }
 
-// What the reader logs of a daemon that refuses, and of one that is not there.
+// What the reader logs of a daemon that refuses, of one that is not there, and of one that does not answer in time.
 inline std::string asked_and_refused(int status)
 {
     return "[send_utm_event_and_get_response]error code = " + std::to_string(status) + "\n";
 }
 
 inline constexpr char asked_nobody[] = "[send_utm_event_and_get_response]connect fail: No such file or directory\n";
+inline constexpr char asked_in_vain[] = "[send_utm_event_and_get_response]select() timeout\n";
 inline constexpr char broken_off[] = "[send_utm_event_and_get_response]read response fail\n";
 
 // What a refused operation returns, and the cause it leaves.
