@@ -47,7 +47,8 @@ constexpr uint32_t largest_cache_size = 10;
 constexpr int32_t end_of_list = -1;
 
 // The anti-virus engine.
-class av_service : public engine_service<av_service, utm_av_message, utm_av_message, &utm_av_message::status> {
+class av_service
+    : public engine_service<av_service, utm_av_message, av_state, utm_av_message, &utm_av_message::status> {
 public:
     static const operation* find(uint32_t code);
 
@@ -112,8 +113,6 @@ public:
         state_.cache.clear();
         return accepted;
     }
-
-    av_state state_;
 };
 
 constexpr field switch_field[] = {{"on", number, offsetof(utm_av_message, on), 4}};

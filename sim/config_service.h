@@ -2,20 +2,15 @@
 
 #include "sim/config_status.h"
 #include "sim/id_table.h"
-#include "sim/service.h"
+#include "sim/table_service.h"
 #include "sim/unique_list.h"
 
 #include <cstddef>
 #include <cstring>
-#include <utility>
 
 namespace sim {
 
-// What goes back: the entries of a list, and the response that ends it.
-struct config_answer {
-    std::vector<record> entries;
-    utm_event_response last = {};
-};
+using config_answer = answer_of<utm_event_response>;
 
 // The profile of a request with one of the four profile codes.
 struct profile_argument {
@@ -37,32 +32,17 @@ template <class Event> constexpr size_t profile_offset = offsetof(Event, body);
 template <>
 inline constexpr size_t profile_offset<utm_user_profile_config_event> = offsetof(utm_user_profile_config_event, id);
 
-// What the three config daemons share: the profile codes, and tables of rows that both name a request's fields and
-// carry it out. A State has profiles, an id_table whose entries have devices. A Service has
+template <class Service, class Event, class State>
+using config_table =
+    table_service<Service, Event, State, utm_event_response, &utm_event_response::status, code_unknown>;
+
+// What the three config daemons share: the profile codes. A State has profiles, an id_table whose entries have devices.
+// A Service has
 //   - find_own(code), the row of one of its own codes, or null;
 //   - profile_deleted(profile), which tidies up.
-template <class Service, class Event, class State> class config_service : public service {
+template <class Service, class Event, class State> class config_service : public config_table<Service, Event, State> {
 public:
-    using handler = config_status (Service::*)(const Event&, config_answer&);
-
-    struct operation : code_row {
-        handler handle;
-    };
-
-    const code_row* row_of(uint32_t code) const final { return find_operation(code); }
-
-    std::vector<record> answer(const record& request) final
-    {
-        const auto event = from_record<Event>(request);
-        const operation* row = find_operation(event.code);
-        config_answer answer;
-        answer.last.status = row != nullptr ? (self().*row->handle)(event, answer) : code_unknown;
-        answer.entries.push_back(to_record(answer.last));
-        return std::move(answer.entries);
-    }
-
-    json state() const override { return to_json(state_); }
-    void load(const json& state, const std::string& where) override { from_json(state_, state, where); }
+    using typename config_table<Service, Event, State>::operation;
 
     config_status create_profile(const Event& event, config_answer&)
     {
@@ -93,20 +73,7 @@ public:
                           [&](auto& profile) { return profile.devices.remove(named.mac) ? done : device_unknown; });
     }
 
-protected:
-    // What act makes of the profile, where there is one.
-    template <class Act> config_status at_profile(int32_t id, const Act& act)
-    {
-        auto* profile = state_.profiles.find(id);
-        return profile != nullptr ? act(*profile) : profile_unknown;
-    }
-
-    Service& self() { return static_cast<Service&>(*this); }
-
-    State state_;
-
-private:
-    static const operation* find_operation(uint32_t code)
+    static const operation* find(uint32_t code)
     {
         static constexpr size_t at = profile_offset<Event>;
         static constexpr field id[] = {{"id", field_type::signed_number, at, 4}};
@@ -120,6 +87,17 @@ private:
         };
         const operation* row = find_row(profile_operations, code);
         return row != nullptr ? row : Service::find_own(code);
+    }
+
+protected:
+    using config_table<Service, Event, State>::state_;
+    using config_table<Service, Event, State>::self;
+
+    // What act makes of the profile, where there is one.
+    template <class Act> config_status at_profile(int32_t id, const Act& act)
+    {
+        auto* profile = state_.profiles.find(id);
+        return profile != nullptr ? act(*profile) : profile_unknown;
     }
 };
 

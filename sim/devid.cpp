@@ -66,8 +66,8 @@ constexpr int32_t end_of_list = -1;
 constexpr char list_file[] = "/tmp/utm_devid_list";
 
 // The device-identification engine.
-class devid_service
-    : public engine_service<devid_service, utm_devid_message, utm_devid_message, &utm_devid_message::result> {
+class devid_service : public engine_service<devid_service, utm_devid_message, devid_state, utm_devid_message,
+                                            &utm_devid_message::result> {
 public:
     static const operation* find(uint32_t code);
 
@@ -139,8 +139,6 @@ public:
         state_.timestamp++;
         return accepted;
     }
-
-    devid_state state_;
 
 private:
     static int32_t switched(bool& state, uint32_t value)

@@ -57,7 +57,8 @@ enum flush_mode : uint32_t {
 };
 
 // The intrusion-prevention engine.
-class ips_service : public engine_service<ips_service, utm_ips_message, utm_ips_message, &utm_ips_message::result> {
+class ips_service
+    : public engine_service<ips_service, utm_ips_message, ips_state, utm_ips_message, &utm_ips_message::result> {
 public:
     static const operation* find(uint32_t code);
 
@@ -110,8 +111,6 @@ public:
             state_.blacklist.clear();
         return accepted;
     }
-
-    ips_state state_;
 
 private:
     uint32_t customized_rules() const

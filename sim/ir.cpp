@@ -60,7 +60,7 @@ struct ir_state {
 };
 
 // The IR threat database.
-class ir_service : public engine_service<ir_service, utm_ir_request, utm_ir_reply, &utm_ir_reply::status> {
+class ir_service : public engine_service<ir_service, utm_ir_request, ir_state, utm_ir_reply, &utm_ir_reply::status> {
 public:
     static const operation* find(uint32_t code);
 
@@ -119,8 +119,6 @@ public:
         answer.last = {.status = 0, .version = {state_.version.first, state_.version.second, state_.version.third}};
         return accepted;
     }
-
-    ir_state state_;
 
 private:
     static ir_entry entry_of(const utm_ir_request& request)
