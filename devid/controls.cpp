@@ -24,6 +24,12 @@ struct control {
     const char* not_received = "recv fail\n";
 };
 
+int32_t refuse_argument(const char* text, const char* operation = __builtin_FUNCTION(), int line = __builtin_LINE())
+{
+    log_at_line(devid_engine, operation, text, line);
+    return fail(EINVAL);
+}
+
 int32_t devid_command(const control& control, const char* operation = __builtin_FUNCTION())
 {
     unique_fd devid = request_from_devid(control.request, operation, control.not_sent);
@@ -37,12 +43,6 @@ int32_t devid_command(const control& control, const char* operation = __builtin_
     if (control.failed(reply.result))
         log_at_line(devid_engine, operation, control.refused);
     return reply.result;
-}
-
-int32_t refuse_argument(const char* text, const char* operation = __builtin_FUNCTION(), int line = __builtin_LINE())
-{
-    log_at_line(devid_engine, operation, text, line);
-    return fail(EINVAL);
 }
 
 } // namespace
