@@ -3,7 +3,9 @@
 #include "kqutm/daemon.h"
 #include "kqutm/profile.h"
 
+#include "tests/engines/engines.h"
 #include "tests/sandbox/descriptors.h"
+#include "tests/sandbox/printed.h"
 #include "tests/sandbox/profiles.h"
 #include "tests/sandbox/sender.h"
 
@@ -80,6 +82,47 @@ TEST(surroundings, full_disk)
     expect_usual_results();
     EXPECT_TRUE(exists(UTM_APPCF_LOG));
     EXPECT_EQ(appcf_log(), "");
+}
+
+// While it lives, nothing can be created in /tmp, by root neither.
+class read_only_tmp {
+public:
+    read_only_tmp()
+    {
+        EXPECT_EQ(mount("/tmp", "/tmp", nullptr, MS_BIND | MS_REC, nullptr), 0) << strerror(errno);
+        EXPECT_EQ(mount(nullptr, "/tmp", nullptr, MS_REMOUNT | MS_BIND | MS_RDONLY | MS_NOSUID, nullptr), 0)
+            << strerror(errno);
+    }
+    read_only_tmp(const read_only_tmp&) = delete;
+    read_only_tmp& operator=(const read_only_tmp&) = delete;
+    ~read_only_tmp() { EXPECT_EQ(umount2("/tmp", MNT_DETACH), 0) << strerror(errno); }
+};
+
+// Operations that log a failure, one for each log.
+const struct {
+    int32_t (*call)();
+    int32_t result;
+    int cause;
+} failing[] = {
+    {[] { return send_utm_config_event(event, UTM_CONFIG_TARGET_USER_PROFILE); }, -1, EREMOTEIO},
+    {[] { return utm_uuid_set(std::string(256, 'x').c_str()); }, -1, EINVAL},
+    {utm_ips_reset, 5, EREMOTEIO},
+    {utm_devid_reset, 6, EREMOTEIO},
+};
+
+TEST(surroundings, tmp_that_cannot_be_written)
+{
+    config_daemons daemons(usual_answers);
+    engine_daemon ips(ips_path, records{ips_reply(5)});
+    engine_daemon devid(devid_path, records{devid_reply(6)});
+    read_only_tmp tmp;
+    printed_by([] { // the shell that cannot create the folder says so
+        for (const auto& [call, result, cause] : failing) {
+            EXPECT_EQ(call(), result);
+            EXPECT_EQ(errno, cause);
+        }
+    });
+    EXPECT_FALSE(exists("/tmp/utm_log"));
 }
 
 TEST(surroundings, program_that_ignores_sigchld)

@@ -45,18 +45,30 @@ const query queries[] = {
 
 class av_list : public testing::TestWithParam<query> {
 protected:
-    // Asks for the list, expects one, and releases it. The texts of its entries, in order.
-    texts ask() const
+    // Asks for the list, expects one, and releases it. The texts of its entries, in order; it has printed this alone.
+    texts ask(const std::string& line = "") const
     {
-        utm_av_entry* list = GetParam().call();
-        EXPECT_NE(list, nullptr);
-        if (list == nullptr)
-            return {};
         texts found;
-        for (const utm_av_entry* at : nodes_of(list))
-            found.emplace_back(GetParam().text(at));
-        free_list(list);
+        const std::string printed = printed_by([&] {
+            utm_av_entry* list = GetParam().call();
+            ASSERT_NE(list, nullptr);
+            for (const utm_av_entry* at : nodes_of(list))
+                found.emplace_back(GetParam().text(at));
+            free_list(list);
+        });
+        EXPECT_EQ(printed, line);
+        EXPECT_FALSE(exists("/tmp/utm_log"));
         return found;
+    }
+
+    void expect_null(int cause) const
+    {
+        const std::string printed = printed_by([&] {
+            EXPECT_EQ(GetParam().call(), nullptr);
+            EXPECT_EQ(errno, cause);
+        });
+        EXPECT_EQ(printed, "");
+        EXPECT_FALSE(exists("/tmp/utm_log"));
     }
 };
 INSTANTIATE_TEST_SUITE_P(lists, av_list, testing::ValuesIn(queries),
@@ -69,7 +81,6 @@ TEST_P(av_list, stands_in_its_own_order)
     EXPECT_EQ(ask(), GetParam().in_order);
     EXPECT_EQ(plan.calls("recv"), std::vector<std::string>(4, "recv(96, 0)"));
     EXPECT_EQ(plan.calls("malloc").front(), "malloc(168)");
-    EXPECT_FALSE(exists("/tmp/utm_log"));
 }
 
 TEST_P(av_list, without_entries_is_a_head_that_points_to_itself)
@@ -103,7 +114,6 @@ TEST_P(av_list, failed_receive_gives_what_came_before)
         EXPECT_EQ(ask().size(), static_cast<size_t>(nth - 1));
         EXPECT_EQ(plan.count("recv"), nth);
     }
-    EXPECT_FALSE(exists("/tmp/utm_log"));
 }
 
 TEST_P(av_list, closed_connection_ends_the_list)
@@ -134,8 +144,7 @@ TEST_P(av_list, long_one)
 
 TEST_P(av_list, without_a_daemon)
 {
-    EXPECT_EQ(GetParam().call(), nullptr);
-    EXPECT_EQ(errno, ENOENT);
+    expect_null(ENOENT);
 }
 
 TEST_P(av_list, failed_send)
@@ -143,36 +152,25 @@ TEST_P(av_list, failed_send)
     engine_daemon daemon(av_path, records{av_reply(-1)});
     wrap::plan plan;
     plan.fail("send", 1, ENOBUFS);
-    EXPECT_EQ(GetParam().call(), nullptr);
-    EXPECT_EQ(errno, ENOBUFS);
+    expect_null(ENOBUFS);
     EXPECT_EQ(plan.count("malloc"), 0);
 }
 
 TEST_P(av_list, head_that_cannot_be_allocated)
 {
     engine_daemon daemon(av_path, records{av_reply(-1)});
-    const std::string printed = printed_by([&] {
-        wrap::plan plan;
-        plan.fail("malloc", 1, ENOMEM);
-        EXPECT_EQ(GetParam().call(), nullptr);
-        EXPECT_EQ(errno, ENOMEM);
-        EXPECT_EQ(plan.count("recv"), 0);
-    });
-    EXPECT_EQ(printed, "");
+    wrap::plan plan;
+    plan.before("send", 1, [&] { plan.fail("malloc", plan.count("malloc") + 1, ENOMEM); });
+    expect_null(ENOMEM);
+    EXPECT_EQ(plan.count("recv"), 0);
 }
 
 TEST_P(av_list, entry_that_cannot_be_allocated_ends_the_list)
 {
     engine_daemon daemon(av_path, records{entry("x"), entry("y"), entry("z"), av_reply(-1)});
-    texts found;
-    const std::string printed = printed_by([&] {
-        wrap::plan plan;
-        plan.fail("malloc", 3, ENOMEM); // head, first entry, second entry
-        found = ask();
-    });
-    EXPECT_EQ(found, texts{"x"});
-    EXPECT_EQ(printed, "malloc show queue node fail\n");
-    EXPECT_FALSE(exists("/tmp/utm_log"));
+    wrap::plan plan;
+    plan.fail("malloc", 3, ENOMEM); // head, first entry, second entry
+    EXPECT_EQ(ask("malloc show queue node fail\n"), texts{"x"});
 }
 
 // The only entry of a list, without its links.

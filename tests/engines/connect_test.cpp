@@ -3,6 +3,7 @@
 #include "kqutm/daemon.h"
 
 #include "tests/engines/engines.h"
+#include "tests/sandbox/descriptors.h"
 #include "tests/wrap/wrap.h"
 
 #include <cerrno>
@@ -21,6 +22,8 @@ struct client {
     time_t send_limit;
     const char* log; // null: the family has none
     const char* receive_limit_failed;
+    int32_t (*operation)();
+    sim::bytes (*reply)(int32_t result);
 };
 
 void PrintTo(const client& client, std::ostream* out)
@@ -29,10 +32,11 @@ void PrintTo(const client& client, std::ostream* out)
 }
 
 constexpr client clients[] = {
-    {"connect_ips", connect_ips, ips_path, 10, 0, "/tmp/utm_log/utm_libips_log", "setsockopt fail"},
+    {"connect_ips", connect_ips, ips_path, 10, 0, "/tmp/utm_log/utm_libips_log", "setsockopt fail", utm_ips_reset,
+     ips_reply},
     {"connect_deviceid", connect_deviceid, devid_path, 3, 3, "/tmp/utm_log/utm_libdevid_log",
-     "setsockopt SO_RCVTIMEO fail"},
-    {"connect_avd", connect_avd, av_path, 10, 0, nullptr, nullptr},
+     "setsockopt SO_RCVTIMEO fail", utm_devid_reset, devid_reply},
+    {"connect_avd", connect_avd, av_path, 10, 0, nullptr, nullptr, utm_av_reset, av_reply},
 };
 
 timeval limit_of(int fd, int option)
@@ -75,6 +79,18 @@ TEST_P(connect_to, gives_a_connection_with_its_time_limits)
     EXPECT_EQ(fcntl(fd, F_GETFD), FD_CLOEXEC);
     EXPECT_FALSE(exists("/tmp/utm_log"));
     close(fd);
+}
+
+TEST_P(connect_to, descriptor_0_is_a_connection_and_is_closed)
+{
+    engine_daemon daemon(client_.path, records{client_.reply(0)});
+    wrap::plan plan;
+    bool connected = false;
+    plan.before("send", 1, [&] { connected = fcntl(0, F_GETFD) == FD_CLOEXEC; });
+    closed_stdin closed;
+    EXPECT_EQ(client_.operation(), 0);
+    EXPECT_TRUE(connected);
+    EXPECT_EQ(fcntl(0, F_GETFD), -1);
 }
 
 TEST_P(connect_to, limits_are_set_before_connecting)

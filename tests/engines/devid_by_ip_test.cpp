@@ -4,7 +4,10 @@
 #include "tests/engines/devices.h"
 #include "tests/wrap/wrap.h"
 
+#include <arpa/inet.h>
 #include <cerrno>
+#include <ifaddrs.h>
+#include <netinet/in.h>
 #include <semaphore>
 
 namespace {
@@ -135,6 +138,36 @@ TEST_F(gateway_fallback, address_that_cannot_be_told_as_text)
     EXPECT_EQ(devid_log(), compared("192.168.7.1", "127.0.0.1") + not_found);
 }
 
+TEST_F(gateway_fallback, entries_that_have_no_internet_address_are_skipped)
+{
+    sockaddr other = {.sa_family = AF_PACKET, .sa_data = {}};
+    sockaddr_in internet = {};
+    internet.sin_family = AF_INET;
+    inet_pton(AF_INET, "10.9.9.9", &internet.sin_addr);
+    ifaddrs entries[3] = {};
+    entries[0].ifa_next = &entries[1];
+    entries[1].ifa_next = &entries[2];
+    entries[1].ifa_addr = &other;
+    entries[2].ifa_addr = reinterpret_cast<sockaddr*>(&internet);
+    wrap::plan plan;
+    plan.answer("getifaddrs", 1, reinterpret_cast<long>(entries));
+    plan.answer("freeifaddrs", 1, 0);
+    expect_gateway(devices(utm_devid_get_device_list_by_ip("10.9.9.9")));
+    EXPECT_EQ(devid_log(), compared("10.9.9.9", "10.9.9.9"));
+}
+
+TEST_F(gateway_fallback, addresses_are_released)
+{
+    for (const char* ip : {"127.0.0.1", "10.9.9.9"}) {
+        for (int untold : {1000, 1}) {
+            wrap::plan plan;
+            plan.fail("inet_ntop", untold, ENOSPC);
+            const devices list(utm_devid_get_device_list_by_ip(ip));
+            EXPECT_EQ(plan.count("freeifaddrs"), 1) << ip;
+        }
+    }
+}
+
 TEST_F(gateway_fallback, gateway_that_cannot_be_allocated)
 {
     wrap::plan plan;
@@ -178,6 +211,20 @@ TEST(by_ip, broken_stream_leads_to_no_fallback)
     EXPECT_EQ(utm_devid_get_device_list_by_ip("127.0.0.1"), nullptr);
     EXPECT_EQ(plan.count("getifaddrs"), 0);
     EXPECT_EQ(devid_log(), line_of(query, "recv fail"));
+}
+
+TEST_F(gateway_fallback, line_numbers_tell_messages_apart)
+{
+    expect_line_numbers_of_their_own(UTM_DEVID_LOG, query, 6, [] {
+        fail_in_each_way([] { utm_devid_get_device_list_by_ip("10.9.9.9"); }, devid_path, records{end_marker()},
+                         {"send", "recv"});
+        for (int nth : {1, 2}) { // head, gateway
+            engine_daemon daemon(devid_path, records{end_marker()});
+            wrap::plan plan;
+            plan.fail("malloc", nth, ENOMEM);
+            utm_devid_get_device_list_by_ip("127.0.0.1");
+        }
+    });
 }
 
 } // namespace

@@ -1,10 +1,12 @@
 #include "kqutm/devid.h"
 
 #include "tests/engines/engines.h"
+#include "tests/sandbox/printed.h"
 #include "tests/wrap/wrap.h"
 
 #include <cerrno>
 #include <csignal>
+#include <map>
 
 namespace {
 
@@ -49,6 +51,17 @@ protected:
     const control& control_ = GetParam();
 
     std::string line(const char* text) const { return line_of(control_.name, text); }
+
+    // Expects the operation to fail so, to have logged this, and to print nothing.
+    void expect_failure(int cause, const std::string& logged) const
+    {
+        const std::string printed = printed_by([&] {
+            EXPECT_EQ(control_.call(), -1);
+            EXPECT_EQ(errno, cause);
+        });
+        EXPECT_EQ(printed, "");
+        EXPECT_EQ(devid_log(), logged);
+    }
 };
 INSTANTIATE_TEST_SUITE_P(controls, devid_control, testing::ValuesIn(controls),
                          [](const auto& test) { return std::string(test.param.name); });
@@ -82,9 +95,7 @@ TEST_P(devid_control, hands_every_result_back_and_logs_what_counts_as_failed)
 
 TEST_P(devid_control, without_a_daemon)
 {
-    EXPECT_EQ(control_.call(), -1);
-    EXPECT_EQ(errno, ENOENT);
-    EXPECT_EQ(devid_log(), line_of("connect_deviceid", "connect failed. Error") + line("connect to deviceid fail"));
+    expect_failure(ENOENT, line_of("connect_deviceid", "connect failed. Error") + line("connect to deviceid fail"));
 }
 
 // Deliberate: debug and show-all tell a failed send or receive with the text of a refusal.
@@ -93,10 +104,8 @@ TEST_P(devid_control, failed_send)
     engine_daemon daemon(devid_path, records{devid_reply(0)});
     wrap::plan plan;
     plan.fail("send", 1, ENOBUFS);
-    EXPECT_EQ(control_.call(), -1);
-    EXPECT_EQ(errno, ENOBUFS);
+    expect_failure(ENOBUFS, line(control_.not_sent));
     EXPECT_EQ(plan.count("recv"), 0);
-    EXPECT_EQ(devid_log(), line(control_.not_sent));
 }
 
 TEST_P(devid_control, failed_receive)
@@ -104,21 +113,20 @@ TEST_P(devid_control, failed_receive)
     engine_daemon daemon(devid_path, records{devid_reply(0)});
     wrap::plan plan;
     plan.fail("recv", 1, EIO);
-    EXPECT_EQ(control_.call(), -1);
-    EXPECT_EQ(errno, EIO);
-    EXPECT_EQ(devid_log(), line(control_.not_received));
+    expect_failure(EIO, line(control_.not_received));
 }
 
 TEST_P(devid_control, time_limits_that_pass)
 {
-    for (const char* call : {"send", "recv"}) {
+    std::string log;
+    const std::pair<const char*, const char*> waits[] = {{"send", control_.not_sent}, {"recv", control_.not_received}};
+    for (const auto& [call, text] : waits) {
         engine_daemon daemon(devid_path, sim::script{sim::receive(), sim::await_close()});
         wrap::plan plan;
         plan.fail(call, 1, EAGAIN);
-        EXPECT_EQ(control_.call(), -1);
-        EXPECT_EQ(errno, ETIMEDOUT);
+        log += line(text);
+        expect_failure(ETIMEDOUT, log);
     }
-    EXPECT_EQ(devid_log(), line(control_.not_sent) + line(control_.not_received));
 }
 
 TEST_P(devid_control, daemon_that_dies_before_the_request_raises_no_sigpipe)
@@ -127,9 +135,7 @@ TEST_P(devid_control, daemon_that_dies_before_the_request_raises_no_sigpipe)
     signal(SIGPIPE, SIG_DFL);
     wrap::plan plan;
     plan.before("send", 1, [&] { daemon.die(); });
-    EXPECT_EQ(control_.call(), -1);
-    EXPECT_EQ(errno, EPIPE);
-    EXPECT_EQ(devid_log(), line(control_.not_sent));
+    expect_failure(EPIPE, line(control_.not_sent));
 }
 
 TEST_P(devid_control, daemon_that_dies_before_reading)
@@ -137,17 +143,13 @@ TEST_P(devid_control, daemon_that_dies_before_reading)
     deaf_daemon daemon(devid_path);
     wrap::plan plan;
     plan.before("recv", 1, [&] { daemon.die(); });
-    EXPECT_EQ(control_.call(), -1);
-    EXPECT_EQ(errno, ECONNRESET);
-    EXPECT_EQ(devid_log(), line(control_.not_received));
+    expect_failure(ECONNRESET, line(control_.not_received));
 }
 
 TEST_P(devid_control, daemon_that_closes_instead_of_answering)
 {
     engine_daemon daemon(devid_path, records{});
-    EXPECT_EQ(control_.call(), -1);
-    EXPECT_EQ(errno, ENODATA);
-    EXPECT_EQ(devid_log(), line(control_.refused));
+    expect_failure(ENODATA, line(control_.refused));
 }
 
 TEST_P(devid_control, short_reply_never_succeeds)
@@ -155,11 +157,9 @@ TEST_P(devid_control, short_reply_never_succeeds)
     std::string log;
     for (size_t size : {1U, 384U, 386U, 388U, 391U}) {
         engine_daemon daemon(devid_path, records{sim::bytes(size)});
-        EXPECT_EQ(control_.call(), -1) << size;
-        EXPECT_EQ(errno, EPROTO);
         log += line(control_.refused);
+        expect_failure(EPROTO, log);
     }
-    EXPECT_EQ(devid_log(), log);
 }
 
 struct bad_argument {
@@ -189,6 +189,21 @@ const bad_argument bad_arguments[] = {
      "invalid operation."},
 };
 
+TEST_P(devid_control, line_numbers_tell_messages_apart)
+{
+    const std::string name = control_.name;
+    std::map<std::string, int32_t (*)()> refused; // by the text
+    for (const auto& one : bad_arguments) {
+        if (one.name == name)
+            refused[one.text] = one.call;
+    }
+    expect_line_numbers_of_their_own(UTM_DEVID_LOG, name, 4 + refused.size(), [&] {
+        for (const auto& [text, call] : refused)
+            call();
+        fail_in_each_way(control_.call, devid_path, records{devid_reply(-1)}, {"send", "recv"});
+    });
+}
+
 class devid_bad_argument : public testing::TestWithParam<bad_argument> {};
 INSTANTIATE_TEST_SUITE_P(arguments, devid_bad_argument, testing::ValuesIn(bad_arguments),
                          [](const auto& test) { return std::string(test.param.what); });
@@ -196,8 +211,11 @@ INSTANTIATE_TEST_SUITE_P(arguments, devid_bad_argument, testing::ValuesIn(bad_ar
 TEST_P(devid_bad_argument, is_refused_before_any_connection)
 {
     wrap::plan plan;
-    EXPECT_EQ(GetParam().call(), -1);
-    EXPECT_EQ(errno, EINVAL);
+    const std::string printed = printed_by([] {
+        EXPECT_EQ(GetParam().call(), -1);
+        EXPECT_EQ(errno, EINVAL);
+    });
+    EXPECT_EQ(printed, "");
     EXPECT_EQ(plan.count("socket"), 0);
     EXPECT_EQ(devid_log(), line_of(GetParam().name, GetParam().text));
 }
@@ -314,6 +332,14 @@ TEST(devid_timestamp, is_0_where_the_reply_is_short_or_missing)
     engine_daemon daemon(devid_path, records{});
     EXPECT_EQ(utm_devid_get_latest_timestamp(), 0U);
     EXPECT_EQ(errno, ENODATA);
+}
+
+TEST(devid_timestamp, line_numbers_tell_messages_apart)
+{
+    expect_line_numbers_of_their_own(UTM_DEVID_LOG, "utm_devid_get_latest_timestamp", 3, [] {
+        fail_in_each_way(utm_devid_get_latest_timestamp, devid_path, records{reply_with_timestamp(0)},
+                         {"send", "recv"});
+    });
 }
 
 } // namespace

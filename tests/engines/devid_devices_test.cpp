@@ -157,6 +157,13 @@ TEST_P(device_query, without_memory_for_any_device_is_null)
     EXPECT_EQ(plan.count("malloc"), 3);
 }
 
+TEST_P(device_query, line_numbers_tell_messages_apart)
+{
+    expect_line_numbers_of_their_own(UTM_DEVID_LOG, GetParam().name, 4, [this] {
+        fail_in_each_way([this] { ask(); }, devid_path, records{}, {"send", "recv", "malloc"});
+    });
+}
+
 // Deliberate: an empty list is returned as null.
 TEST(device_list, end_marker_alone_is_null)
 {
@@ -196,6 +203,11 @@ TEST(device_list, is_released_from_the_last_device_to_the_head)
         node->prev = list->prev;
         list->prev->next = node;
         list->prev = node;
+    }
+    // Only who comes from the last device finds the way: to the others nothing leads forwards.
+    for (utm_device* node = list->prev; node != list;) {
+        node = node->prev;
+        node->next = nullptr;
     }
     wrap::plan plan;
     utm_devid_free_device_list(list);

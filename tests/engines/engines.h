@@ -3,9 +3,13 @@
 #include "tests/sandbox/bytes.h"
 #include "tests/sandbox/config_daemons.h"
 #include "tests/sandbox/files.h"
+#include "tests/wrap/wrap.h"
 
+#include <cerrno>
+#include <functional>
 #include <gtest/gtest.h>
 #include <regex>
+#include <set>
 #include <string>
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -53,11 +57,16 @@ inline sim::bytes first_bytes(sim::bytes record, size_t count)
     return record;
 }
 
+inline int socket_type_of(const std::string& path)
+{
+    return path == ir_path ? SOCK_SEQPACKET : SOCK_STREAM;
+}
+
 // The daemon of the engine at this path.
 class engine_daemon : public sim::scripted_daemon {
 public:
     engine_daemon(const char* path, const sim::script& script)
-        : scripted_daemon(path, script, nullptr, path == std::string(ir_path) ? SOCK_SEQPACKET : SOCK_STREAM)
+        : scripted_daemon(path, script, nullptr, socket_type_of(path))
     {
     }
     // Takes each request, and sends these records.
@@ -68,7 +77,7 @@ public:
 class deaf_daemon {
 public:
     explicit deaf_daemon(const char* path, int backlog = 3)
-        : listener_(socket(AF_UNIX, (path == std::string(ir_path) ? SOCK_SEQPACKET : SOCK_STREAM) | SOCK_CLOEXEC, 0))
+        : listener_(socket(AF_UNIX, socket_type_of(path) | SOCK_CLOEXEC, 0))
     {
         sockaddr_un address = {.sun_family = AF_UNIX};
         strncpy(address.sun_path, path, sizeof address.sun_path - 1);
@@ -110,6 +119,40 @@ inline std::string devid_log()
 inline std::string line_of(const std::string& operation, const std::string& text)
 {
     return operation + "(#) " + text + "\n";
+}
+
+// Makes an operation fail for want of a daemon, take this reply, and fail at each of these calls of libc.
+inline void fail_in_each_way(const std::function<void()>& operation, const char* path, const records& replies,
+                             const std::vector<std::string>& failing_calls)
+{
+    unlink(path);
+    operation();
+    engine_daemon daemon(path, replies);
+    operation();
+    for (const std::string& call : failing_calls) {
+        wrap::plan plan;
+        plan.fail(call, 1, EIO);
+        operation();
+    }
+}
+
+// Each message of an operation has a line number of its own, the same on every call. log_each makes it write them all.
+inline void expect_line_numbers_of_their_own(const std::string& log, const std::string& operation, size_t messages,
+                                             const std::function<void()>& log_each)
+{
+    const auto log_anew = [&] {
+        unlink(log.c_str());
+        log_each();
+        return content_of(log);
+    };
+    const std::string lines = log_anew();
+    EXPECT_EQ(log_anew(), lines);
+    const std::regex number("(^|\n)" + operation + "\\(([0-9]+)\\) ");
+    std::multiset<std::string> numbers;
+    for (std::sregex_iterator at(lines.begin(), lines.end(), number); at != std::sregex_iterator(); ++at)
+        numbers.insert((*at)[2]);
+    EXPECT_EQ(numbers.size(), messages) << lines;
+    EXPECT_EQ(std::set<std::string>(numbers.begin(), numbers.end()).size(), messages) << lines;
 }
 
 // The nodes behind a head, as steps along next; checks that prev leads back.

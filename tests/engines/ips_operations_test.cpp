@@ -1,11 +1,13 @@
 #include "kqutm/ips.h"
 
 #include "tests/engines/engines.h"
+#include "tests/sandbox/printed.h"
 #include "tests/wrap/wrap.h"
 
 #include <cerrno>
 #include <climits>
 #include <csignal>
+#include <map>
 
 namespace {
 
@@ -35,6 +37,17 @@ protected:
     const operation& operation_ = GetParam();
 
     std::string line(const char* text) const { return line_of(operation_.name, text); }
+
+    // Expects the operation to fail so, to have logged this, and to print nothing.
+    void expect_failure(int cause, const std::string& logged) const
+    {
+        const std::string printed = printed_by([&] {
+            EXPECT_EQ(operation_.call(), -1);
+            EXPECT_EQ(errno, cause);
+        });
+        EXPECT_EQ(printed, "");
+        EXPECT_EQ(ips_log(), logged);
+    }
 };
 INSTANTIATE_TEST_SUITE_P(operations, ips_operation, testing::ValuesIn(operations),
                          [](const auto& test) { return std::string(test.param.name); });
@@ -65,9 +78,7 @@ TEST_P(ips_operation, hands_every_other_result_back_and_logs_it)
 
 TEST_P(ips_operation, without_a_daemon)
 {
-    EXPECT_EQ(operation_.call(), -1);
-    EXPECT_EQ(errno, ENOENT);
-    EXPECT_EQ(ips_log(), line_of("connect_ips", "connect failed. Error") + line("connect to ips fail"));
+    expect_failure(ENOENT, line_of("connect_ips", "connect failed. Error") + line("connect to ips fail"));
 }
 
 TEST_P(ips_operation, failed_send)
@@ -75,10 +86,8 @@ TEST_P(ips_operation, failed_send)
     engine_daemon daemon(ips_path, records{ips_reply(0)});
     wrap::plan plan;
     plan.fail("send", 1, ENOBUFS);
-    EXPECT_EQ(operation_.call(), -1);
-    EXPECT_EQ(errno, ENOBUFS);
+    expect_failure(ENOBUFS, line("send fail"));
     EXPECT_EQ(plan.count("recv"), 0);
-    EXPECT_EQ(ips_log(), line("send fail"));
 }
 
 TEST_P(ips_operation, failed_receive)
@@ -86,9 +95,7 @@ TEST_P(ips_operation, failed_receive)
     engine_daemon daemon(ips_path, records{ips_reply(0)});
     wrap::plan plan;
     plan.fail("recv", 1, EIO);
-    EXPECT_EQ(operation_.call(), -1);
-    EXPECT_EQ(errno, EIO);
-    EXPECT_EQ(ips_log(), line("recv fail"));
+    expect_failure(EIO, line("recv fail"));
 }
 
 TEST_P(ips_operation, no_answer_in_time)
@@ -96,9 +103,7 @@ TEST_P(ips_operation, no_answer_in_time)
     engine_daemon daemon(ips_path, sim::script{sim::receive(), sim::await_close()});
     wrap::plan plan;
     plan.fail("recv", 1, EAGAIN);
-    EXPECT_EQ(operation_.call(), -1);
-    EXPECT_EQ(errno, ETIMEDOUT);
-    EXPECT_EQ(ips_log(), line("recv fail"));
+    expect_failure(ETIMEDOUT, line("recv fail"));
 }
 
 TEST_P(ips_operation, daemon_that_dies_before_the_request_raises_no_sigpipe)
@@ -107,9 +112,7 @@ TEST_P(ips_operation, daemon_that_dies_before_the_request_raises_no_sigpipe)
     signal(SIGPIPE, SIG_DFL);
     wrap::plan plan;
     plan.before("send", 1, [&] { daemon.die(); });
-    EXPECT_EQ(operation_.call(), -1);
-    EXPECT_EQ(errno, EPIPE);
-    EXPECT_EQ(ips_log(), line("send fail"));
+    expect_failure(EPIPE, line("send fail"));
 }
 
 TEST_P(ips_operation, daemon_that_dies_before_reading)
@@ -117,17 +120,13 @@ TEST_P(ips_operation, daemon_that_dies_before_reading)
     deaf_daemon daemon(ips_path);
     wrap::plan plan;
     plan.before("recv", 1, [&] { daemon.die(); });
-    EXPECT_EQ(operation_.call(), -1);
-    EXPECT_EQ(errno, ECONNRESET);
-    EXPECT_EQ(ips_log(), line("recv fail"));
+    expect_failure(ECONNRESET, line("recv fail"));
 }
 
 TEST_P(ips_operation, daemon_that_closes_instead_of_answering)
 {
     engine_daemon daemon(ips_path, records{});
-    EXPECT_EQ(operation_.call(), -1);
-    EXPECT_EQ(errno, ENODATA);
-    EXPECT_EQ(ips_log(), line(operation_.refused));
+    expect_failure(ENODATA, line(operation_.refused));
 }
 
 TEST_P(ips_operation, short_reply_never_succeeds)
@@ -135,11 +134,9 @@ TEST_P(ips_operation, short_reply_never_succeeds)
     std::string log;
     for (size_t size : {1U, 311U, 312U, 314U, 315U}) {
         engine_daemon daemon(ips_path, records{first_bytes(sim::bytes(316), size)});
-        EXPECT_EQ(operation_.call(), -1) << size;
-        EXPECT_EQ(errno, EPROTO);
         log += line(operation_.refused);
+        expect_failure(EPROTO, log);
     }
-    EXPECT_EQ(ips_log(), log);
 }
 
 TEST_P(ips_operation, bytes_beyond_the_reply_are_not_read)
@@ -172,6 +169,21 @@ const refusal refusals[] = {
     {"flush_3", "utm_ips_flush", [] { return utm_ips_flush(3); }, "flush parameter error"},
 };
 
+TEST_P(ips_operation, line_numbers_tell_messages_apart)
+{
+    const std::string name = operation_.name;
+    std::map<std::string, int32_t (*)()> refused; // by the text
+    for (const auto& one : refusals) {
+        if (one.name == name)
+            refused[one.text] = one.call;
+    }
+    expect_line_numbers_of_their_own(UTM_IPS_LOG, name, 4 + refused.size(), [&] {
+        for (const auto& [text, call] : refused)
+            call();
+        fail_in_each_way(operation_.call, ips_path, records{ips_reply(-1)}, {"send", "recv"});
+    });
+}
+
 class ips_refusal : public testing::TestWithParam<refusal> {};
 INSTANTIATE_TEST_SUITE_P(arguments, ips_refusal, testing::ValuesIn(refusals),
                          [](const auto& test) { return std::string(test.param.what); });
@@ -179,8 +191,11 @@ INSTANTIATE_TEST_SUITE_P(arguments, ips_refusal, testing::ValuesIn(refusals),
 TEST_P(ips_refusal, comes_before_any_connection)
 {
     wrap::plan plan;
-    EXPECT_EQ(GetParam().call(), -1);
-    EXPECT_EQ(errno, EINVAL);
+    const std::string printed = printed_by([] {
+        EXPECT_EQ(GetParam().call(), -1);
+        EXPECT_EQ(errno, EINVAL);
+    });
+    EXPECT_EQ(printed, "");
     EXPECT_EQ(plan.count("socket"), 0);
     EXPECT_EQ(ips_log(), line_of(GetParam().name, GetParam().text));
 }
@@ -194,33 +209,6 @@ TEST(ips, highest_values_are_accepted)
     EXPECT_EQ(utm_ips_set_blacklist("", 1), 0);
     EXPECT_EQ(utm_ips_update_signature(""), 0);
     EXPECT_EQ(daemon.requests().size(), 5U);
-}
-
-// Each message of an operation has a line number of its own, the same on every call.
-TEST(ips, line_numbers_tell_messages_apart)
-{
-    const auto messages = [] {
-        unlink("/tmp/utm_log/utm_libips_log");
-        utm_ips_flush(3);
-        utm_ips_flush(0);
-        engine_daemon daemon(ips_path, records{ips_reply(1)});
-        utm_ips_flush(0);
-        for (const char* call : {"send", "recv"}) {
-            wrap::plan plan;
-            plan.fail(call, 1, EIO);
-            utm_ips_flush(0);
-        }
-        return content_of("/tmp/utm_log/utm_libips_log");
-    };
-    const std::string first = messages();
-    EXPECT_EQ(messages(), first);
-    const std::regex number("utm_ips_flush\\(([0-9]+)\\)");
-    std::vector<std::string> numbers;
-    for (std::sregex_iterator at(first.begin(), first.end(), number); at != std::sregex_iterator(); ++at)
-        numbers.push_back((*at)[1]);
-    EXPECT_EQ(numbers.size(), 5U);
-    std::sort(numbers.begin(), numbers.end());
-    EXPECT_EQ(std::unique(numbers.begin(), numbers.end()), numbers.end());
 }
 
 } // namespace

@@ -205,4 +205,14 @@ TEST(ips_rules, node_that_cannot_be_allocated)
     EXPECT_EQ(printed, "malloc show queue node fail\n");
 }
 
+TEST(ips_rules, line_numbers_tell_messages_apart)
+{
+    const auto ask = [] { free(utm_ips_show_customizelist()); };
+    expect_line_numbers_of_their_own(UTM_IPS_LOG, "utm_ips_show_customizelist", 6, [&] {
+        fail_in_each_way(ask, ips_path, records{ips_reply(0)}, {"send", "recv", "malloc"});
+        engine_daemon daemon(ips_path, records{ips_reply(-1)});
+        ask();
+    });
+}
+
 } // namespace

@@ -110,4 +110,12 @@ TEST(ips_status, block_that_cannot_be_allocated)
     EXPECT_EQ(ips_log(), line("memory allocate fail"));
 }
 
+TEST(ips_status, line_numbers_tell_messages_apart)
+{
+    expect_line_numbers_of_their_own(UTM_IPS_LOG, "utm_ips_show_status", 5, [] {
+        fail_in_each_way([] { free(utm_ips_show_status()); }, ips_path, records{ips_reply(1)},
+                         {"send", "recv", "malloc"});
+    });
+}
+
 } // namespace

@@ -57,9 +57,11 @@ TEST_P(listen_at_path, takes_the_steps_once_each)
     wrap::plan plan;
     const int listener = server_.create();
     ASSERT_GE(listener, 0);
-    EXPECT_EQ(plan.calls("socket"), calls{"socket(1, " + std::to_string(SOCK_STREAM | SOCK_CLOEXEC) + ", 0)"});
-    EXPECT_EQ(plan.calls("setsockopt"), calls{"setsockopt(1, 2, 4)"});
-    EXPECT_EQ(plan.calls("bind"), calls{std::string("bind(") + server_.path + ", 110)"});
+    const std::string path = server_.path;
+    EXPECT_EQ(plan.calls(),
+              (calls{"unlink(" + path + ")", "socket(1, " + std::to_string(SOCK_STREAM | SOCK_CLOEXEC) + ", 0)",
+                     "setsockopt(1, 2, 4)", "bind(" + path + ", 110)", "listen(3)",
+                     "chmod(" + path + ", " + std::to_string(0777) + ")"}));
     EXPECT_FALSE(exists("/tmp/utm_log"));
     int reuse = 0;
     socklen_t size = sizeof reuse;
@@ -116,13 +118,29 @@ TEST_P(listen_at_path, replaces_a_stale_socket_and_opens_it_to_everyone)
     close(again);
 }
 
+TEST_P(listen_at_path, last_steps_may_fail)
+{
+    for (const char* step : {"listen", "chmod"}) {
+        wrap::plan plan;
+        plan.fail(step, 1, EPERM);
+        const int listener = server_.create();
+        EXPECT_GE(listener, 0) << step;
+        EXPECT_EQ(plan.count("listen"), 1);
+        EXPECT_EQ(plan.count("chmod"), 1);
+        close(listener);
+    }
+    EXPECT_FALSE(exists("/tmp/utm_log"));
+}
+
 // Deliberate: a server socket that cannot be created goes on to its options, which then fail and say so too.
 TEST_P(listen_at_path, socket_that_cannot_be_created)
 {
+    write_file(server_.path, "stale");
     wrap::plan plan;
     plan.fail("socket", 1, EMFILE);
     EXPECT_EQ(server_.create(), -1);
     EXPECT_EQ(errno, EMFILE);
+    EXPECT_FALSE(exists(server_.path));
     EXPECT_EQ(plan.count("setsockopt"), 1);
     EXPECT_EQ(plan.count("bind"), 0);
     expect_log(line_of(server_.name, "Could not create socket") +

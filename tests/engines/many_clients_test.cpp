@@ -67,4 +67,32 @@ TEST(many_clients, each_get_their_own_answer)
     EXPECT_EQ(sum, int64_t{clients} * (clients + 1) / 2);
 }
 
+// Answers clients one after the other, until the listener is shut down. How many came.
+int serve_ips(int listener)
+{
+    const sim::bytes reply = ips_reply(0);
+    int served = 0;
+    for (int client; (client = accept(listener, nullptr, nullptr)) >= 0; close(client)) {
+        sim::bytes request(316);
+        EXPECT_EQ(recv(client, request.data(), request.size(), 0), 316);
+        EXPECT_EQ(send(client, reply.data(), reply.size(), MSG_NOSIGNAL), 316);
+        ++served;
+    }
+    return served;
+}
+
+TEST(many_clients, of_a_socket_that_the_library_opened)
+{
+    const int listener = ips_create_server_socket();
+    ASSERT_GE(listener, 0);
+    int served = 0;
+    {
+        std::jthread daemon([&] { served = serve_ips(listener); });
+        EXPECT_EQ(at_once([] { return utm_ips_flush(2) == 0; }), clients);
+        shutdown(listener, SHUT_RDWR);
+    }
+    EXPECT_EQ(served, clients);
+    close(listener);
+}
+
 } // namespace

@@ -23,6 +23,7 @@ namespace {
 void* const no_memory = nullptr;
 FILE* const no_stream = nullptr;
 void* const not_attached = reinterpret_cast<void*>(-1);
+ifaddrs* const unread = reinterpret_cast<ifaddrs*>(-1);
 
 } // namespace
 
@@ -87,6 +88,20 @@ int __wrap_bind(int fd, const sockaddr* address, socklen_t length)
         "bind", -1, [=] { return __real_bind(fd, address, length); }, path, length);
 }
 
+int __real_listen(int fd, int backlog);
+int __wrap_listen(int fd, int backlog)
+{
+    return intercept(
+        "listen", -1, [=] { return __real_listen(fd, backlog); }, backlog);
+}
+
+int __real_chmod(const char* path, mode_t mode);
+int __wrap_chmod(const char* path, mode_t mode)
+{
+    return intercept(
+        "chmod", -1, [=] { return __real_chmod(path, mode); }, path, mode);
+}
+
 int __real_setsockopt(int fd, int level, int option, const void* value, socklen_t length);
 int __wrap_setsockopt(int fd, int level, int option, const void* value, socklen_t length)
 {
@@ -111,7 +126,21 @@ ssize_t __wrap_recv(int fd, void* data, size_t size, int flags)
 int __real_getifaddrs(ifaddrs** list);
 int __wrap_getifaddrs(ifaddrs** list)
 {
-    return intercept("getifaddrs", -1, [=] { return __real_getifaddrs(list); });
+    // What a plan answers is the address of the list.
+    ifaddrs* found = intercept("getifaddrs", unread, [] {
+        ifaddrs* own = nullptr;
+        return __real_getifaddrs(&own) == 0 ? own : unread;
+    });
+    if (found == unread)
+        return -1;
+    *list = found;
+    return 0;
+}
+
+void __real_freeifaddrs(ifaddrs* list);
+void __wrap_freeifaddrs(ifaddrs* list)
+{
+    intercept("freeifaddrs", 0, [=] { return __real_freeifaddrs(list), 0; });
 }
 
 const char* __real_inet_ntop(int family, const void* address, char* text, socklen_t size);
