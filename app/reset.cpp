@@ -9,7 +9,7 @@
 namespace {
 
 struct reset_step {
-    const char* name;
+    char name[40]; // in the row itself: a pointer is work for the loader
     int32_t (*run)();
 };
 
@@ -21,7 +21,7 @@ constexpr reset_step steps[] = {
     {"utm_app_activate", [] { return utm_app_activate(0); }},
 };
 
-constexpr const char* state_files[] = {UTM_CF_MARKER, UTM_CF_WEB_SAFE_BROWSING_FILE, UTM_CF_WEB_CATEGORY_FILE};
+constexpr char state_files[][40] = {UTM_CF_MARKER, UTM_CF_WEB_SAFE_BROWSING_FILE, UTM_CF_WEB_CATEGORY_FILE};
 
 } // namespace
 

@@ -4,7 +4,7 @@
 
 #include "common/engine.h"
 
-constexpr engine av_engine = {
+inline constexpr engine av_engine = {
     .path = UTM_AV_SOCKET,
     .type = SOCK_STREAM,
     .receive_limit = 10,

@@ -52,6 +52,8 @@ target_include_directories(kqutm_objects PUBLIC include PRIVATE .)
 target_compile_definitions(kqutm_objects PRIVATE _GNU_SOURCE KQUTM_IPC_KEY_FILE="${KQUTM_IPC_KEY_FILE}")
 target_compile_options(kqutm_objects PRIVATE -fno-exceptions -fno-rtti -fvisibility=hidden -ffunction-sections
                                              -fstack-protector-strong)
+# It waits for daemons rather than compute: what -O3 adds is size.
+target_compile_options(kqutm_objects PRIVATE $<$<CONFIG:Release>:-O2>)
 target_link_libraries(kqutm_objects PRIVATE kqutm_warnings)
 # The unnamed bytes of a request are zero. Compilers that would leave those of a union as they are have a flag for it.
 check_cxx_compiler_flag(-fzero-init-padding-bits=unions KQUTM_HAS_ZERO_INIT_OF_UNIONS)

@@ -54,15 +54,21 @@ template <class Record> bool send_record(const engine& engine, const unique_fd& 
 // failure to use the bytes means: nothing came (ENODATA), they are too few (EPROTO), or the daemon refused (EREMOTEIO).
 ssize_t receive_once(int from, void* data, size_t size);
 
+// Zeroes what a record that came in part did not bring.
+template <class Record> void clear_from(Record& record, size_t size)
+{
+    memset(reinterpret_cast<char*>(&record) + size, 0, sizeof record - size);
+}
+
 // Receives one record, in one piece. Its result reads as unanswered unless the whole record came. Returns the number of
 // bytes, or a negative value.
 template <class Record, class Result>
 ssize_t receive_record(const unique_fd& from, Record& record, Result Record::*result, Result unanswered)
 {
-    record = {};
-    record.*result = unanswered;
-    ssize_t size = receive_once(from.get(), &record, sizeof record);
-    if (size < static_cast<ssize_t>(sizeof record))
+    const ssize_t size = receive_once(from.get(), &record, sizeof record);
+    if (size < static_cast<ssize_t>(sizeof record)) {
+        clear_from(record, size < 0 ? 0 : static_cast<size_t>(size));
         record.*result = unanswered;
+    }
     return size;
 }

@@ -5,7 +5,7 @@
 #include "common/engine.h"
 
 // Deliberate: device identification limits requests and replies to 3 s, IPS replies alone, to 10 s.
-constexpr engine devid_engine = {
+inline constexpr engine devid_engine = {
     .path = UTM_DEVID_SOCKET,
     .log = UTM_DEVID_LOG,
     .type = SOCK_STREAM,

@@ -9,15 +9,15 @@
 struct list_kind {
     int target;
     int code;
-    size_t slot;       // record: where the address of the head goes
-    size_t entry_size; // 0: no list at all, and a record that carries an entry fails the exchange
-    size_t links;      // entry
-    size_t to;         // entry: the fields
-    size_t from;       // record: the fields
-    size_t size;       // of the fields, copied as they came
-    const char* head_not_allocated;
-    const char* head_missing;
-    const char* entry_not_allocated;
+    size_t slot;                 // record: where the address of the head goes
+    size_t entry_size;           // 0: no list at all, and a record that carries an entry fails the exchange
+    size_t links;                // entry
+    size_t to;                   // entry: the fields
+    size_t from;                 // record: the fields
+    size_t size;                 // of the fields, copied as they came
+    char head_not_allocated[48]; // texts stand in the row itself: a pointer is work for the loader
+    char head_missing[48];
+    char entry_not_allocated[48];
     void (*trace)(const utm_event_response& record); // null: none
 };
 

@@ -17,7 +17,7 @@ constexpr int sender_patience = 10; // seconds until the answer
 constexpr int reader_patience = 2;  // seconds until the first record
 
 struct config_daemon {
-    const char* path;
+    char path[40];
     size_t event_size;
 };
 
@@ -27,11 +27,13 @@ constexpr config_daemon config_daemons[] = {
     {UTM_USER_PROFILE_SOCKET, sizeof(utm_user_profile_config_event)},
 };
 
+constexpr config_daemon nobody = {"/", 0};
+
 // A target that is none of the three leads to a folder, where nobody can listen.
-config_daemon find_daemon(int target)
+const config_daemon& find_daemon(int target)
 {
     if (target < 0 || target >= static_cast<int>(std::size(config_daemons)))
-        return {"/", 0};
+        return nobody;
     return config_daemons[target];
 }
 
@@ -59,7 +61,7 @@ private:
     bool try_connect() const;
     void close() const;
 
-    const config_daemon daemon_;
+    const config_daemon& daemon_;
     const char* const operation_;
     const int fd_;
 };

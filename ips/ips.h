@@ -5,7 +5,7 @@
 #include "common/engine.h"
 
 // Deliberate: device identification limits requests and replies to 3 s, IPS replies alone, to 10 s.
-constexpr engine ips_engine = {
+inline constexpr engine ips_engine = {
     .path = UTM_IPS_SOCKET,
     .log = UTM_IPS_LOG,
     .type = SOCK_STREAM,

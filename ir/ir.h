@@ -4,7 +4,7 @@
 
 #include "common/engine.h"
 
-constexpr engine ir_engine = {
+inline constexpr engine ir_engine = {
     .path = UTM_IR_SOCKET,
     .type = SOCK_SEQPACKET,
     .send_flags = MSG_NOSIGNAL,

@@ -5,19 +5,19 @@
 // Where the registry keeps the policies of one kind and their bindings to user profiles.
 struct policy_kind {
     uint32_t kind; // an utm_id_kind
-    const char* name;
+    char name[4];
     id_table utm_id_registry::*bindings;
     id_table utm_id_registry::*policies;
 };
 
-constexpr policy_kind cf_policies = {.kind = UTM_ID_CF_POLICY,
-                                     .name = "cf",
-                                     .bindings = &utm_id_registry::cf_bindings,
-                                     .policies = &utm_id_registry::cf_policies};
-constexpr policy_kind app_policies = {.kind = UTM_ID_APP_POLICY,
-                                      .name = "app",
-                                      .bindings = &utm_id_registry::app_bindings,
-                                      .policies = &utm_id_registry::app_policies};
+inline constexpr policy_kind cf_policies = {.kind = UTM_ID_CF_POLICY,
+                                            .name = "cf",
+                                            .bindings = &utm_id_registry::cf_bindings,
+                                            .policies = &utm_id_registry::cf_policies};
+inline constexpr policy_kind app_policies = {.kind = UTM_ID_APP_POLICY,
+                                             .name = "app",
+                                             .bindings = &utm_id_registry::app_bindings,
+                                             .policies = &utm_id_registry::app_policies};
 
 // Reserves an identifier of a kind, clearing the registry on the first use after a start. Returns the identifier, or
 // -1; text, with the name of the operation, is logged when there is none to be had.
