@@ -9,9 +9,22 @@ namespace sim {
 
 namespace {
 
+constexpr size_t widest_value = 40; // one long text would widen every row; the trace itself has it whole
+
+// Whole characters alone: a byte that begins with 10 goes on with the one before.
+std::string shortened(std::string text)
+{
+    if (text.size() <= widest_value)
+        return text;
+    size_t end = widest_value;
+    while ((text[end] & 0xc0) == 0x80)
+        end--;
+    return text.substr(0, end) + "...";
+}
+
 std::string value_text(const json& value)
 {
-    return value.is_string() && value != "" ? value.get<std::string>() : value.dump();
+    return value.is_string() && value != "" ? shortened(value.get<std::string>()) : value.dump();
 }
 
 // "id 7, mac 02:42:ac:11:00:05"

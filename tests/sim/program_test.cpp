@@ -95,6 +95,28 @@ s.connect("/dev/utm_user_profile_socket"); s.send(bytes([1, 0, 0, 0, 7, 0, 0, 0]
     EXPECT_NE(table.find(" user_profile create profile id 7   status 0\n"), std::string::npos) << table;
 }
 
+TEST_F(program, shortens_long_texts_in_the_table_of_a_trace)
+{
+    nlohmann::ordered_json line = {{"time", "2026-01-01T00:00:00.000000Z"},
+                                   {"sequence", 1},
+                                   {"daemon", "cf"},
+                                   {"code", 8},
+                                   {"name", "add trusted URL"},
+                                   {"size", 2056},
+                                   {"fields", {{"url", std::string(40, 'x')}}},
+                                   {"answer", {{"status", 0}}}};
+    std::string trace = line.dump() + "\n";
+    line["fields"]["url"] = std::string(41, 'x');
+    trace += line.dump() + "\n";
+    line["fields"]["url"] = std::string(39, 'x') + "\u00e4" + "y";
+    trace += line.dump() + "\n";
+    std::ofstream(file("trace")) << trace;
+    const std::string table = gateway("trace " + file("trace")).output;
+    EXPECT_NE(table.find(" url " + std::string(40, 'x') + "  "), std::string::npos) << table;
+    EXPECT_NE(table.find(" url " + std::string(40, 'x') + "... "), std::string::npos) << table;
+    EXPECT_NE(table.find(" url " + std::string(39, 'x') + "... "), std::string::npos) << table;
+}
+
 TEST_F(program, runs_the_scenario_of_its_manual)
 {
     const std::string manual = text_of(KQUTM_DOCS "/simulated-gateway.md");
