@@ -162,9 +162,10 @@ TEST(profile_create, the_deadline_ends_a_call)
     const sim::scripted_daemon cf(cf_path, sim::script{sim::receive(), sim::await_close()});
     EXPECT_EQ(utmctl("--timeout 0.5 profile create 7"),
               refused(3,
-                      "profile 7 may have been created: the library has not come back within 0.5 s, and the call was "
-                      "ended; 'utmctl registry show' tells what the registry holds, and "
-                      "--timeout sets a longer limit\n"));
+                      "profile 7 may have been created: the content-filter daemon (/dev/utm_cf_config_socket) or the "
+                      "application daemon (/dev/utm_app_config_socket) or the user-profile daemon "
+                      "(/dev/utm_user_profile_socket) did not answer within 0.5 s, and the call was ended; find out "
+                      "why the daemon hangs; --timeout sets a longer limit\n"));
 }
 
 TEST(profile_create, a_failed_first_clearing_is_told)

@@ -50,7 +50,7 @@ std::string what_happened(const profile_step& step, const profile_answers& answe
 
 profile_report carry_out(const profile_step& step, const operation& work, double timeout)
 {
-    watched_call call = call_watched(step, {}, timeout, work);
+    watched_call call = call_watched(step, {config_daemons.begin(), config_daemons.end()}, timeout, work);
     profile_evidence evidence = {.id = step.id != 0 ? step.id : call.returned,
                                  .error = call.returned == -1 ? std::optional(call.error) : std::nullopt,
                                  .failures = failed_exchanges(call.log),
