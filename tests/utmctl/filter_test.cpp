@@ -162,6 +162,20 @@ TEST(dump, into_a_folder_that_is_not_there_is_done_in_part)
         << result;
 }
 
+// The shell has nothing to say of a file that keeps nothing.
+TEST(dump, that_breaks_off_is_done_in_part)
+{
+    const config_daemons daemons;
+    EXPECT_EQ(utmctl("cf dump /dev/null"),
+              refused(8,
+                      "the dump of the content filter was written to /dev/null in part: the file (/dev/null) does not "
+                      "hold what the registry holds; see what 'utmctl registry show' tells, then run the command "
+                      "again\n"));
+    const auto value = nlohmann::json::parse(utmctl("-j app dump /dev/null").out);
+    EXPECT_EQ(value["exit"], 8);
+    EXPECT_EQ(value["result"].dump(), R"({"file":"/dev/null","sections":[]})");
+}
+
 TEST(dump, of_the_kernel_is_appended)
 {
     utmctl("cf switch-kernel on");

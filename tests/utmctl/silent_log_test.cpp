@@ -143,6 +143,36 @@ TEST_F(silent_log, a_flush_does_not_claim_what_nobody_told)
               R"("daemons":{"content_filter":"unknown","application":"unknown","user_profile":"unknown"})");
 }
 
+// Only the log tells at which step the library stopped.
+TEST_F(silent_log, a_reset_that_breaks_off_does_not_claim_where)
+{
+    const config_daemons daemons({.app = 3});
+    register_ids({{0, 0}});
+    EXPECT_EQ(utmctl("reset --yes"),
+              (run_result{8, "no profile to delete\n",
+                          std::string("utmctl: the reset was broken off: the diagnostic log (") + log_file +
+                              ") does not tell at which step: Remote I/O error; make it writable, then run the command "
+                              "again\n"}));
+    const run_result result = utmctl("-j reset --yes");
+    EXPECT_NE(result.out.find(R"("result":[{"step":"profiles","status":"done","profiles":[]},)"
+                              R"({"step":null,"status":"done-in-part"}])"),
+              std::string::npos)
+        << result;
+}
+
+TEST_F(silent_log, a_reset_that_is_done_is_told_as_ever)
+{
+    const config_daemons daemons;
+    register_ids({{0, 0}});
+    EXPECT_EQ(utmctl("reset --yes"), (run_result{0,
+                                                 "no profile to delete\n"
+                                                 "the content filter flushed\n"
+                                                 "safe browsing switched off\n"
+                                                 "web-category filtering switched off\n"
+                                                 "application control switched off\n",
+                                                 ""}));
+}
+
 class unwritable_log : public testing::TestWithParam<void (*)()> {};
 
 TEST_P(unwritable_log, is_not_taken_for_a_silent_one)
