@@ -2,6 +2,7 @@
 #include "tests/utmctl/run.h"
 
 #include <fcntl.h>
+#include <filesystem>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 #include <unistd.h>
@@ -252,18 +253,27 @@ TEST(engine_deeds, a_closed_standard_input_is_no_failure)
     EXPECT_EQ(result, (run_result{0, "the IR engine switched on\n", ""}));
 }
 
+// The daemon, which opens it, works in a folder of its own.
+TEST(engine_deeds, a_path_is_completed_by_the_working_folder)
+{
+    const std::string path = std::filesystem::current_path() / "1.db";
+    const engine_daemon daemon(ir, answer_with(reply_of(ir, 0)));
+    EXPECT_EQ(utmctl("ir load 1.db").status, 0);
+    EXPECT_EQ(daemon.requests(), (requests{request_to(ir, {{0, 18}}, 4, path)}));
+}
+
 struct bad_line {
-    const char* line;
-    const char* wrong;
+    std::string line;
+    std::string wrong;
 };
 
-constexpr bad_line bad_lines[] = {
+const bad_line bad_lines[] = {
     {"ips switch 1", "STATE: '1' is not a state: on or off"},
     {"ips flush 3 --yes", "MODE: '3' is not a whole number from 0 to 2"},
     {"ips set-whitelist 12345678901 0", "RULE: '12345678901' is longer than 10 characters"},
     {"ips set-blacklist 1 2", "ACTION: '2' is not a whole number from 0 to 1"},
-    {"ips update-signature sig.db",
-     "PATH: 'sig.db' is not a path from the root, and the daemon works in a folder of its own"},
+    {"ir load /" + std::string(127, 'p'), "PATH: '/" + std::string(127, 'p') + "' is longer than 127 characters"},
+    {"ips update-signature /tmp/", "PATH: '/tmp/' is not the path of a file"},
     {"devid cache-size 0", "MB: '0' is not a whole number from 1 to 10"},
     {"devid cache-size 11", "MB: '11' is not a whole number from 1 to 10"},
     {"devid ignore interface-123456 0", "INTERFACE: 'interface-123456' is longer than 15 characters"},
@@ -281,9 +291,8 @@ constexpr bad_line bad_lines[] = {
 TEST(engine_deeds, bad_arguments_are_refused_before_anything_is_sent)
 {
     for (const bad_line& one : bad_lines) {
-        const std::string line = one.line;
-        const std::string words = line.substr(0, line.find(' ', line.find(' ') + 1));
-        EXPECT_EQ(utmctl(line),
+        const std::string words = one.line.substr(0, one.line.find(' ', one.line.find(' ') + 1));
+        EXPECT_EQ(utmctl(one.line),
                   refused(2, words + ": " + one.wrong + "; 'utmctl help " + words + "' tells what it takes\n"));
     }
     EXPECT_EQ(utmctl("devid devices --ip 1.2.3.4 --mac 02:42:ac:11:00:05"),

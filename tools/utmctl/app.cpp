@@ -71,10 +71,10 @@ constexpr argument interval_argument[] = {
     {"INTERVAL", occurs::once, check_number, "a whole number, in the daemon's unit"},
 };
 constexpr argument file[] = {
-    {"FILE", occurs::once, check_file_path, "the file, with nothing in its path that a shell interprets"},
+    {"FILE", occurs::once, check_shell_path, "the file, with nothing in its path that a shell interprets"},
 };
 constexpr argument statistics_file[] = {
-    {"FILE", occurs::at_most_once, check_file_path, "the file; none: " UTM_APP_STATISTICS_FILE},
+    {"FILE", occurs::at_most_once, check_shell_path, "the file; none: " UTM_APP_STATISTICS_FILE},
 };
 
 constexpr command commands[] = {

@@ -10,23 +10,23 @@ namespace {
 
 constexpr service av = {"anti-virus", UTM_AV_SOCKET};
 
-int32_t set_cache_size(const request& asked)
-{
-    return utm_av_cache_set_max_size(whole_of<uint32_t>(asked.one("LIMIT")));
-}
-
-int32_t set_whitelist(const request& asked)
-{
-    return utm_av_set_whitelist(asked.one("ENTRY").c_str(), whole_of<uint32_t>(asked.one("OPERATION")));
-}
-
 constexpr char engine[] = "the anti-virus engine";
+
+constexpr argument cache_limit[] = {
+    {"LIMIT", occurs::once, check_whole<0, 10>, "the limit, 0 to 10, in the daemon's own unit"},
+};
+constexpr argument entry_and_operation[] = {
+    {"ENTRY", occurs::once, check_text<32>, "what the daemon takes for an entry, up to 32 characters"},
+    {"OPERATION", occurs::once, check_whole<0, 1>, "0 or 1; the daemon defines which is which"},
+};
 
 constexpr deed_row switching = {av, engine, "switched {STATE}", call_with_state<utm_av_activate>, tells_answer};
 constexpr deed_row debugging = {av, "debugging of the anti-virus engine", "switched {STATE}",
                                 call_with_state<utm_av_debug>, tells_answer};
-constexpr deed_row sizing = {av, "the scan cache", "limited to {LIMIT}", set_cache_size, tells_answer};
-constexpr deed_row setting_whitelist = {av, "{ENTRY}", "set in the whitelist with operation {OPERATION}", set_whitelist,
+constexpr deed_row sizing = {av, "the scan cache", "limited to {LIMIT}",
+                             call_with_number<utm_av_cache_set_max_size, cache_limit>, tells_answer};
+constexpr deed_row setting_whitelist = {av, "{ENTRY}", "set in the whitelist with operation {OPERATION}",
+                                        call_with_text_and_number<utm_av_set_whitelist, entry_and_operation>,
                                         tells_answer};
 constexpr deed_row resetting = {av, engine, "reset", call<utm_av_reset>, tells_answer};
 constexpr deed_row flushing = {av, engine, "flushed", call<utm_av_flush>, tells_answer};
@@ -43,14 +43,6 @@ constexpr list_field<utm_av_entry> cache_fields[] = {
 };
 constexpr list_row<utm_av_entry> whitelist = {av, "the whitelist entries", whitelist_fields};
 constexpr list_row<utm_av_entry> cache = {av, "the cache entries", cache_fields};
-
-constexpr argument cache_limit[] = {
-    {"LIMIT", occurs::once, check_whole<0, 10>, "the limit, 0 to 10, in the daemon's own unit"},
-};
-constexpr argument entry_and_operation[] = {
-    {"ENTRY", occurs::once, check_text<32>, "what the daemon takes for an entry, up to 32 characters"},
-    {"OPERATION", occurs::once, check_whole<0, 1>, "0 or 1; the daemon defines which is which"},
-};
 
 constexpr command commands[] = {
     {"switch", state, perform<switching>, "switch the engine on or off", nullptr, "av switch on"},

@@ -85,7 +85,7 @@ constexpr argument debug_value[] = {
     {"VALUE", occurs::once, check_switch, "on, off, or a whole number, whose meaning is the daemon's"},
 };
 constexpr argument dump_file[] = {
-    {"FILE", occurs::once, check_file_path, "the file, with nothing in its path that a shell interprets"},
+    {"FILE", occurs::once, check_shell_path, "the file, with nothing in its path that a shell interprets"},
 };
 constexpr argument flush_type[] = {type};
 constexpr argument type_and_policy[] = {

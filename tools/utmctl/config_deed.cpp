@@ -33,14 +33,6 @@ json asked_for(const request& asked)
     return values;
 }
 
-// As a cell of a table, which makes texts printable itself.
-std::string shown(const json& value)
-{
-    if (value.is_null())
-        return "-";
-    return value.is_string() ? value.get<std::string>() : value.dump();
-}
-
 } // namespace
 
 problem config_problem(const std::string& what, const config_daemon& daemon, int error,
@@ -75,19 +67,6 @@ outcome change(const config_change& row, const request& asked)
     return {.result = asked_for(asked), .confirmations = {done(words)}};
 }
 
-table table_of(const json& list, std::span<const shown_member> members)
-{
-    table shown_list;
-    for (const shown_member& one : members)
-        shown_list.columns.push_back(one.shown);
-    for (const json& entry : list) {
-        auto& row = shown_list.rows.emplace_back();
-        for (const shown_member& one : members)
-            row.push_back(shown(entry[one.name]));
-    }
-    return shown_list;
-}
-
 outcome read(const config_reading& row, const request& asked)
 {
     const deed_words words = {filled_in(row.subject, asked), "read"};
@@ -96,7 +75,7 @@ outcome read(const config_reading& row, const request& asked)
     if (value.is_array())
         told.rows = table_of(value, row.members);
     else if (row.members.size() == 1)
-        told.lines = {shown(value[row.members.front().name])};
+        told.lines = {cell_of(value[row.members.front().name])};
     else
         told.rows = table_of(json::array({value}), row.members);
     return told;

@@ -2,6 +2,7 @@
 
 #include "tools/utmctl/config_daemons.h"
 #include "tools/utmctl/deed.h"
+#include "tools/utmctl/json_table.h"
 #include "tools/utmctl/worker.h"
 
 // Operations that are one exchange with a config daemon, as rows of tables.
@@ -33,12 +34,6 @@ template <const config_change& row> outcome change(const request& asked)
     return change(row, asked);
 }
 
-// A member of what is read, and the heading of its column.
-struct shown_member {
-    const char* name;
-    column shown;
-};
-
 // A reading. The call returns null when it failed, an array of objects for a list, and an object for anything else;
 // one that has but one member to show is shown as a line.
 struct config_reading {
@@ -54,6 +49,3 @@ template <const config_reading& row> outcome read(const request& asked)
 {
     return read(row, asked);
 }
-
-// A list of objects as a table.
-table table_of(const json& list, std::span<const shown_member> members);

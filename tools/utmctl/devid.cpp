@@ -13,22 +13,24 @@ namespace {
 
 constexpr service devid = {"device-identification", UTM_DEVID_SOCKET};
 
-int32_t set_cache_size(const request& asked)
-{
-    return utm_devid_cache_set_max_size(whole_of<uint32_t>(asked.one("MB")));
-}
-
-int32_t ignore_interface(const request& asked)
-{
-    return utm_devid_set_ignore_iface(asked.one("INTERFACE").c_str(), whole_of<uint32_t>(asked.one("OPERATION")));
-}
-
 constexpr char engine[] = "device identification";
+
+constexpr argument cache_size[] = {
+    {"MB", occurs::once, check_whole<1, 10>, "the limit in megabytes, 1 to 10"},
+};
+constexpr argument interface_and_operation[] = {
+    {"INTERFACE", occurs::once, check_text<15>, "the name of the interface, up to 15 characters"},
+    {"OPERATION", occurs::once, check_whole<0, 1>, "0 or 1; the daemon defines which is which"},
+};
 
 // Some of the daemon's answers mean a refusal unless they are 0, others only when they are -1.
 constexpr deed_row switching = {devid, engine, "switched {STATE}", call_with_state<utm_devid_activate>, tells_answer};
-constexpr deed_row sizing = {
-    devid, "the cache of the devices", "limited to {MB} MB", set_cache_size, tells_answer, is_minus_one};
+constexpr deed_row sizing = {devid,
+                             "the cache of the devices",
+                             "limited to {MB} MB",
+                             call_with_number<utm_devid_cache_set_max_size, cache_size>,
+                             tells_answer,
+                             is_minus_one};
 constexpr deed_row flushing = {
     devid, "the cache of the devices", "flushed", call<utm_devid_flush_cache_list>, tells_answer, is_minus_one};
 constexpr deed_row debugging = {devid,
@@ -41,7 +43,8 @@ constexpr deed_row showing_kernel_list = {
     devid, "the kernel-side list", "shown by the daemon", call<utm_devid_show_all_list>, tells_answer, is_minus_one};
 constexpr deed_row resetting = {devid, engine, "reset", call<utm_devid_reset>, tells_answer};
 constexpr deed_row ignoring = {devid, "interface {INTERFACE}", "marked with ignore operation {OPERATION}",
-                               ignore_interface, tells_answer};
+                               call_with_text_and_number<utm_devid_set_ignore_iface, interface_and_operation>,
+                               tells_answer};
 
 constexpr status_row status = {devid, "the status of device identification", 1,
                                read_words<utm_devid_status, utm_devid_get_status>, is_minus_one};
@@ -113,13 +116,6 @@ constexpr argument one_filter[] = {
     {"--interface", occurs::at_most_once, check_text<15>, "those on this interface"},
     {"--mac", occurs::at_most_once, check_mac, "those with this MAC address"},
     {"--raw", occurs::flag, nullptr, "show each record's bytes too, as pairs of hexadecimal digits"},
-};
-constexpr argument cache_size[] = {
-    {"MB", occurs::once, check_whole<1, 10>, "the limit in megabytes, 1 to 10"},
-};
-constexpr argument interface_and_operation[] = {
-    {"INTERFACE", occurs::once, check_text<15>, "the name of the interface, up to 15 characters"},
-    {"OPERATION", occurs::once, check_whole<0, 1>, "0 or 1; the daemon defines which is which"},
 };
 
 constexpr command commands[] = {

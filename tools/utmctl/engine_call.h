@@ -2,6 +2,7 @@
 
 #include "tools/utmctl/arguments.h"
 #include "tools/utmctl/command.h"
+#include "tools/utmctl/file_path.h"
 #include "tools/utmctl/number.h"
 
 // Operations of the engines as the call of a deed, by the arguments that they take.
@@ -16,14 +17,20 @@ template <auto operation> int32_t call_with_state(const request& asked)
     return operation(is_on(asked.one("STATE")));
 }
 
-template <auto operation> int32_t call_with_mode(const request& asked)
+// Where taken are the arguments of the command.
+template <auto operation, const auto& taken> int32_t call_with_number(const request& asked)
 {
-    return operation(whole_of<uint32_t>(asked.one("MODE")));
+    return operation(whole_of<uint32_t>(asked.one(taken[0].name)));
+}
+
+template <auto operation, const auto& taken> int32_t call_with_text_and_number(const request& asked)
+{
+    return operation(asked.one(taken[0].name).c_str(), whole_of<uint32_t>(asked.one(taken[1].name)));
 }
 
 template <auto operation> int32_t call_with_path(const request& asked)
 {
-    return operation(asked.one("PATH").c_str());
+    return operation(path_of(asked.one("PATH")).c_str());
 }
 
 // The daemon's own number comes back.

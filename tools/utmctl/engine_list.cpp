@@ -42,11 +42,3 @@ void tell_end(outcome& listed, const service& daemon, const std::string& subject
     listed.status = why.status;
     listed.problems.push_back(std::move(why));
 }
-
-std::string cell_of(const json& value)
-{
-    if (!value.is_string())
-        return value.dump();
-    const std::string& text = value.get_ref<const std::string&>();
-    return text.empty() ? "-" : text;
-}

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "tools/utmctl/deed.h"
+#include "tools/utmctl/json_table.h"
 #include "tools/utmctl/worker.h"
 
 #include <cerrno>
@@ -31,9 +32,6 @@ struct list_end {
 
 // Adds the problem of a list that did not come, or not to its end.
 void tell_end(outcome& listed, const service& daemon, const std::string& subject, const list_end& end);
-
-// As the cell of a table.
-std::string cell_of(const json& value);
 
 // A text of a record, which may fill its field without a terminator.
 template <size_t size> std::string text_of(const char (&field)[size])
@@ -70,16 +68,16 @@ template <class Node> std::vector<Node> unpack(const json& packed)
 template <class Node>
 outcome tell_list(const std::vector<Node>& nodes, const std::vector<const list_field<Node>*>& fields)
 {
-    outcome listed = {.result = {{"entries", json::array()}}, .rows = table()};
-    for (const auto* field : fields)
-        listed.rows->columns.push_back(field->shown);
+    json entries = json::array();
     for (const Node& node : nodes) {
-        json& entry = listed.result["entries"].emplace_back(json::object());
-        std::vector<std::string>& cells = listed.rows->rows.emplace_back();
+        json& entry = entries.emplace_back(json::object());
         for (const auto* field : fields)
-            cells.push_back(cell_of(entry[field->name] = field->of(node)));
+            entry[field->name] = field->of(node);
     }
-    return listed;
+    std::vector<shown_member> members;
+    for (const auto* field : fields)
+        members.push_back({field->name, field->shown});
+    return {.result = {{"entries", entries}}, .rows = table_of(entries, members)};
 }
 
 // Fetches a list in a worker, and tells it as far as it came.

@@ -1,6 +1,7 @@
 #include "tools/utmctl/file_path.h"
 
 #include "tools/utmctl/outcome.h"
+#include "tools/utmctl/text_argument.h"
 
 #include <filesystem>
 
@@ -9,28 +10,27 @@ namespace {
 constexpr size_t longest_path = 127;
 constexpr char harmless[] = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789/._-+,:@%=";
 
-std::string absolute(const std::string& text)
+} // namespace
+
+std::string path_of(const std::string& text)
 {
     std::error_code unknown_folder;
     return std::filesystem::absolute(text, unknown_folder).lexically_normal();
 }
 
-} // namespace
-
-std::string check_file_path(const std::string& text)
+std::string wrong_path(const std::string& text, size_t most)
 {
-    const std::string path = absolute(text);
+    const std::string path = path_of(text);
     if (text.empty() || text.ends_with('/') || path.empty())
         return in_quotes(text) + " is not the path of a file";
-    if (path.find_first_not_of(harmless) != std::string::npos)
-        return in_quotes(path) + " has characters that a shell may interpret; letters, digits and /._-+,:@%= are safe";
-    if (path.size() > longest_path)
-        return "a path of " + std::to_string(path.size()) + " characters is too long, " + std::to_string(longest_path) +
-               " is the most";
-    return "";
+    return wrong_text(path, most);
 }
 
-std::string path_of(const std::string& text)
+std::string check_shell_path(const std::string& text)
 {
-    return absolute(text);
+    const std::string path = path_of(text);
+    const std::string wrong = wrong_path(text, longest_path);
+    if (!wrong.empty() || path.find_first_not_of(harmless) == std::string::npos)
+        return wrong;
+    return in_quotes(path) + " has characters that a shell may interpret; letters, digits and /._-+,:@%= are safe";
 }

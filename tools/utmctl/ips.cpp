@@ -4,6 +4,7 @@
 #include "tools/utmctl/engine_list.h"
 #include "tools/utmctl/engine_status.h"
 #include "tools/utmctl/families.h"
+#include "tools/utmctl/file_path.h"
 #include "tools/utmctl/log_watch.h"
 #include "tools/utmctl/text_argument.h"
 
@@ -13,24 +14,26 @@ namespace {
 
 constexpr service ips = {"IPS", UTM_IPS_SOCKET};
 
-template <auto operation> int32_t set_rule(const request& asked)
-{
-    return operation(asked.one("RULE").c_str(), whole_of<uint32_t>(asked.one("ACTION")));
-}
+constexpr argument rule_and_action[] = {
+    {"RULE", occurs::once, check_text<10>, "the rule's identifier, up to 10 characters"},
+    {"ACTION", occurs::once, check_whole<0, 1>, "0 or 1; the daemon defines which is which"},
+};
 
 constexpr deed_row switching = {ips, "the IPS engine", "switched {STATE}", call_with_state<utm_ips_activate>,
                                 tells_answer};
 constexpr deed_row setting_whitelist = {ips, "rule {RULE}", "set in the whitelist with action {ACTION}",
-                                        set_rule<utm_ips_set_whitelist>, tells_answer};
+                                        call_with_text_and_number<utm_ips_set_whitelist, rule_and_action>,
+                                        tells_answer};
 constexpr deed_row setting_blacklist = {ips, "rule {RULE}", "set in the blacklist with action {ACTION}",
-                                        set_rule<utm_ips_set_blacklist>, tells_answer};
+                                        call_with_text_and_number<utm_ips_set_blacklist, rule_and_action>,
+                                        tells_answer};
 constexpr deed_row updating_signature = {ips, "the signature file {PATH}", "loaded",
                                          call_with_path<utm_ips_update_signature>, tells_answer};
 constexpr deed_row debugging = {ips, "debugging of the IPS engine", "switched {STATE}", call_with_state<utm_ips_debug>,
                                 tells_answer};
 constexpr deed_row resetting = {ips, "the IPS engine", "reset", call<utm_ips_reset>, tells_answer};
-constexpr deed_row flushing = {ips, "the IPS engine", "flushed with mode {MODE}", call_with_mode<utm_ips_flush>,
-                               tells_answer};
+constexpr deed_row flushing = {ips, "the IPS engine", "flushed with mode {MODE}",
+                               call_with_number<utm_ips_flush, flush_mode>, tells_answer};
 
 status_reading read_status()
 {
@@ -71,12 +74,8 @@ outcome list_rules(const request& asked)
     return listed;
 }
 
-constexpr argument rule_and_action[] = {
-    {"RULE", occurs::once, check_text<10>, "the rule's identifier, up to 10 characters"},
-    {"ACTION", occurs::once, check_whole<0, 1>, "0 or 1; the daemon defines which is which"},
-};
 constexpr argument signature_path[] = {
-    {"PATH", occurs::once, check_path<255>, "the signature file, from the root; the daemon opens it"},
+    {"PATH", occurs::once, check_path<255>, "the signature file that the daemon opens"},
 };
 constexpr command commands[] = {
     {"switch", state, perform<switching>, "switch the engine on or off", nullptr, "ips switch on"},

@@ -3,18 +3,13 @@
 #include "tools/utmctl/engine_call.h"
 #include "tools/utmctl/engine_list.h"
 #include "tools/utmctl/families.h"
-#include "tools/utmctl/text_argument.h"
+#include "tools/utmctl/file_path.h"
 
 #include <cstdlib>
 
 namespace {
 
 constexpr service ir = {"IR", UTM_IR_SOCKET};
-
-template <auto operation> int32_t set_value(const request& asked)
-{
-    return operation(whole_of<uint32_t>(asked.one("VALUE")));
-}
 
 template <auto operation> int32_t set_entry(const request& asked)
 {
@@ -30,19 +25,24 @@ int32_t set_max_size(const request& asked)
 constexpr char engine[] = "the IR engine";
 constexpr char entry[] = "entry {VALUE} {SECOND}";
 
+constexpr argument value[] = {
+    {"VALUE", occurs::once, check_whole<0, UINT32_MAX>, "a number that the daemon defines"},
+};
+
 constexpr deed_row switching = {ir, engine, "switched {STATE}", call_with_state<utm_ir_activate>};
 constexpr deed_row debugging = {ir, "debugging of the IR engine", "switched {STATE}", call_with_state<utm_ir_debug>};
 constexpr deed_row sizing = {ir, "the IR database", "limited to {MB} MB", set_max_size};
 constexpr deed_row setting_frequency = {ir, "the frequency of update checks", "set to {VALUE}",
-                                        set_value<utm_ir_db_set_update_check_freq>};
+                                        call_with_number<utm_ir_db_set_update_check_freq, value>};
 constexpr deed_row setting_category = {ir, "the threat category", "set to {VALUE}",
-                                       set_value<utm_ir_db_set_threat_category>};
+                                       call_with_number<utm_ir_db_set_threat_category, value>};
 constexpr deed_row setting_whitelist = {ir, entry, "set in the whitelist with operation {OPERATION}",
                                         set_entry<utm_ir_db_set_whitelist>};
 constexpr deed_row setting_blacklist = {ir, entry, "set in the blacklist with operation {OPERATION}",
                                         set_entry<utm_ir_db_set_blacklist>};
 constexpr deed_row loading = {ir, "the database file {PATH}", "loaded", call_with_path<utm_ir_load_db>};
-constexpr deed_row flushing = {ir, "the IR database", "flushed with mode {MODE}", call_with_mode<utm_ir_flush>};
+constexpr deed_row flushing = {ir, "the IR database", "flushed with mode {MODE}",
+                               call_with_number<utm_ir_flush, flush_mode>};
 // The library does not tell which of the two steps failed.
 constexpr deed_row resetting = {ir, engine, "flushed and switched off", call<utm_ir_reset>};
 
@@ -82,16 +82,13 @@ std::string check_max_size(const std::string& text)
 constexpr argument size[] = {
     {"MB", occurs::once, check_max_size, "the limit in megabytes, any number but 0"},
 };
-constexpr argument value[] = {
-    {"VALUE", occurs::once, check_whole<0, UINT32_MAX>, "a number that the daemon defines"},
-};
 constexpr argument entry_and_operation[] = {
     {"VALUE", occurs::once, check_whole<0, UINT32_MAX>, "the first number of the entry, which the daemon defines"},
     {"SECOND", occurs::once, check_whole<0, UINT16_MAX>, "the second number, up to 65535"},
     {"OPERATION", occurs::once, check_whole<0, 1>, "0 or 1; the daemon defines which is which"},
 };
 constexpr argument database_path[] = {
-    {"PATH", occurs::once, check_path<127>, "the database file, from the root; the daemon opens it"},
+    {"PATH", occurs::once, check_path<127>, "the database file that the daemon opens"},
 };
 
 constexpr command commands[] = {

@@ -15,14 +15,6 @@ std::string wrong_text(const std::string& text, size_t most)
     return "";
 }
 
-std::string wrong_path(const std::string& text, size_t most)
-{
-    const std::string wrong = wrong_text(text, most);
-    if (!wrong.empty() || text.front() == '/')
-        return wrong;
-    return in_quotes(text) + " is not a path from the root, and the daemon works in a folder of its own";
-}
-
 std::string check_ip(const std::string& text)
 {
     in6_addr address;

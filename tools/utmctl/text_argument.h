@@ -5,18 +5,11 @@
 // Texts as arguments: what a daemon's field can hold, whole.
 
 std::string wrong_text(const std::string& text, size_t most);
-std::string wrong_path(const std::string& text, size_t most);
 
 // Checks for the command tables: check_text<10> for up to ten characters.
 template <size_t most> std::string check_text(const std::string& text)
 {
     return wrong_text(text, most);
-}
-
-// An absolute path, since it is the daemon that opens it.
-template <size_t most> std::string check_path(const std::string& text)
-{
-    return wrong_path(text, most);
 }
 
 std::string check_ip(const std::string& text);
