@@ -9,7 +9,6 @@
 #include <algorithm>
 #include <gtest/gtest.h>
 #include <set>
-#include <sstream>
 #include <unistd.h>
 
 namespace {
@@ -186,16 +185,6 @@ TEST_F(household, is_what_the_statistics_hold)
     }
     EXPECT_EQ(json::parse(content_of("/tmp/exported")), json({{"profiles", profiles}}));
     EXPECT_EQ(states(), held);
-}
-
-// "cf debug" of "cf debug 3", and "reset" of "reset --yes"
-std::string command_of(const std::string& line)
-{
-    std::istringstream words(line);
-    std::string family;
-    std::string command;
-    words >> family >> command;
-    return family == "reset" ? family : family + " " + command;
 }
 
 TEST_F(household, every_command_has_its_part)

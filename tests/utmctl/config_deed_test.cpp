@@ -10,17 +10,6 @@
 
 namespace {
 
-std::string json_line(const std::string& command, const std::string& result)
-{
-    return R"({"command":")" + command + R"(","status":"done","exit":0,"result":)" + result + R"(,"errors":[]})" + "\n";
-}
-
-// The words of the command, without the arguments.
-std::string command_of(const std::string& line)
-{
-    return line.substr(0, line.find(' ', line.find(' ') + 1));
-}
-
 const char* name_of(const std::string& daemon)
 {
     return daemon == cf_path ? "the content-filter daemon" : "the application daemon";
@@ -85,7 +74,7 @@ TEST_P(config_change, is_sent_and_told)
     EXPECT_EQ(utmctl(one.line), (run_result{0, std::string(one.subject) + " " + one.participle + "\n", ""}));
     ASSERT_EQ(daemons.told(), std::vector<std::string>{one.daemon});
     EXPECT_EQ(daemons.request_of(one.daemon), request_record(one.daemon, one.code, one.body));
-    EXPECT_EQ(utmctl(std::string("-j ") + one.line), (run_result{0, json_line(command_of(one.line), one.result), ""}));
+    EXPECT_EQ(utmctl(std::string("-j ") + one.line), (run_result{0, done_line(command_of(one.line), one.result), ""}));
 }
 
 TEST_P(config_change, that_is_refused_tells_the_daemons_code)
@@ -245,7 +234,7 @@ TEST_P(config_reading, is_asked_for_and_shown)
     const sim::scripted_daemon daemon(one.daemon, answer(one.replies));
     EXPECT_EQ(utmctl(one.line), (run_result{0, one.shown, ""}));
     EXPECT_EQ(daemon.requests(), records{request_record(one.daemon, one.code, words_body(one.body))});
-    EXPECT_EQ(utmctl(std::string("-j ") + one.line), (run_result{0, json_line(command_of(one.line), one.result), ""}));
+    EXPECT_EQ(utmctl(std::string("-j ") + one.line), (run_result{0, done_line(command_of(one.line), one.result), ""}));
 }
 
 TEST_P(config_reading, that_is_refused_tells_the_daemons_code)
@@ -331,7 +320,7 @@ TEST(config_deed, the_mapping_is_a_table)
     EXPECT_EQ(utmctl("profile mapping"), (run_result{0, "ID CF-POLICY\n 7         -\n 8        70\n", ""}));
     EXPECT_EQ(
         utmctl("-j profile mapping"),
-        (run_result{0, json_line("profile mapping", R"([{"id":7,"cf_policy":null},{"id":8,"cf_policy":70}])"), ""}));
+        (run_result{0, done_line("profile mapping", R"([{"id":7,"cf_policy":null},{"id":8,"cf_policy":70}])"), ""}));
 }
 
 } // namespace

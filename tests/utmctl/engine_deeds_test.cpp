@@ -139,12 +139,6 @@ const std::vector<deed_case>& deeds()
 
 class engine_deed : public testing::TestWithParam<deed_case> {
 protected:
-    std::string words() const
-    {
-        const std::string line = GetParam().line;
-        return line.substr(0, line.find(' ', line.find(' ') + 1));
-    }
-
     bool tells_answer() const { return &GetParam().to != &ir; }
 
     // The command fails so, as text and as JSON.
@@ -178,11 +172,7 @@ TEST_P(engine_deed, is_done)
     EXPECT_EQ(daemon.requests(), one.sent);
     EXPECT_EQ(utmctl(std::string("-q ") + one.line), (run_result{0, "", ""}));
     const std::string result = tells_answer() ? R"({"answer":0})" : "null";
-    EXPECT_EQ(
-        utmctl(std::string("-j ") + one.line),
-        (run_result{
-            0, R"({"command":")" + words() + R"(","status":"done","exit":0,"result":)" + result + ",\"errors\":[]}\n",
-            ""}));
+    EXPECT_EQ(utmctl(std::string("-j ") + one.line), (run_result{0, done_line(command_of(one.line), result), ""}));
 }
 
 TEST_P(engine_deed, fails)
@@ -291,7 +281,7 @@ const bad_line bad_lines[] = {
 TEST(engine_deeds, bad_arguments_are_refused_before_anything_is_sent)
 {
     for (const bad_line& one : bad_lines) {
-        const std::string words = one.line.substr(0, one.line.find(' ', one.line.find(' ') + 1));
+        const std::string words = command_of(one.line);
         EXPECT_EQ(utmctl(one.line),
                   refused(2, words + ": " + one.wrong + "; 'utmctl help " + words + "' tells what it takes\n"));
     }

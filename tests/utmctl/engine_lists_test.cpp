@@ -158,9 +158,7 @@ std::string squeezed(const std::string& text)
 
 std::string result_in_json(const list_case& one, const std::string& entries)
 {
-    const std::string line = one.line;
-    return R"({"command":")" + line + R"(","status":"done","exit":0,"result":{"entries":)" + entries +
-           R"(,"complete":true)" + one.more + "},\"errors\":[]}\n";
+    return done_line(one.line, R"({"entries":)" + entries + R"(,"complete":true)" + one.more + "}");
 }
 
 class engine_list : public testing::TestWithParam<list_case> {
@@ -352,10 +350,8 @@ TEST(engine_status, of_three_words)
         EXPECT_EQ(utmctl(line + " --raw"), (run_result{0, "0000  0100000014000000ffffffff\n", ""}));
         EXPECT_EQ(utmctl("-j " + line + " --raw"),
                   (run_result{0,
-                              R"({"command":")" + line +
-                                  R"(","status":"done","exit":0,"result":{"answer":0,"words":[1,20,4294967295],)"
-                                  R"("raw":"0100000014000000ffffffff"},"errors":[]})"
-                                  "\n",
+                              done_line(line, R"({"answer":0,"words":[1,20,4294967295],)"
+                                              R"("raw":"0100000014000000ffffffff"})"),
                               ""}));
         EXPECT_EQ(daemon.requests(), records(3, request_to(one.from, {{0, one.code}})));
     }

@@ -15,11 +15,6 @@ constexpr char enable_file[] = "/proc/net/cfilter_enable";
 constexpr char hdf_file[] = "/proc/net/cfilter_hdf_enable";
 constexpr char page_file[] = "/proc/net/cfilter_redirect_url";
 
-std::string done_line(const std::string& command, const std::string& result)
-{
-    return R"({"command":")" + command + R"(","status":"done","exit":0,"result":)" + result + R"(,"errors":[]})" + "\n";
-}
-
 TEST(filter, an_engine_is_switched_on_and_off)
 {
     const config_daemons daemons;

@@ -14,11 +14,6 @@ constexpr char cf_refused[] = "the content-filter daemon (/dev/utm_cf_config_soc
 constexpr char app_refused[] = "the application daemon (/dev/utm_app_config_socket) refused with error code 3; ask the "
                                "daemon's own log for the reason, then ";
 
-std::string done_line(const std::string& command, const std::string& result)
-{
-    return R"({"command":")" + command + R"(","status":"done","exit":0,"result":)" + result + R"(,"errors":[]})" + "\n";
-}
-
 TEST(policy, create_prints_the_identifier)
 {
     const config_daemons daemons;

@@ -47,6 +47,16 @@ std::ostream& operator<<(std::ostream& stream, const run_result& result)
     return stream << "status " << result.status << "\n--- out\n" << result.out << "--- err\n" << result.err;
 }
 
+std::string done_line(const std::string& command, const std::string& result)
+{
+    return R"({"command":")" + command + R"(","status":"done","exit":0,"result":)" + result + R"(,"errors":[]})" + "\n";
+}
+
+std::string command_of(const std::string& line)
+{
+    return line.substr(0, line.find(' ', line.find(' ') + 1));
+}
+
 run_result refused(int status, const std::string& error)
 {
     return {status, "", "utmctl: " + error};

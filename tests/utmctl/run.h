@@ -18,6 +18,12 @@ struct run_result {
 
 std::ostream& operator<<(std::ostream& stream, const run_result& result);
 
+// What it prints with -j when all is done.
+std::string done_line(const std::string& command, const std::string& result);
+
+// The words of the command, without the arguments.
+std::string command_of(const std::string& line);
+
 // A command that fails and prints nothing but this.
 run_result refused(int status, const std::string& error);
 
