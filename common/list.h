@@ -25,11 +25,19 @@ template <class Node> void list_remove(Node* node)
     node->prev->next = node->next;
 }
 
+// A node of which nothing is set yet; null without memory. Whoever gets it releases it with free().
+template <class Node> Node* allocate_node()
+{
+    return static_cast<Node*>(malloc(sizeof(Node)));
+}
+
 // A zeroed node, its links not set; null without memory. Whoever gets it releases it with free().
 template <class Node> Node* create_node()
 {
-    void* node = malloc(sizeof(Node));
-    return node == nullptr ? nullptr : static_cast<Node*>(memset(node, 0, sizeof(Node)));
+    Node* node = allocate_node<Node>();
+    if (node != nullptr)
+        memset(static_cast<void*>(node), 0, sizeof(Node));
+    return node;
 }
 
 // The head of an empty list; null without memory.

@@ -1,6 +1,7 @@
 #include "common/local_socket.h"
 
 #include "common/sigpipe_guard.h"
+#include "common/text.h"
 
 #include <cerrno>
 #include <climits>
@@ -44,7 +45,7 @@ sockaddr_un local_address(const char* path)
 {
     sockaddr_un address = {};
     address.sun_family = AF_UNIX;
-    strncpy(address.sun_path, path, sizeof address.sun_path - 1);
+    put_text(address.sun_path, path);
     return address;
 }
 

@@ -27,8 +27,8 @@ sigpipe_guard::sigpipe_guard()
     sigset_t set = only_sigpipe();
     pthread_sigmask(SIG_BLOCK, &set, &old_mask_);
     // Only a caller that blocks SIGPIPE itself can have one pending, and that one is the caller's.
-    if (sigismember(&old_mask_, SIGPIPE) == 1)
-        pending_before_ = is_pending();
+    blocked_before_ = sigismember(&old_mask_, SIGPIPE) == 1;
+    pending_before_ = blocked_before_ && is_pending();
 }
 
 void sigpipe_guard::consume()
@@ -44,7 +44,7 @@ void sigpipe_guard::consume()
 
 sigpipe_guard::~sigpipe_guard()
 {
-    if (sigismember(&old_mask_, SIGPIPE) == 1)
+    if (blocked_before_)
         return;
     errno_guard keep;
     pthread_sigmask(SIG_SETMASK, &old_mask_, nullptr);

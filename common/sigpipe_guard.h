@@ -15,6 +15,7 @@ public:
     void consume();
 
 private:
-    bool pending_before_ = false;
+    bool blocked_before_;
+    bool pending_before_;
     sigset_t old_mask_;
 };

@@ -25,7 +25,7 @@ struct answer {
 // Deliberate: a device for which memory is short is left out, and the stream goes on.
 void append_device(utm_device* list, const utm_device_record& record, int& cause)
 {
-    utm_device* device = create_dev();
+    auto* device = allocate_node<utm_device>(); // which the record and the links fill
     if (device == nullptr) {
         cause = errno;
         return;
