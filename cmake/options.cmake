@@ -37,6 +37,7 @@ if(KQUTM_BUILD_TESTS AND NOT (KQUTM_BUILD_SIMULATOR AND KQUTM_BUILD_TOOLS))
   message(FATAL_ERROR "KQUTM_BUILD_TESTS needs KQUTM_BUILD_SIMULATOR and KQUTM_BUILD_TOOLS: the tests run both")
 endif()
 
+option(KQUTM_BUILD_BENCHMARKS "Build the benchmarks; needs Google Benchmark and valgrind's headers" OFF)
 option(KQUTM_BUILD_EXAMPLES "Build the example programs" ON)
 option(KQUTM_WERROR "Treat warnings as errors" OFF)
 set(KQUTM_SANITIZE "" CACHE STRING "Sanitizers, as in -fsanitize: address,undefined or thread")

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace bench {
+
+struct figures {
+    std::string name;
+    double floor;   // nanoseconds, median
+    double library; // the same
+    double ratio;   // of a round, median
+    double spread;  // of that ratio: half the distance of its quartiles
+    double goal;
+};
+
+void print_table(const std::vector<figures>& rows);
+void write_plot(const std::string& path, const std::vector<figures>& rows);
+
+} // namespace bench
