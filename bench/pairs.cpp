@@ -9,10 +9,16 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <sys/wait.h>
+#include <unistd.h>
 
 namespace bench {
 
 namespace {
+
+constexpr double usual = 1.05;
+constexpr double many = 1.10;
+constexpr double logging = 1.15;
 
 constexpr uint32_t profile = 7;
 constexpr uint32_t spare_id = 100000;
@@ -96,6 +102,35 @@ void library_reserve_and_release()
     reset_utm_id_shm(spare_id, UTM_ID_USER_PROFILE);
 }
 
+void floor_check()
+{
+    floor::check_id(profile);
+}
+
+void library_check()
+{
+    check_shm_utm_id(profile, UTM_ID_USER_PROFILE);
+}
+
+// Each of so many processes does it a hundred times, in turn with the others where it takes the lock.
+template <int Processes, void (*Operation)()> void at_once()
+{
+    for (int process = 0; process < Processes; ++process) {
+        if (fork() != 0)
+            continue;
+        for (int times = 0; times < 100; ++times)
+            Operation();
+        _exit(EXIT_SUCCESS);
+    }
+    for (int process = 0; process < Processes; ++process)
+        wait(nullptr);
+}
+
+template <int Processes> pair check_by(const char* name)
+{
+    return {name, at_once<Processes, floor_check>, at_once<Processes, library_check>, usual, 0, 10, Processes};
+}
+
 void release_mapping(void* list)
 {
     utm_free_profile_mapping_list(static_cast<utm_profile_mapping*>(list));
@@ -116,10 +151,6 @@ void floor_log_line()
     floor::log_line(UTM_IPS_LOG, line, static_cast<size_t>(size));
 }
 
-constexpr double usual = 1.05;
-constexpr double many = 1.10;
-constexpr double line = 1.15;
-
 } // namespace
 
 const std::vector<pair>& pairs()
@@ -137,7 +168,10 @@ const std::vector<pair>& pairs()
         {"device list of 0", floor_devices<0>, library_devices<0>, usual},
         {"device list of 1000", floor_devices<1000>, library_devices<1000>, usual, 1000, 100},
         {"device list of 100000", floor_devices<100000>, library_devices<100000>, many, 100000, 5},
-        {"check", [] { floor::check_id(profile); }, [] { check_shm_utm_id(profile, UTM_ID_USER_PROFILE); }, usual},
+        {"check", floor_check, library_check, usual},
+        check_by<2>("check by 2 processes"),
+        check_by<8>("check by 8 processes"),
+        check_by<64>("check by 64 processes"),
         {"reserve and release", [] { floor::reserve_and_release(spare_id); }, library_reserve_and_release, usual},
         {"bind", [] { floor::bind(profile, 20); }, [] { utm_user_profile_add_cf_policy(profile, 20); }, usual},
         {"mapping of 255", [] { release_mapping(floor::mapping()); },
@@ -145,7 +179,7 @@ const std::vector<pair>& pairs()
         {"add device", [] { floor::add_device(profile); }, library_add_device, usual},
         {"UUID", [] { floor::get_uuid(text); }, [] { utm_uuid_get(text, sizeof text); }, usual},
         {"log line", floor_log_line,
-         [] { utm_log(UTM_IPS_LOG, "%s(%d) %s", "utm_ips_activate", 42, "set switch fail\n"); }, line},
+         [] { utm_log(UTM_IPS_LOG, "%s(%d) %s", "utm_ips_activate", 42, "set switch fail\n"); }, logging},
     };
     return all;
 }

@@ -12,6 +12,7 @@ struct pair {
     double goal;       // the ratio of the two times, at most
     long records = 0;  // of the list that comes
     int rounds = 1000; // each runs floor, library, library, floor
+    int processes = 1; // that do it at once
 };
 
 const std::vector<pair>& pairs();
