@@ -48,7 +48,8 @@ deepest_stack() {
         }
         /^[0-9a-f]+ <.*>:$/ { name = $2; gsub(/[<>:]/, "", name); frame[name] = 8; next }
         $2 == "push" { frame[name] += 8 }
-        $2 == "sub" && $3 ~ /^\$0x[0-9a-f]+,%rsp$/ {
+        $2 == "add" && $3 == "$0xffffffffffffff80,%rsp" { frame[name] += 128 } # shorter than subtracting 128
+        $2 == "sub" && $3 ~ /^\$0x[0-9a-f]+,%rsp$/ && $3 !~ /^\$0xffffffff/ {
             split(substr($3, 2), amount, ",")
             frame[name] += number(amount[1])
         }
