@@ -44,13 +44,24 @@ OWN(utm_id_config_unlock)
 /* Whether a list came with an entry. */
 #define FILLED(list) ((list) != NULL && (list)->next != (list))
 
+#define RELEASE(node_type, list)                                                                                       \
+    while ((list)->next != (list)) {                                                                                   \
+        struct node_type* first = (list)->next;                                                                        \
+        (list)->next = first->next;                                                                                    \
+        free(first);                                                                                                   \
+    }                                                                                                                  \
+    free(list)
+
 int main(void)
 {
-    const struct utm_ips_rule* rules = utm_ips_show_customizelist();
-    const struct utm_device* devices = utm_devid_get_device_list();
-    const struct utm_av_entry* entries = utm_av_show_whitelist();
+    struct utm_ips_rule* rules = utm_ips_show_customizelist();
+    struct utm_device* devices = utm_devid_get_device_list();
+    struct utm_av_entry* entries = utm_av_show_whitelist();
 
     if (!FILLED(rules) || !FILLED(devices) || !FILLED(entries) || utm_ir_activate(1) != 0)
         return 1;
+    RELEASE(utm_ips_rule, rules);
+    RELEASE(utm_av_entry, entries);
+    utm_devid_free_device_list(devices);
     return utm_user_profile_create(7) == 7 ? 0 : 1;
 }
