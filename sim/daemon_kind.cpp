@@ -2,6 +2,7 @@
 
 #include "kqutm/daemon.h"
 #include "sim/failure.h"
+#include "sim/names.h"
 
 #include <cstddef>
 #include <cstring>
@@ -101,13 +102,11 @@ std::span<const daemon_kind> daemon_kinds()
 
 const daemon_kind& daemon_named(const std::string& name)
 {
-    std::string known;
     for (const daemon_kind& kind : kinds) {
         if (name == kind.name)
             return kind;
-        known += std::string(known.empty() ? "" : ", ") + kind.name;
     }
-    throw input_error("no daemon is called \"" + name + "\" (there are " + known + ")");
+    throw input_error("no daemon is called \"" + name + "\" (there are " + names_of(kinds) + ")");
 }
 
 } // namespace sim

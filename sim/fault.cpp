@@ -1,5 +1,6 @@
 #include "sim/fault.h"
 
+#include "sim/names.h"
 #include "sim/strict_json.h"
 
 #include <algorithm>
@@ -83,7 +84,8 @@ fault effect_from(const std::string& text, const std::string& whole)
     const std::string name = text.substr(0, equals);
     auto row = std::ranges::find_if(kind_rows, [&](const kind_row& known) { return name == known.name; });
     if (row == std::end(kind_rows))
-        throw input_error("fault \"" + whole + "\": there is no fault \"" + name + "\"");
+        throw input_error("fault \"" + whole + "\": there is no fault \"" + name + "\" (there are " +
+                          names_of(kind_rows) + ")");
     const bool has_value = equals != std::string::npos;
     if (has_value != (row->value != fault_value::none))
         throw input_error("fault \"" + whole + "\": \"" + name + "\" takes " + (has_value ? "no" : "a") + " value");

@@ -1,8 +1,9 @@
 #include "sim/scenario.h"
 
-#include "sim/failure.h"
-
 #include <arpa/inet.h>
+#include <cerrno>
+#include <cstring>
+#include <exception>
 #include <fstream>
 
 namespace sim {
@@ -72,11 +73,11 @@ scenario read_scenario(const std::string& path)
 {
     std::ifstream file(path);
     if (!file)
-        fail("cannot read " + path);
+        throw input_error(path + ": " + strerror(errno));
     json value;
     try {
         value = json::parse(file);
-    } catch (const json::parse_error& error) {
+    } catch (const std::exception& error) {
         throw input_error(path + ": " + error.what());
     }
     return scenario_from(value, path);

@@ -3,6 +3,7 @@
 #include "sim/control.h"
 #include "sim/failure.h"
 #include "sim/inside.h"
+#include "sim/names.h"
 
 #include <CLI/CLI.hpp>
 #include <csignal>
@@ -85,27 +86,42 @@ json state_of(const daemon_kind& kind)
     return ask(kind.name, {{"do", "state"}});
 }
 
+json state_of_all()
+{
+    if (!is_controlled(supervisor_name))
+        throw std::runtime_error("no gateway runs here");
+    json states;
+    for (const daemon_kind& kind : daemon_kinds())
+        states[kind.name] = is_controlled(kind.name) ? state_of(kind) : json();
+    return states;
+}
+
 int state(const settings& given)
 {
-    json states;
-    if (!given.daemon.empty()) {
-        states = state_of(daemon_named(given.daemon));
-    } else {
-        for (const daemon_kind& kind : daemon_kinds())
-            states[kind.name] = is_controlled(kind.name) ? state_of(kind) : json();
-    }
+    const json states = given.daemon.empty() ? state_of_all() : state_of(daemon_named(given.daemon));
     std::cout << states.dump(2) << '\n';
     return 0;
+}
+
+// What is no fault is wrong usage, and none of the others is added.
+json request_for(const std::string& word)
+{
+    if (word == "clear")
+        return {{"do", "clear"}};
+    return {{"do", "fault"}, {"fault", to_text(fault_from(word))}};
 }
 
 int fault(const settings& given)
 {
     const std::string name = daemon_named(given.daemon).name;
-    json faults;
-    if (given.words.empty())
-        faults = ask(name, {{"do", "faults"}});
+    std::vector<json> requests;
     for (const std::string& word : given.words)
-        ask(name, word == "clear" ? json{{"do", "clear"}} : json{{"do", "fault"}, {"fault", word}});
+        requests.push_back(request_for(word));
+    json faults;
+    if (requests.empty())
+        faults = ask(name, {{"do", "faults"}});
+    for (const json& request : requests)
+        ask(name, request);
     for (const json& text : faults)
         std::cout << text.get<std::string>() << '\n';
     return 0;
@@ -167,22 +183,14 @@ void declare_run(CLI::App& app, settings& into)
     app.add_option("COMMAND", into.words, "What to run, after --")->required();
 }
 
-std::string daemon_names()
-{
-    std::string names;
-    for (const daemon_kind& kind : daemon_kinds())
-        names += (names.empty() ? "" : ", ") + std::string(kind.name);
-    return names;
-}
-
 void declare_daemon(CLI::App& app, settings& into)
 {
-    app.add_option("DAEMON", into.daemon, "One of " + daemon_names())->required();
+    app.add_option("DAEMON", into.daemon, "One of " + names_of(daemon_kinds()))->required();
 }
 
 void declare_state(CLI::App& app, settings& into)
 {
-    app.add_option("DAEMON", into.daemon, "One of " + daemon_names() + "; all when left out");
+    app.add_option("DAEMON", into.daemon, "One of " + names_of(daemon_kinds()) + "; all when left out");
 }
 
 void declare_fault(CLI::App& app, settings& into)
@@ -226,7 +234,9 @@ void occupy_standard_descriptors()
 int dispatch(int count, char** arguments)
 {
     CLI::App app("Simulates a whole gateway for programs that use libkqutm.", "utm-gateway");
-    app.require_subcommand(1);
+    app.set_version_flag("--version", "utm-gateway " KQUTM_VERSION);
+    // None is required of the parser, which would no longer name a word that is none.
+    app.require_subcommand(0, 1);
     settings given;
     for (const command& row : commands) {
         CLI::App* subcommand = app.add_subcommand(row.name, row.help);
@@ -242,7 +252,7 @@ int dispatch(int count, char** arguments)
         if (app.got_subcommand(row.name))
             return row.handle(given);
     }
-    return 2;
+    throw input_error("a command is required; --help lists them");
 }
 
 } // namespace

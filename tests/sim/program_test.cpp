@@ -22,6 +22,9 @@ std::string machine()
     return text;
 }
 
+const std::string fault_names =
+    "refuse, status, delay, silence, close, short, split, garbage, endless, crash, stop, absent, deaf";
+
 TEST_F(program, passes_on_the_exit_status)
 {
     EXPECT_EQ(gateway("run -- true").status, 0);
@@ -39,12 +42,18 @@ TEST_F(program, tells_a_command_that_is_not_there_from_one_that_cannot_run)
 
 TEST_F(program, refuses_wrong_usage)
 {
-    EXPECT_EQ(gateway("").status, 2);
+    const outcome nothing = gateway("");
+    EXPECT_EQ(nothing.status, 2);
+    EXPECT_EQ(nothing.output, "utm-gateway: a command is required; --help lists them\n");
+    const outcome unknown = gateway("frob");
+    EXPECT_EQ(unknown.status, 2);
+    EXPECT_EQ(unknown.output, "The following argument was not expected: frob\nRun with --help for more information.\n");
     EXPECT_EQ(gateway("run").status, 2);
     EXPECT_EQ(gateway("run --no-such-option -- true").status, 2);
     const outcome fault = gateway("run --fault cf:1:boom -- true");
     EXPECT_EQ(fault.status, 2);
-    EXPECT_EQ(fault.output, "utm-gateway: fault \"1:boom\": there is no fault \"boom\"\n");
+    EXPECT_EQ(fault.output,
+              "utm-gateway: fault \"1:boom\": there is no fault \"boom\" (there are " + fault_names + ")\n");
     EXPECT_EQ(gateway("run --fault nix:1:close -- true").output,
               "utm-gateway: no daemon is called \"nix\" (there are cf, app, user_profile, ips, devid, av, ir)\n");
 }
@@ -72,6 +81,32 @@ TEST_F(program, takes_faults_while_it_runs)
                                    "'utm-gateway fault cf 2:close:3; utm-gateway fault cf; utm-gateway fault cf clear;"
                                    " utm-gateway fault cf; echo end'");
     EXPECT_EQ(faults.output, "1:refuse=5\n2:close:3\nend\n");
+}
+
+TEST_F(program, refuses_all_faults_where_one_is_wrong)
+{
+    const outcome faults = gateway("run -- sh -c 'utm-gateway fault cf 1:close 2:boom; echo $?; utm-gateway fault cf'");
+    EXPECT_EQ(faults.output,
+              "utm-gateway: fault \"2:boom\": there is no fault \"boom\" (there are " + fault_names + ")\n2\n");
+}
+
+TEST_F(program, prints_its_version)
+{
+    const outcome version = gateway("--version");
+    EXPECT_EQ(version.status, 0);
+    EXPECT_EQ(version.output, "utm-gateway " KQUTM_VERSION "\n");
+}
+
+TEST_F(program, tells_a_gateway_without_daemons_from_none)
+{
+    const outcome none = gateway("state");
+    EXPECT_EQ(none.status, 1);
+    EXPECT_EQ(none.output, "utm-gateway: no gateway runs here\n");
+    const outcome stopped = gateway("run -- sh -c 'for daemon in cf app user_profile ips devid av ir; "
+                                    "do utm-gateway stop $daemon; done; utm-gateway state'");
+    EXPECT_EQ(stopped.status, 0);
+    EXPECT_EQ(nlohmann::ordered_json::parse(stopped.output).dump(),
+              R"({"cf":null,"app":null,"user_profile":null,"ips":null,"devid":null,"av":null,"ir":null})");
 }
 
 TEST_F(program, stops_and_restarts_daemons)
@@ -128,6 +163,16 @@ TEST_F(program, runs_the_scenario_of_its_manual)
     EXPECT_NE(state.output.find("\"02:42:ac:11:00:05\""), std::string::npos);
     EXPECT_NE(state.output.find("\n1:refuse=5:1\n"), std::string::npos);
     EXPECT_NE(state.output.find("192.168.1.1"), std::string::npos);
+}
+
+TEST_F(program, names_the_scenario_that_cannot_be_read)
+{
+    const outcome missing = gateway("run --scenario " + file("missing.json") + " -- true");
+    EXPECT_EQ(missing.status, 2);
+    EXPECT_EQ(missing.output, "utm-gateway: " + file("missing.json") + ": No such file or directory\n");
+    const outcome folder = gateway("run --scenario " + folder_.string() + " -- true");
+    EXPECT_EQ(folder.status, 2);
+    EXPECT_EQ(folder.output.find("utm-gateway: " + folder_.string() + ": "), 0U) << folder.output;
 }
 
 TEST_F(program, names_the_wrong_key_of_a_scenario)

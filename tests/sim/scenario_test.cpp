@@ -39,8 +39,10 @@ TEST(scenario, names_what_is_wrong)
 {
     EXPECT_EQ(error_of("[]"), "/tmp/home.json: an object is expected");
     EXPECT_EQ(error_of(R"({"addresses": ["home"]})"), "/tmp/home.json.addresses: \"home\" is no IP address");
-    EXPECT_EQ(error_of(R"({"app": {"faults": ["1:boom"]}})"),
-              "/tmp/home.json.app.faults: fault \"1:boom\": there is no fault \"boom\"");
+    EXPECT_EQ(
+        error_of(R"({"app": {"faults": ["1:boom"]}})"),
+        "/tmp/home.json.app.faults: fault \"1:boom\": there is no fault \"boom\" (there are refuse, status, delay, "
+        "silence, close, short, split, garbage, endless, crash, stop, absent, deaf)");
     EXPECT_EQ(error_of(R"({"cf": {"state": {"profiles": [{}]}}})"),
               "/tmp/home.json.cf.state.profiles: \"id\" is missing");
     EXPECT_EQ(error_of(R"({"cf": {"state": {"profiles": [{"id": 4294967296}]}}})"),
@@ -50,11 +52,12 @@ TEST(scenario, names_what_is_wrong)
     EXPECT_EQ(error_of(R"({"cf": {"state": {"profiles": [{"id": 1, "devices": ["02:42"]}]}}})"),
               "/tmp/home.json.cf.state.profiles.devices: \"02:42\" is no MAC address");
     EXPECT_EQ(error_of("{").substr(0, 16), "/tmp/home.json: ");
+    EXPECT_EQ(error_of("[1e999]").substr(0, 16), "/tmp/home.json: ");
 }
 
 TEST(scenario, needs_its_file)
 {
-    EXPECT_THROW(sim::read_scenario("/tmp/missing.json"), std::system_error);
+    EXPECT_THROW(sim::read_scenario("/tmp/missing.json"), sim::input_error);
 }
 
 } // namespace
