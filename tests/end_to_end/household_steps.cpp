@@ -158,7 +158,7 @@ const std::vector<step> taking_back = {
     {"cf del-trusted-url http://good.example/", {{"remove", "/cf/trusted_urls/0"}}},
     {"cf del-forbidden-url -f /tmp/urls", {{"replace", "/cf/forbidden_urls", R"(["http://first.example/"])"}}},
     {"cf flush-policy 4 70 --yes", {{"replace", "/cf/policies/0/block"}}},
-    {"cf flush-policy 3 --yes",
+    {"cf flush-policy 3 0 --yes",
      {{"replace", "/cf/policies/0/keywords", "[]"}, {"replace", "/cf/policies/1/keywords", "[]"}}},
     {"cf flush 2 --yes", {{"replace", "/cf/forbidden_urls", "[]"}}},
     {"cf redirect-page", {{"replace", "/cf/kernel/redirect_url", R"("")"}}},

@@ -43,8 +43,8 @@ const change_case changes[] = {
      R"({"id":7})"},
     {"cf debug 5", cf_path, 22, words_body({5}), "the content filter's debug value", "set to 5", R"({"value":5})"},
     {"cf flush 3 --yes", cf_path, 23, words_body({3}), "the content filter", "flushed with type 3", R"({"type":3})"},
-    {"cf flush-policy 3 --yes", cf_path, 24, words_body({0, 3}), "the policy flush of type 3", "carried out",
-     R"({"type":3})"},
+    {"cf flush-policy 3 0 --yes", cf_path, 24, words_body({0, 3}), "policy 0, whatever the daemon takes that for,",
+     "flushed with type 3", R"({"type":3,"policy":0})"},
     {"cf flush-policy 3 70 --yes", cf_path, 24, words_body({70, 3}), "content-filter policy 70", "flushed with type 3",
      R"({"type":3,"policy":70})"},
     {"app activate off", app_path, 39, words_body({0}), "application control", "set to off", R"({"switch":0})"},
@@ -54,10 +54,10 @@ const change_case changes[] = {
      R"({"interval":60})"},
     {"app update-signature /tmp/new.sig", app_path, 46, text_body({}, "/tmp/new.sig"),
      "the signature file /tmp/new.sig", "taken over", R"({"file":"/tmp/new.sig"})"},
-    {"app import-statistics", app_path, 50, text_body({}, "/tmp/ApplicationData/app_usage.json"),
-     "the usage statistics", "imported", "{}"},
-    {"app export-statistics /tmp/a/../s.json", app_path, 51, text_body({}, "/tmp/s.json"), "the usage statistics",
-     "exported", R"({"file":"/tmp/a/../s.json"})"},
+    {"app import-statistics", app_path, 50, text_body({}, "/tmp/ApplicationData/app_usage.json"), "the statistics file",
+     "imported", "{}"},
+    {"app export-statistics /tmp/a/../s.json", app_path, 51, text_body({}, "/tmp/s.json"), "the statistics file",
+     "written", R"({"file":"/tmp/a/../s.json"})"},
     {"app clear-entries 80 --yes", app_path, 44, words_body({80}), "application policy 80", "emptied",
      R"({"policy":80})"},
 };
@@ -81,10 +81,9 @@ TEST_P(config_change, that_is_refused_tells_the_daemons_code)
 {
     const change_case& one = GetParam();
     const config_daemons daemons({.cf = 3, .app = 3});
-    EXPECT_EQ(utmctl(one.line), refused(1, std::string(one.subject) + " was not " + one.participle + ": " +
-                                               name_of(one.daemon) + " (" + one.daemon +
-                                               ") refused with error code 3; ask the daemon's own log for the "
-                                               "reason, then run the command again\n"));
+    EXPECT_EQ(utmctl(one.line),
+              refused(1, std::string(one.subject) + " was not " + one.participle + ": " + name_of(one.daemon) + " (" +
+                             one.daemon + ") refused with error code 3; the daemon's own log tells the reason\n"));
 }
 
 INSTANTIATE_TEST_SUITE_P(utmctl, config_change, testing::ValuesIn(changes));
@@ -243,8 +242,7 @@ TEST_P(config_reading, that_is_refused_tells_the_daemons_code)
     const sim::scripted_daemon daemon(one.daemon, answer(4));
     EXPECT_EQ(utmctl(one.line),
               refused(1, std::string(one.subject) + " was not read: " + name_of(one.daemon) + " (" + one.daemon +
-                             ") refused with error code 4; ask the daemon's own log for the reason, then run the "
-                             "command again\n"));
+                             ") refused with error code 4; the daemon's own log tells the reason\n"));
 }
 
 TEST_P(config_reading, without_its_daemon)
@@ -281,6 +279,15 @@ TEST(config_deed, the_deadline_names_the_daemon)
     const sim::scripted_daemon app(app_path, sim::script{sim::receive(), sim::await_close()});
     EXPECT_EQ(utmctl("--timeout 0.3 app activate on"),
               refused(3, "application control may have been set to on: the application daemon "
+                         "(/dev/utm_app_config_socket) did not answer within 0.3 s, and the call was ended; find out "
+                         "why the daemon hangs; --timeout sets a longer limit\n"));
+}
+
+TEST(config_deed, a_reading_that_is_ended_was_not_done)
+{
+    const sim::scripted_daemon app(app_path, sim::script{sim::receive(), sim::await_close()});
+    EXPECT_EQ(utmctl("--timeout 0.3 app status"),
+              refused(3, "the status of application control was not read: the application daemon "
                          "(/dev/utm_app_config_socket) did not answer within 0.3 s, and the call was ended; find out "
                          "why the daemon hangs; --timeout sets a longer limit\n"));
 }

@@ -70,8 +70,8 @@ const std::vector<deed_case>& deeds()
         {"devid reset --yes", devid, "device identification", "reset", {request_to(devid, {{0, 9}})}},
         {"devid ignore interface-12345 1",
          devid,
-         "interface interface-12345",
-         "marked with ignore operation 1",
+         "ignore operation 1",
+         "carried out on interface interface-12345",
          {request_to(devid, {{0, 10}, {20, 1}}, 201, "interface-12345")}},
 
         {"av switch on", av, "the anti-virus engine", "switched on", {request_to(av, {{0, 0}, {4, 1}})}},
@@ -201,9 +201,8 @@ TEST(engine_deeds, any_other_number_is_a_refusal_of_ips_and_av)
 {
     const engine_daemon ips_daemon(ips, answer_with(reply_of(ips, 5)));
     const engine_daemon av_daemon(av, answer_with(reply_of(av, 6)));
-    EXPECT_EQ(utmctl("ips reset --yes"),
-              refused(1, "the IPS engine was not reset: the IPS daemon (/tmp/utm_ips) refused with result 5; ask the "
-                         "daemon's own log for the reason, then run the command again\n"));
+    EXPECT_EQ(utmctl("ips reset --yes"), refused(1, "the IPS engine was not reset: the IPS daemon (/tmp/utm_ips) "
+                                                    "refused with result 5; the daemon's own log tells the reason\n"));
     EXPECT_EQ(utmctl("av flush --yes").status, 1);
     EXPECT_EQ(nlohmann::json::parse(utmctl("-j av flush --yes").out)["result"]["answer"], 6);
 }

@@ -262,6 +262,8 @@ constexpr filter_case filters[] = {
     {"devid devices --ip 192.168.1.5", 24 + 161, "192.168.1.5"},
     {"devid devices --interface br-lan", 24 + 177, "br-lan"},
     {"devid devices --mac 02:42:ac:11:00:05", 24, "02:42:ac:11:00:05"},
+    {"devid devices --mac 02:42:AC:11:00:05", 24, "02:42:ac:11:00:05"},
+    {"devid devices --mac 02-42-ac-11-00-0F", 24, "02:42:ac:11:00:0f"},
 };
 
 TEST(engine_lists, devices_are_filtered_by_the_daemon)

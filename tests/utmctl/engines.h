@@ -79,8 +79,7 @@ struct engine_failure {
     const char* options = ""; // that the command needs to fail so
 };
 
-inline constexpr engine_failure refusal = {"refused", 1, "refused", "refused",
-                                           "ask the daemon's own log for the reason, then run the command again"};
+inline constexpr engine_failure refusal = {"refused", 1, "refused", "refused", "the daemon's own log tells the reason"};
 inline constexpr engine_failure overdue = {"overdue",
                                            3,
                                            "no-answer",

@@ -37,7 +37,7 @@ TEST(filter, a_refused_engine_tells_what_holds_the_value)
     EXPECT_EQ(result,
               refused(1, "safe browsing was not switched on (/tmp/web_safe_browsing_activate has the new value; the "
                          "filter as a whole is on): the content-filter daemon (/dev/utm_cf_config_socket) refused "
-                         "with error code 3; ask the daemon's own log for the reason, then run the command again\n"));
+                         "with error code 3; the daemon's own log tells the reason\n"));
 }
 
 // A socket is there, but cannot be opened.
@@ -141,10 +141,10 @@ TEST(dump, of_application_control)
 TEST(dump, that_the_daemon_refuses)
 {
     const config_daemons daemons({.app = 3});
-    EXPECT_EQ(utmctl("app dump /tmp/dump"),
-              refused(1, "the dump of application control was not written to /tmp/dump: the application daemon "
-                         "(/dev/utm_app_config_socket) refused with error code 3; ask the daemon's own log for the "
-                         "reason, then run the command again\n"));
+    EXPECT_EQ(
+        utmctl("app dump /tmp/dump"),
+        refused(1, "the dump of application control was not written to /tmp/dump: the application daemon "
+                   "(/dev/utm_app_config_socket) refused with error code 3; the daemon's own log tells the reason\n"));
 }
 
 TEST(dump, into_a_folder_that_is_not_there_is_done_in_part)
@@ -205,7 +205,7 @@ TEST(dump, a_path_of_127_characters_is_taken)
 {
     const config_daemons daemons;
     const std::string path = "/tmp/" + std::string(122, 'p');
-    EXPECT_EQ(utmctl("app export-statistics " + path), (run_result{0, "the usage statistics exported\n", ""}));
+    EXPECT_EQ(utmctl("app export-statistics " + path), (run_result{0, "the statistics file written\n", ""}));
     EXPECT_EQ(daemons.request_of(app_path), request_record(app_path, 51, text_body({}, path)));
 }
 
@@ -245,8 +245,8 @@ TEST(reset, stops_at_the_first_step_that_fails)
                           "safe browsing switched off\n"
                           "web-category filtering switched off\n",
                           "utmctl: application control was not switched off, and the rest of the reset was left out: "
-                          "the application daemon (/dev/utm_app_config_socket) refused with error code 3; ask the "
-                          "daemon's own log for the reason, then run the command again\n"}));
+                          "the application daemon (/dev/utm_app_config_socket) refused with error code 3; the daemon's "
+                          "own log tells the reason\n"}));
     const auto value = nlohmann::json::parse(utmctl("-j reset --yes").out)["result"];
     ASSERT_EQ(value.size(), 5U);
     EXPECT_EQ(value[4].dump(), R"({"status":"refused","step":"application_control"})");
@@ -265,18 +265,17 @@ TEST(reset, tells_of_profiles_that_a_daemon_keeps)
 {
     const config_daemons daemons({.user_profile = 3});
     register_ids({{0, 7}});
-    EXPECT_EQ(
-        utmctl("reset --yes"),
-        (run_result{8,
-                    "the content filter flushed\n"
-                    "safe browsing switched off\n"
-                    "web-category filtering switched off\n"
-                    "application control switched off\n",
-                    "utmctl: profile 7 was deleted in part (not in the registry): the content-filter daemon "
-                    "(/dev/utm_cf_config_socket) or the application daemon (/dev/utm_app_config_socket) or the "
-                    "user-profile daemon (/dev/utm_user_profile_socket) refused with error code 3; ask the daemon's "
-                    "own log for the reason, then " +
-                        clean_up(7)}));
+    EXPECT_EQ(utmctl("reset --yes"),
+              (run_result{8,
+                          "the content filter flushed\n"
+                          "safe browsing switched off\n"
+                          "web-category filtering switched off\n"
+                          "application control switched off\n",
+                          "utmctl: profile 7 was deleted in part (not in the registry): the content-filter daemon "
+                          "(/dev/utm_cf_config_socket) or the application daemon (/dev/utm_app_config_socket) or the "
+                          "user-profile daemon (/dev/utm_user_profile_socket) refused with error code 3; the daemon's "
+                          "own log tells the reason; " +
+                              clean_up(7)}));
 }
 
 TEST(rules, what_destroys_wants_yes)

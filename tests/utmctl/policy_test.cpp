@@ -9,10 +9,10 @@
 
 namespace {
 
-constexpr char cf_refused[] = "the content-filter daemon (/dev/utm_cf_config_socket) refused with error code 3; ask "
-                              "the daemon's own log for the reason, then ";
-constexpr char app_refused[] = "the application daemon (/dev/utm_app_config_socket) refused with error code 3; ask the "
-                               "daemon's own log for the reason, then ";
+constexpr char cf_refused[] = "the content-filter daemon (/dev/utm_cf_config_socket) refused with error code 3; the "
+                              "daemon's own log tells the reason";
+constexpr char app_refused[] = "the application daemon (/dev/utm_app_config_socket) refused with error code 3; the "
+                               "daemon's own log tells the reason";
 
 TEST(policy, create_prints_the_identifier)
 {
@@ -58,8 +58,8 @@ TEST(policy, a_full_registry_refuses)
 TEST(policy, a_refused_content_filter_policy_leaves_the_registry)
 {
     const config_daemons daemons({.cf = 3});
-    EXPECT_EQ(utmctl("cf create-policy 70"), refused(1, std::string("content-filter policy 70 was not created: ") +
-                                                            cf_refused + "run the command again\n"));
+    EXPECT_EQ(utmctl("cf create-policy 70"),
+              refused(1, std::string("content-filter policy 70 was not created: ") + cf_refused + "\n"));
     EXPECT_EQ(slot(cf_policies), 0U);
 }
 
@@ -70,7 +70,7 @@ TEST(policy, a_refused_content_filter_policy_takes_an_application_policy_along)
     EXPECT_EQ(utmctl("cf create-policy 70"),
               refused(1, std::string("content-filter policy 70 was not created (application policy 70 is not in the "
                                      "registry any more): ") +
-                             cf_refused + "run the command again, and 'utmctl registry reserve app-policy 70'\n"));
+                             cf_refused + "; run the command again, and 'utmctl registry reserve app-policy 70'\n"));
     EXPECT_EQ(slot(app_policies), 0U);
 }
 
@@ -78,7 +78,7 @@ TEST(policy, a_refused_application_policy_stays_registered)
 {
     const config_daemons daemons({.app = 3});
     const std::string error = std::string("application policy 80 was not created (in the registry): ") + app_refused +
-                              "release it with 'utmctl registry release app-policy 80' and run the command again\n";
+                              "; release it with 'utmctl registry release app-policy 80' and run the command again\n";
     EXPECT_EQ(utmctl("app create-policy 80"), refused(1, error));
     EXPECT_EQ(slot(app_policies), 80U);
     const run_result in_json = utmctl("-j app create-policy 81");
@@ -94,7 +94,7 @@ TEST(policy, a_refused_application_policy_is_not_to_be_released_with_another)
     register_ids({{512, 80}});
     EXPECT_EQ(utmctl("app create-policy 80"),
               refused(1, std::string("application policy 80 was not created (in the registry): ") + app_refused +
-                             "run the command again with another identifier\n"));
+                             "; run the command again with another identifier\n"));
 }
 
 TEST(policy, a_refused_identifier_from_the_clock_is_told)
@@ -102,9 +102,10 @@ TEST(policy, a_refused_identifier_from_the_clock_is_told)
     const config_daemons daemons({.app = 3});
     const run_result result = utmctl("app create-policy");
     const std::string number = std::to_string(slot(app_policies));
-    EXPECT_EQ(result, refused(1, "the application policy was not created (in the registry): " +
-                                     std::string(app_refused) + "release it with 'utmctl registry release app-policy " +
-                                     number + "' and run the command again\n"));
+    EXPECT_EQ(result,
+              refused(1, "the application policy was not created (in the registry): " + std::string(app_refused) +
+                             "; release it with 'utmctl registry release app-policy " + number +
+                             "' and run the command again\n"));
 }
 
 TEST(policy, create_without_its_daemon)
@@ -133,7 +134,7 @@ TEST(policy, a_refused_binding_stays_in_the_registry)
     register_ids({{0, 7}, {1024, 80}});
     const std::string error = std::string("application policy 80 was not bound to profile 7 (bound in the "
                                           "registry): ") +
-                              app_refused + "run the command again\n";
+                              app_refused + "\n";
     EXPECT_EQ(utmctl("profile bind-app 7 80"), refused(1, error));
     EXPECT_EQ(slot(app_bindings), 80U);
 }

@@ -82,8 +82,8 @@ TEST(profile_create, create_refused_by_the_application_daemon_tells_what_is_left
     EXPECT_EQ(
         utmctl("profile create 7"),
         refused(1, "profile 7 was not created (accepted by the content-filter and user-profile daemons; not in the "
-                   "registry): the application daemon (/dev/utm_app_config_socket) refused with error code 3; ask the "
-                   "daemon's own log for the reason, then " +
+                   "registry): the application daemon (/dev/utm_app_config_socket) refused with error code 3; the "
+                   "daemon's own log tells the reason; " +
                        clean_up(7)));
 }
 
@@ -108,14 +108,13 @@ TEST(profile_create, create_without_the_application_daemon)
 TEST(profile_create, create_refused_by_another_daemon_is_done_in_part)
 {
     const config_daemons daemons({.cf = 5});
-    EXPECT_EQ(
-        utmctl("profile create 7"),
-        (run_result{8, "7\n",
-                    "utmctl: profile 7 was created in part (accepted by the application daemon; not in the registry): "
-                    "the content-filter daemon (/dev/utm_cf_config_socket) or the user-profile daemon "
-                    "(/dev/utm_user_profile_socket) refused with error code 5; ask the daemon's own log "
-                    "for the reason, then " +
-                        clean_up(7)}));
+    EXPECT_EQ(utmctl("profile create 7"),
+              (run_result{
+                  8, "7\n",
+                  "utmctl: profile 7 was created in part (accepted by the application daemon; not in the registry): "
+                  "the content-filter daemon (/dev/utm_cf_config_socket) or the user-profile daemon "
+                  "(/dev/utm_user_profile_socket) refused with error code 5; the daemon's own log tells the reason; " +
+                      clean_up(7)}));
 }
 
 TEST(profile_create, create_without_another_daemon_tells_which)

@@ -46,8 +46,8 @@ TEST(profile_delete, delete_refused_by_one_daemon_is_told_by_the_bindings)
     EXPECT_EQ(
         utmctl("profile delete 7"),
         refused(8, "profile 7 was deleted in part (accepted by the content-filter and user-profile daemons; not in the "
-                   "registry): the application daemon (/dev/utm_app_config_socket) refused with error code 4; ask the "
-                   "daemon's own log for the reason, then " +
+                   "registry): the application daemon (/dev/utm_app_config_socket) refused with error code 4; the "
+                   "daemon's own log tells the reason; " +
                        clean_up(7)));
 }
 
@@ -59,8 +59,7 @@ TEST(profile_delete, delete_refused_by_one_daemon_without_bindings_stays_open)
         utmctl("profile delete 7"),
         refused(8, "profile 7 was deleted in part (accepted by the user-profile daemon; not in the registry): the "
                    "content-filter daemon (/dev/utm_cf_config_socket) or the application daemon "
-                   "(/dev/utm_app_config_socket) refused with error code 4; ask the daemon's own log for "
-                   "the reason, then " +
+                   "(/dev/utm_app_config_socket) refused with error code 4; the daemon's own log tells the reason; " +
                        clean_up(7)));
 }
 
@@ -70,10 +69,11 @@ TEST(profile_delete, delete_refused_by_both_that_hold_policies_stays_registered)
     register_ids({{0, 7}});
     EXPECT_EQ(
         utmctl("profile delete 7"),
-        refused(8, "profile 7 was deleted in part (accepted by the user-profile daemon; in the registry): the "
-                   "content-filter daemon (/dev/utm_cf_config_socket) refused with error code 4, and the application "
-                   "daemon (/dev/utm_app_config_socket) refused with error code 5; ask the daemon's own log for the "
-                   "reason, then run the command again\n"));
+        refused(
+            8,
+            "profile 7 was deleted in part (accepted by the user-profile daemon; in the registry): the "
+            "content-filter daemon (/dev/utm_cf_config_socket) refused with error code 4, and the application "
+            "daemon (/dev/utm_app_config_socket) refused with error code 5; the daemon's own log tells the reason\n"));
 }
 
 TEST(profile_delete, flush_wants_a_yes)
@@ -97,18 +97,18 @@ TEST(profile_delete, flush_that_succeeds_in_part_tells_of_each)
     const sim::scripted_daemon app(app_path, scripts{answer(4), answer(0)});
     const sim::scripted_daemon user_profile(user_profile_path, scripts{answer(0), answer(5), answer(0)});
     register_ids({{0, 7}, {1, 8}, {2, 9}, {256, 70}, {257, 71}, {768, 80}, {769, 81}});
-    EXPECT_EQ(utmctl("profile flush --yes"),
-              (run_result{8, "profile 9 deleted\n",
-                          "utmctl: profile 7 was deleted in part (accepted by the content-filter and user-profile "
-                          "daemons; not in the registry): the application daemon "
-                          "(/dev/utm_app_config_socket) refused with error code 4; ask the daemon's own log for the "
-                          "reason, then " +
-                              clean_up(7) +
-                              "utmctl: profile 8 was deleted in part (accepted by the content-filter and "
-                              "application daemons; not in the registry): the user-profile daemon "
-                              "(/dev/utm_user_profile_socket) refused with error code 5; ask the daemon's own log for "
-                              "the reason, then " +
-                              clean_up(8)}));
+    EXPECT_EQ(
+        utmctl("profile flush --yes"),
+        (run_result{
+            8, "profile 9 deleted\n",
+            "utmctl: profile 7 was deleted in part (accepted by the content-filter and user-profile "
+            "daemons; not in the registry): the application daemon "
+            "(/dev/utm_app_config_socket) refused with error code 4; the daemon's own log tells the reason; " +
+                clean_up(7) +
+                "utmctl: profile 8 was deleted in part (accepted by the content-filter and "
+                "application daemons; not in the registry): the user-profile daemon "
+                "(/dev/utm_user_profile_socket) refused with error code 5; the daemon's own log tells the reason; " +
+                clean_up(8)}));
 }
 
 TEST(profile_delete, flush_tells_what_was_refused)

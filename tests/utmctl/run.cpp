@@ -6,7 +6,7 @@
 #include <csignal>
 #include <fstream>
 #include <gtest/gtest.h>
-#include <iterator>
+#include <iomanip>
 #include <spawn.h>
 #include <sstream>
 #include <sys/mman.h>
@@ -18,7 +18,10 @@ namespace {
 std::vector<std::string> words_of(const std::string& line)
 {
     std::istringstream stream(line);
-    return {std::istream_iterator<std::string>(stream), std::istream_iterator<std::string>()};
+    std::vector<std::string> words;
+    for (std::string word; stream >> std::quoted(word, '\'');)
+        words.push_back(word);
+    return words;
 }
 
 pid_t spawn(const std::string& line, int out, int err)

@@ -57,7 +57,7 @@ private:
     pid_t process_ = -1;
 };
 
-// Runs utmctl with the words of the line.
+// Runs utmctl with the words of the line; 'one word' is one.
 run_result utmctl(const std::string& line);
 
 // Registers identifiers and bindings, in a registry that the first use does not clear.

@@ -49,7 +49,7 @@ TEST_F(silent_log, create_that_does_not_stay_registered_was_refused_by_another)
                           "utmctl: profile 8 was created in part (accepted by the application daemon; not in the "
                           "registry): the content-filter daemon (/dev/utm_cf_config_socket) or the user-profile daemon "
                           "(/dev/utm_user_profile_socket) failed, for a reason that the diagnostic log does not hold; "
-                          "ask the daemon's own log for the reason, then " +
+                          "the daemon's own log tells the reason; " +
                               clean_up(8)}));
 }
 
@@ -68,10 +68,9 @@ TEST_F(silent_log, create_refused_by_the_application_daemon_tells_nothing_of_the
 {
     const config_daemons daemons({.app = 3});
     const std::string app = "the application daemon (/dev/utm_app_config_socket) refused";
-    EXPECT_EQ(utmctl("profile create 8"),
-              refused(1, "profile 8 was not created (not in the registry): " + app + ", and " +
-                             unknown("content-filter and user-profile daemons") +
-                             "; ask the daemon's own log for the reason, then " + clean_up(8)));
+    EXPECT_EQ(utmctl("profile create 8"), refused(1, "profile 8 was not created (not in the registry): " + app +
+                                                         ", and " + unknown("content-filter and user-profile daemons") +
+                                                         "; the daemon's own log tells the reason; " + clean_up(8)));
 }
 
 TEST_F(silent_log, delete_may_be_done_in_part_only)
@@ -92,7 +91,7 @@ TEST_F(silent_log, delete_that_leaves_the_profile_registered_failed_at_both)
               refused(8, "profile 7 was deleted in part (accepted by the user-profile daemon; in the registry): the "
                          "content-filter daemon (/dev/utm_cf_config_socket)" +
                              failed + ", and the application daemon (/dev/utm_app_config_socket)" + failed +
-                             "; ask the daemon's own log for the reason, then run the command again\n"));
+                             "; the daemon's own log tells the reason\n"));
 }
 
 TEST_F(silent_log, the_bindings_prove_who_accepted_a_delete)

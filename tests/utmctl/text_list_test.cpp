@@ -72,8 +72,8 @@ TEST_P(text_list, that_is_refused_names_text_and_line)
               (run_result{8, std::string("2 ") + one.noun + "s" + one.owner + " " + one.participle + "\n",
                           std::string("utmctl: ") + one.noun + " 'second' (line 2 of /tmp/texts)" + one.owner +
                               " was not " + one.participle +
-                              ": the content-filter daemon (/dev/utm_cf_config_socket) refused with error code 5; ask "
-                              "the daemon's own log for the reason, then run the command again\n"}));
+                              ": the content-filter daemon (/dev/utm_cf_config_socket) refused with error code 5; the "
+                              "daemon's own log tells the reason\n"}));
     EXPECT_EQ(cf.requests().size(), 3U);
 }
 
@@ -91,6 +91,27 @@ TEST_P(text_list, with_a_line_that_is_too_long_is_refused_whole)
 }
 
 INSTANTIATE_TEST_SUITE_P(utmctl, text_list, testing::ValuesIn(lists));
+
+TEST(text_lists, a_text_of_nothing_is_refused)
+{
+    EXPECT_EQ(
+        utmctl("cf add-trusted-url ''"),
+        refused(2, "cf add-trusted-url: URL: '' is blank; 'utmctl help cf add-trusted-url' tells what it takes\n"));
+    EXPECT_EQ(utmctl("cf del-keyword 70 a ' \t'"),
+              refused(2, "cf del-keyword: KEYWORD: ' ?' is blank; 'utmctl help cf del-keyword' tells what it takes\n"));
+    EXPECT_FALSE(exists("/tmp/utm_log"));
+}
+
+TEST(text_lists, only_blank_lines_are_passed_over)
+{
+    const sim::scripted_daemon cf(cf_path, answer(0));
+    write_file("/tmp/texts", "# a\n \t \r\n\nb");
+    EXPECT_EQ(utmctl("-j cf add-trusted-url -f /tmp/texts"),
+              (run_result{0,
+                          done_line("cf add-trusted-url", R"([{"text":"# a","line":1,"status":"done"},)"
+                                                          R"({"text":"b","line":4,"status":"done"}])"),
+                          ""}));
+}
 
 TEST(text_lists, in_json_each_text_has_its_status)
 {
@@ -185,7 +206,7 @@ TEST(app_entries, are_set_by_tens)
     const sim::scripted_daemon app(app_path, answer(0));
     write_file("/tmp/entries", entry_lines(23));
     EXPECT_EQ(utmctl("app set-entries 80 -f /tmp/entries"),
-              (run_result{0, "23 entries added to application policy 80\n", ""}));
+              (run_result{0, "23 entries set as those of application policy 80\n", ""}));
     EXPECT_EQ(app.requests(), (records{request_record(app_path, 44, words_body({80})), entry_record(80, 0, 10),
                                        entry_record(80, 10, 10), entry_record(80, 20, 3)}));
 }
@@ -206,18 +227,38 @@ TEST(app_entries, that_are_refused_tell_the_line_and_what_stayed)
 {
     const sim::scripted_daemon app(app_path, {answer(0), answer(0), answer(6)});
     write_file("/tmp/entries", entry_lines(12));
-    EXPECT_EQ(utmctl("app set-entries 80 -f /tmp/entries"),
-              refused(8, "the record of 2 entries from '0a000000000000ff' (line 11 of /tmp/entries) of application "
-                         "policy 80 was not added (10 entries before it stayed): the application daemon "
-                         "(/dev/utm_app_config_socket) refused with error code 6; ask the daemon's own log for the "
-                         "reason, then run the command again\n"));
+    EXPECT_EQ(
+        utmctl("app set-entries 80 -f /tmp/entries"),
+        refused(8, "the record of 2 entries from '0a000000000000ff' (line 11 of /tmp/entries) of application "
+                   "policy 80 was not added (10 entries before it were set, and the old entries are gone): the "
+                   "application daemon "
+                   "(/dev/utm_app_config_socket) refused with error code 6; the daemon's own log tells the reason\n"));
 }
 
 TEST(app_entries, a_policy_that_is_not_emptied_gets_none)
 {
     const sim::scripted_daemon app(app_path, answer(6));
-    EXPECT_EQ(utmctl("app set-entries 80 00000000000000ff").status, 1);
+    EXPECT_EQ(
+        utmctl("app set-entries 80 00000000000000ff"),
+        refused(1, "application policy 80 was not cleared for its new entries: the application daemon "
+                   "(/dev/utm_app_config_socket) refused with error code 6; the daemon's own log tells the reason\n"));
     EXPECT_EQ(app.requests().size(), 1U);
+}
+
+TEST(app_entries, in_json_those_that_are_set_are_counted)
+{
+    const sim::scripted_daemon app(app_path, answer(0));
+    EXPECT_EQ(utmctl("-j app set-entries 80 00000000000000ff"),
+              (run_result{0, done_line("app set-entries", R"({"policy":80,"entries":1})"), ""}));
+}
+
+TEST(app_entries, none_at_all_do_not_empty_a_policy)
+{
+    const sim::scripted_daemon app(app_path, answer(0));
+    write_file("/tmp/empty", "\n  \n");
+    EXPECT_EQ(utmctl("app set-entries 80 -f /tmp/empty"),
+              refused(2, "app set-entries: /tmp/empty names no entry; 'utmctl app clear-entries' empties a policy\n"));
+    EXPECT_TRUE(app.requests().empty());
 }
 
 TEST(category_block, travels_whole)
@@ -244,10 +285,10 @@ TEST(category_block, is_refused_by_the_daemon_or_before)
                          "holds\n"));
     EXPECT_TRUE(cf.requests().empty());
     register_ids({{512, 70}});
-    EXPECT_EQ(utmctl("cf set-block 70 " + block),
-              refused(1, "the category block of content-filter policy 70 was not set: the content-filter daemon "
-                         "(/dev/utm_cf_config_socket) refused with error code 7; ask the daemon's own log for the "
-                         "reason, then run the command again\n"));
+    EXPECT_EQ(
+        utmctl("cf set-block 70 " + block),
+        refused(1, "the category block of content-filter policy 70 was not set: the content-filter daemon "
+                   "(/dev/utm_cf_config_socket) refused with error code 7; the daemon's own log tells the reason\n"));
     EXPECT_EQ(utmctl("cf set-block 70 00"), refused(2, "cf set-block: a category block has 128 bytes, not 1; 'utmctl "
                                                        "help cf set-block' tells what it takes\n"));
 }

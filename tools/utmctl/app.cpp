@@ -30,9 +30,9 @@ constexpr config_change set_interval = {
 constexpr config_change update_signature = {
     application, "the signature file {FILE}", "taken over",
     [](const request& asked) { return utm_app_update_signature(path_of(asked.one("FILE")).c_str()); }};
-constexpr config_change import_statistics = {application, "the usage statistics", "imported",
+constexpr config_change import_statistics = {application, "the statistics file", "imported",
                                              move_statistics<utm_app_import_statistics>};
-constexpr config_change export_statistics = {application, "the usage statistics", "exported",
+constexpr config_change export_statistics = {application, "the statistics file", "written",
                                              move_statistics<utm_app_export_statistics>};
 constexpr dump_kind whole_dump = {"the dump of application control", application, utm_app_dump_all};
 

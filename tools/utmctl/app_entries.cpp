@@ -20,9 +20,9 @@ std::string name_of_policy(const request& asked)
     return "application policy " + asked.one("POLICY");
 }
 
-void empty_policy(const request& asked)
+void empty_policy(const request& asked, const char* participle)
 {
-    exchange({name_of_policy(asked), "emptied"}, application, asked.timeout,
+    exchange({name_of_policy(asked), participle}, application, asked.timeout,
              [&] { return accepted(utm_app_policy_config_init_block(policy_of(asked), nullptr, 0)); });
 }
 
@@ -45,31 +45,43 @@ std::string counted(size_t entries)
     return std::to_string(entries) + (entries == 1 ? " entry" : " entries");
 }
 
-outcome told_of(const request& asked, size_t added)
+// How the commands that send entries tell what they did.
+struct entry_work {
+    const char* member; // of the result, which counts them
+    const char* participle;
+    const char* left; // what stays of the policy's entries when a record fails
+    bool emptied;
+};
+
+constexpr entry_work setting = {"entries", "set as those of", " before it were set, and the old entries are gone",
+                                true};
+constexpr entry_work adding = {"added", "added to", " before it stayed", false};
+
+outcome told_of(const entry_work& work, const request& asked, size_t sent)
 {
-    return {.result = {{"policy", policy_of(asked)}, {"added", added}},
-            .confirmations = {counted(added) + " added to " + name_of_policy(asked)}};
+    return {.result = {{"policy", policy_of(asked)}, {work.member, sent}},
+            .confirmations = {counted(sent) + " " + work.participle + " " + name_of_policy(asked)}};
 }
 
 // The first record that fails ends it. What was changed before stays, which makes it done in part.
-outcome add_all(const request& asked, std::span<const text_entry> entries, bool changed)
+outcome send_all(const entry_work& work, const request& asked, std::span<const text_entry> entries)
 {
     progress shown(entries.size());
-    size_t added = 0;
+    size_t sent = 0;
     try {
-        for (size_t size; added < entries.size(); added += size, shown.show(added)) {
-            size = std::min<size_t>(entries.size() - added, UTM_APP_ENTRIES_PER_RECORD);
-            add_record(asked, entries.subspan(added, size));
+        for (size_t size; sent < entries.size(); sent += size, shown.show(sent)) {
+            size = std::min<size_t>(entries.size() - sent, UTM_APP_ENTRIES_PER_RECORD);
+            add_record(asked, entries.subspan(sent, size));
         }
     } catch (const failure& failed) {
-        outcome told = told_of(asked, added);
-        told.status = changed || added > 0 ? exit_status::done_in_part : failed.why().status;
+        outcome told = told_of(work, asked, sent);
+        told.status = work.emptied || sent > 0 ? exit_status::done_in_part : failed.why().status;
         told.confirmations.clear();
         told.problems = {failed.why()};
-        told.problems.front().what += " (" + counted(added) + " before it stayed)";
+        told.problems.front().what += " (" + counted(sent) + work.left + ")";
         return told;
     }
-    return told_of(asked, added);
+    return told_of(work, asked, sent);
 }
 
 } // namespace
@@ -77,18 +89,21 @@ outcome add_all(const request& asked, std::span<const text_entry> entries, bool 
 outcome set_entries(const request& asked)
 {
     const auto entries = texts_of(asked, app_entries, name_of_policy(asked) + " was not given its entries");
-    empty_policy(asked);
-    return add_all(asked, entries, true);
+    if (entries.empty())
+        refuse_usage("app set-entries: " + asked.one(texts_from_file.name) + " names no entry",
+                     "'utmctl app clear-entries' empties a policy");
+    empty_policy(asked, "cleared for its new entries");
+    return send_all(setting, asked, entries);
 }
 
 outcome add_entries(const request& asked)
 {
     const auto entries = texts_of(asked, app_entries, name_of_policy(asked) + " was not given more entries");
-    return add_all(asked, entries, false);
+    return send_all(adding, asked, entries);
 }
 
 outcome clear_entries(const request& asked)
 {
-    empty_policy(asked);
+    empty_policy(asked, "emptied");
     return {.result = {{"policy", policy_of(asked)}}, .confirmations = {name_of_policy(asked) + " emptied"}};
 }

@@ -3,6 +3,8 @@
 
 #include "kqutm/registry.h"
 
+#include <cstdio>
+
 namespace {
 
 constexpr id_kind kinds[] = {
@@ -106,6 +108,14 @@ int32_t id_of(const std::string& text)
 mac_address mac_of(const std::string& text)
 {
     return parse_mac(text).value();
+}
+
+std::string normal_mac(const std::string& text)
+{
+    const mac_address mac = mac_of(text);
+    char normal[18];
+    snprintf(normal, sizeof normal, "%02x:%02x:%02x:%02x:%02x:%02x", mac[0], mac[1], mac[2], mac[3], mac[4], mac[5]);
+    return normal;
 }
 
 bool is_on(const std::string& state)

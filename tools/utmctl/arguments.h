@@ -28,6 +28,7 @@ std::string check_seconds(const std::string& text);
 
 int32_t id_of(const std::string& text);
 mac_address mac_of(const std::string& text);
+std::string normal_mac(const std::string& text); // 02:42:ac:11:00:05
 bool is_on(const std::string& state);
 int32_t switch_of(const std::string& text);
 const id_kind& kind_of(const std::string& text);

@@ -21,13 +21,16 @@ constexpr config_change debug = {content_filter, "the content filter's debug val
 constexpr config_change flush = {
     content_filter, "the content filter", "flushed with type {TYPE}",
     [](const request& asked) { return utm_cf_global_flush(whole_of<int32_t>(asked.one("TYPE"))); }};
-constexpr config_change flush_no_policy = {
-    content_filter, "the policy flush of type {TYPE}", "carried out",
-    [](const request& asked) { return utm_cf_policy_flush(whole_of<int32_t>(asked.one("TYPE")), 0); }};
-constexpr config_change flush_one_policy = {
-    content_filter, "content-filter policy {POLICY}", "flushed with type {TYPE}", [](const request& asked) {
-        return utm_cf_policy_flush(whole_of<int32_t>(asked.one("TYPE")), id_of(asked.one("POLICY")));
-    }};
+
+int32_t flush_given_policy(const request& asked)
+{
+    return utm_cf_policy_flush(whole_of<int32_t>(asked.one("TYPE")), id_of(asked.one("POLICY")));
+}
+
+constexpr config_change flush_policy_0 = {content_filter, "policy 0, whatever the daemon takes that for,",
+                                          "flushed with type {TYPE}", flush_given_policy};
+constexpr config_change flush_one_policy = {content_filter, "content-filter policy {POLICY}",
+                                            "flushed with type {TYPE}", flush_given_policy};
 constexpr dump_kind whole_dump = {"the dump of the content filter", content_filter, utm_cf_dump_all};
 
 void demand_policy(const request& asked, const std::string& what)
@@ -37,8 +40,8 @@ void demand_policy(const request& asked, const std::string& what)
 
 outcome flush_policy(const request& asked)
 {
-    if (!asked.has("POLICY"))
-        return change(flush_no_policy, asked);
+    if (id_of(asked.one("POLICY")) == 0)
+        return change(flush_policy_0, asked);
     demand_policy(asked, "content-filter policy " + asked.one("POLICY") + " was not flushed");
     return change(flush_one_policy, asked);
 }
@@ -90,7 +93,7 @@ constexpr argument dump_file[] = {
 constexpr argument flush_type[] = {type};
 constexpr argument type_and_policy[] = {
     type,
-    {"POLICY", occurs::at_most_once, check_id, "the identifier of the policy; none names no policy to the daemon"},
+    {"POLICY", occurs::once, check_whole<0, INT32_MAX>, "the policy's identifier, or 0"},
 };
 
 constexpr command commands[] = {
@@ -124,7 +127,10 @@ constexpr command commands[] = {
     {"dump-kernel", dump_file, dump_kernel, "append the kernel's switches to a file"},
     {"debug", debug_value, change<debug>, "set the daemon's debug value"},
     {"flush", flush_type, change<flush>, "flush the content filter", "what the daemon holds", "cf flush 0 --yes"},
-    {"flush-policy", type_and_policy, flush_policy, "flush one policy", "what the policy holds"},
+    {"flush-policy", type_and_policy, flush_policy,
+     "flush one policy, or with 0 whatever the daemon takes that for (the simulator: all)",
+     "what the policy holds, or with POLICY 0 what whatever the daemon takes that for holds",
+     "cf flush-policy 1 70 --yes"},
 };
 
 } // namespace

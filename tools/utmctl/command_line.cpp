@@ -82,7 +82,7 @@ void declare(CLI::App& parser, const argument& one, texts& values)
         option->expected(1, CLI::detail::expected_max_vector_size)->required();
         break;
     case occurs::any_number:
-        option->expected(0, CLI::detail::expected_max_vector_size);
+        option->expected(1, CLI::detail::expected_max_vector_size);
         break;
     case occurs::flag:
         break;

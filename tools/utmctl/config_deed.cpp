@@ -69,7 +69,7 @@ outcome change(const config_change& row, const request& asked)
 
 outcome read(const config_reading& row, const request& asked)
 {
-    const deed_words words = {filled_in(row.subject, asked), "read"};
+    const deed_words words = {filled_in(row.subject, asked), "read", false};
     const json value = exchange(words, row.daemon, asked.timeout, [&] { return row.call(asked); }).value;
     outcome told = {.result = value};
     if (value.is_array())

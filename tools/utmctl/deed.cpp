@@ -37,7 +37,7 @@ std::string not_done(const deed_words& words)
 
 std::string maybe_done(const deed_words& words)
 {
-    return words.subject + " may have been " + words.participle;
+    return words.changes ? words.subject + " may have been " + words.participle : not_done(words);
 }
 
 problem exchange_problem(const std::string& what, const service& daemon, int error, std::optional<int32_t> answer)
@@ -48,7 +48,7 @@ problem exchange_problem(const std::string& what, const service& daemon, int err
     return {.status = failed.status,
             .what = what,
             .culprits = {{name_of(daemon), daemon.socket, failed.cause}},
-            .next = std::string(remedy_for(failed.status)) + ", then run the command again"};
+            .next = next_after(failed.status)};
 }
 
 std::optional<int32_t> answer_in(int32_t returned, int error)

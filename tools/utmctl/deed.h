@@ -11,6 +11,7 @@
 struct deed_words {
     std::string subject;
     std::string participle;
+    bool changes = true; // else a call that is ended has done nothing
 };
 
 std::string done(const deed_words& words);

@@ -42,7 +42,7 @@ constexpr deed_row debugging = {devid,
 constexpr deed_row showing_kernel_list = {
     devid, "the kernel-side list", "shown by the daemon", call<utm_devid_show_all_list>, tells_answer, is_minus_one};
 constexpr deed_row resetting = {devid, engine, "reset", call<utm_devid_reset>, tells_answer};
-constexpr deed_row ignoring = {devid, "interface {INTERFACE}", "marked with ignore operation {OPERATION}",
+constexpr deed_row ignoring = {devid, "ignore operation {OPERATION}", "carried out on interface {INTERFACE}",
                                call_with_text_and_number<utm_devid_set_ignore_iface, interface_and_operation>,
                                tells_answer};
 
@@ -75,12 +75,18 @@ constexpr list_row<utm_device> devices = {devid, "the devices", device_fields, r
 struct filter {
     const char* option;
     utm_device* (*query)(const char* value);
+    std::string (*sent)(const std::string& given);
 };
 
+std::string as_given(const std::string& value)
+{
+    return value;
+}
+
 constexpr filter filters[] = {
-    {"--ip", utm_devid_get_device_list_by_ip},
-    {"--interface", utm_devid_get_device_list_by_interface},
-    {"--mac", utm_devid_get_device_list_by_mac},
+    {"--ip", utm_devid_get_device_list_by_ip, as_given},
+    {"--interface", utm_devid_get_device_list_by_interface, as_given},
+    {"--mac", utm_devid_get_device_list_by_mac, normal_mac},
 };
 
 outcome list_devices(const request& asked)
@@ -90,7 +96,7 @@ outcome list_devices(const request& asked)
     for (const filter& one : filters) {
         if (!asked.has(one.option))
             continue;
-        query = [&] { return one.query(asked.one(one.option).c_str()); };
+        query = [&] { return one.query(one.sent(asked.one(one.option)).c_str()); };
         ++given;
     }
     if (given > 1)
@@ -114,7 +120,8 @@ outcome show_timestamp(const request& asked)
 constexpr argument one_filter[] = {
     {"--ip", occurs::at_most_once, check_ip, "those with this IP address, or the gateway itself"},
     {"--interface", occurs::at_most_once, check_text<15>, "those on this interface"},
-    {"--mac", occurs::at_most_once, check_mac, "those with this MAC address"},
+    {"--mac", occurs::at_most_once, check_mac,
+     "those with this MAC address, which is sent in small letters with colons"},
     {"--raw", occurs::flag, nullptr, "show each record's bytes too, as pairs of hexadecimal digits"},
 };
 
@@ -135,7 +142,7 @@ constexpr command commands[] = {
     {"show-kernel-list", {}, perform<showing_kernel_list>, "have the daemon show its kernel-side list, where it does"},
     {"reset", {}, perform<resetting>, "set the engine back", "the engine's settings"},
     {"ignore", interface_and_operation, perform<ignoring>, "mark an interface as ignored, or take the mark away",
-     nullptr, "devid ignore eth1 1"},
+     nullptr, "devid ignore eth1 0"},
 };
 
 } // namespace

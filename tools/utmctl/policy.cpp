@@ -33,19 +33,18 @@ void tell_what_is_left(problem& why, const policy_kind& kind, int32_t id, const 
 {
     const id_kind& own = kind_of(kind.word);
     const id_kind& other = other_kind(kind);
-    const std::string remedy = remedy_for(why.status);
     const std::string number = std::to_string(id);
     if (is_registered(call.after, own.number, id)) {
         why.what += " (in the registry)";
         why.next = is_registered(call.after, other.number, id)
-                       ? remedy + ", then run the command again with another identifier"
-                       : remedy + ", then release it with 'utmctl registry release " + own.word + " " + number +
-                             "' and run the command again";
+                       ? next_after(why.status, "run the command again with another identifier")
+                       : next_after(why.status, std::string("release it with 'utmctl registry release ") + own.word +
+                                                    " " + number + "' and run the command again");
     }
     if (is_registered(call.before, other.number, id) && !is_registered(call.after, other.number, id)) {
         why.what += " (" + named(other, id) + " is not in the registry any more)";
-        why.next =
-            remedy + ", then run the command again, and 'utmctl registry reserve " + other.word + " " + number + "'";
+        why.next = next_after(why.status, std::string("run the command again, and 'utmctl registry reserve ") +
+                                              other.word + " " + number + "'");
     }
 }
 

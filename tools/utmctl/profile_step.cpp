@@ -2,30 +2,32 @@
 
 #include "tools/utmctl/registry_view.h"
 
+#include <optional>
 #include <utility>
 
 namespace {
 
-const char* first_remedy(const profile_answers& answers)
+std::optional<exit_status> first_failure(const profile_answers& answers)
 {
     for (const failed_exchange& one : answers.failures) {
         if (one.status != exit_status::done)
-            return remedy_for(one.status);
+            return one.status;
     }
-    if (!answers.unplaced.empty())
-        return remedy_for(answers.unplaced.front().status);
-    return answers.status == exit_status::registry_unusable ? "look with 'utmctl registry show' what it holds"
-                                                            : "make the diagnostic log writable";
+    return answers.unplaced.empty() ? std::nullopt : std::optional(answers.unplaced.front().status);
 }
 
 // A profile that only daemons know can be deleted there once the registry knows it again.
 std::string next_step(const profile_answers& answers, bool left_unregistered, int32_t id)
 {
     const std::string number = std::to_string(id);
-    const std::string last = left_unregistered ? "clear what is left with 'utmctl registry reserve profile " + number +
-                                                     "' and 'utmctl profile delete " + number + "'"
-                                               : "run the command again";
-    return std::string(first_remedy(answers)) + ", then " + last;
+    const std::string clearing = "clear what is left with 'utmctl registry reserve profile " + number +
+                                 "' and 'utmctl profile delete " + number + "'";
+    if (const auto status = first_failure(answers))
+        return left_unregistered ? next_after(*status, clearing) : next_after(*status);
+    const std::string look = answers.status == exit_status::registry_unusable
+                                 ? "look with 'utmctl registry show' what it holds, then "
+                                 : "make the diagnostic log writable, then ";
+    return look + (left_unregistered ? clearing : "run the command again");
 }
 
 // What the three daemons and the registry hold now, where they disagree.

@@ -3,6 +3,27 @@
 #include <cerrno>
 #include <cstring>
 
+namespace {
+
+constexpr char log_tells[] = "the daemon's own log tells the reason";
+
+// Null where nobody but the daemon can tell.
+const char* remedy_for(exit_status status)
+{
+    switch (status) {
+    case exit_status::unreachable:
+        return "start what cannot be reached";
+    case exit_status::no_answer:
+        return "find out why the daemon hangs";
+    case exit_status::protocol_error:
+        return "check that the daemon and the library are of one version";
+    default:
+        return nullptr;
+    }
+}
+
+} // namespace
+
 std::string name_of(const service& daemon)
 {
     return std::string("the ") + daemon.name + " daemon";
@@ -27,16 +48,14 @@ failed_exchange exchange_failure(int error)
     }
 }
 
-const char* remedy_for(exit_status status)
+std::string next_after(exit_status status)
 {
-    switch (status) {
-    case exit_status::unreachable:
-        return "start what cannot be reached";
-    case exit_status::no_answer:
-        return "find out why the daemon hangs";
-    case exit_status::protocol_error:
-        return "check that the daemon and the library are of one version";
-    default:
-        return "ask the daemon's own log for the reason";
-    }
+    const char* remedy = remedy_for(status);
+    return remedy != nullptr ? std::string(remedy) + ", then run the command again" : log_tells;
+}
+
+std::string next_after(exit_status status, const std::string& step)
+{
+    const char* remedy = remedy_for(status);
+    return remedy != nullptr ? std::string(remedy) + ", then " + step : log_tells + ("; " + step);
 }

@@ -22,5 +22,6 @@ std::string name_of(const service& daemon); // "the application daemon"
 // What errno tells of an operation that failed.
 failed_exchange exchange_failure(int error);
 
-// What to do about it, as the beginning of a sentence.
-const char* remedy_for(exit_status status);
+// What to do about it, and then. A daemon that refuses would refuse the same again.
+std::string next_after(exit_status status);
+std::string next_after(exit_status status, const std::string& step);

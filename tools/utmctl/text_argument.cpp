@@ -4,10 +4,15 @@
 
 #include <arpa/inet.h>
 
+bool is_blank(const std::string& text)
+{
+    return text.find_first_not_of(" \t") == std::string::npos;
+}
+
 std::string wrong_text(const std::string& text, size_t most)
 {
-    if (text.empty())
-        return "'' is empty";
+    if (is_blank(text))
+        return in_quotes(text) + " is blank";
     if (printable(text) != text)
         return in_quotes(text) + " has control characters";
     if (text.size() > most)

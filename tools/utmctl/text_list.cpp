@@ -1,6 +1,7 @@
 #include "tools/utmctl/text_list.h"
 
 #include "tools/utmctl/hex.h"
+#include "tools/utmctl/text_argument.h"
 
 #include <cerrno>
 #include <cstring>
@@ -59,7 +60,7 @@ void add_lines(std::vector<text_entry>& entries, const request& asked, const arg
         ++number;
         if (line.ends_with('\r'))
             line.pop_back();
-        if (line.empty())
+        if (is_blank(line))
             continue;
         entries.push_back({line, number});
         const std::string wrong = texts.check(line);

@@ -16,10 +16,11 @@ inline std::string check_file_name(const std::string& text)
 {
     return text.empty() ? "the name of a file is not empty" : "";
 }
-inline constexpr argument texts_from_file = {"-f", occurs::at_most_once, check_file_name,
-                                             "a file with one entry a line; - is standard input", "FILE"};
+inline constexpr argument texts_from_file = {
+    "-f", occurs::at_most_once, check_file_name,
+    "a file with one entry a line, - is standard input; blank lines are skipped, and # starts no comment", "FILE"};
 
-// All of them in order, checked as the argument is. Empty lines are passed over. Refuses what has none, and throws a
+// All of them in order, checked as the argument is. Blank lines are passed over. Refuses what has none, and throws a
 // failure, which starts with what, when the file cannot be read.
 std::vector<text_entry> texts_of(const request& asked, const argument& texts, const std::string& what);
 
