@@ -51,6 +51,10 @@ TEST(registry, check_tells_by_its_status)
         utmctl("registry check app-policy 8"),
         refused(6, "application policy 8 is not registered: the ID registry does not hold it; 'utmctl registry show' "
                    "tells what it holds\n"));
+    const run_result in_json = utmctl("-j registry check app-policy 8");
+    EXPECT_TRUE(in_json.out.starts_with(R"({"command":"registry check","status":"unknown-identifier","exit":6,)"
+                                        R"("result":{"kind":"app-policy","id":8,"registered":false},"errors":[{)"))
+        << in_json;
 }
 
 TEST(registry, reserve_and_release)

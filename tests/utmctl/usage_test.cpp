@@ -139,7 +139,7 @@ TEST(usage, help_on_one_command)
     const run_result help = utmctl("help registry clear");
     EXPECT_EQ(help.status, 0);
     EXPECT_TRUE(help.out.starts_with("Usage: utmctl registry clear --yes\n\n"
-                                     "Does: clear the registry now, without telling any daemon.\n\n"
+                                     "Does: clear the registry now; the daemons keep theirs.\n\n"
                                      "  --yes  what it destroys may be destroyed: every identifier and binding\n"))
         << help;
     EXPECT_EQ(utmctl("registry clear --help"), help);

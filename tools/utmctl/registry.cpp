@@ -16,27 +16,31 @@ outcome show(const request& asked)
     return show_registry(read_registry("the registry was not shown", asked.timeout), registry_was_cleared());
 }
 
-[[noreturn]] void tell_unknown(const std::string& what)
+problem unknown_problem(const std::string& what)
 {
-    throw failure({.status = exit_status::unknown_identifier,
-                   .what = what,
-                   .culprits = {{"the ID registry", "", "does not hold it"}},
-                   .next = "'utmctl registry show' tells what it holds"});
+    return {.status = exit_status::unknown_identifier,
+            .what = what,
+            .culprits = {{"the ID registry", "", "does not hold it"}},
+            .next = "'utmctl registry show' tells what it holds"};
 }
 
 outcome check(const request& asked)
 {
     const id_kind& kind = kind_of(asked.one("KIND"));
     const int32_t id = id_of(asked.one("ID"));
-    const std::string what = named(kind, id) + " is not registered";
     // The library's own check reads a registry that it cannot lock as one that holds the identifier.
     read_registry(named(kind, id) + " was not looked up", asked.timeout);
     const call_result call = call_in_worker(named(kind, id) + " was not looked up", asked.timeout,
                                             [&] { return check_shm_utm_id(static_cast<uint32_t>(id), kind.number); });
-    if (call.value != 0)
-        tell_unknown(what);
-    return {.result = {{"kind", kind.word}, {"id", id}, {"registered", true}},
-            .confirmations = {named(kind, id) + " is registered"}};
+    const bool registered = call.value == 0;
+    outcome told = {.result = {{"kind", kind.word}, {"id", id}, {"registered", registered}}};
+    if (registered) {
+        told.confirmations = {named(kind, id) + " is registered"};
+    } else {
+        told.status = exit_status::unknown_identifier;
+        told.problems = {unknown_problem(named(kind, id) + " is not registered")};
+    }
+    return told;
 }
 
 [[noreturn]] void tell_not_reserved(const std::string& what, int error)
@@ -91,7 +95,7 @@ outcome release(const request& asked)
     const std::string what = named(kind, id) + " was not released";
     const utm_id_registry before = read_registry(what, asked.timeout);
     if (!is_registered(before, kind.number, id))
-        tell_unknown(what);
+        throw failure(unknown_problem(what));
     const std::string maybe = named(kind, id) + " may have been released";
     const call_result call =
         call_in_worker(maybe, asked.timeout, [&] { return reset_utm_id_shm(static_cast<uint32_t>(id), kind.number); });
@@ -147,13 +151,13 @@ constexpr command commands[] = {
      "registry check profile 7"},
     {"reserve", kind_and_new_id, reserve, "reserve an identifier, without telling any daemon, and print it", nullptr,
      "registry reserve cf-policy 70"},
-    {"release", kind_and_id, release, "release an identifier, without telling any daemon; a policy's as both kinds",
+    {"release", kind_and_id, release, "release an identifier, a policy's as both kinds; the daemons keep theirs",
      nullptr, "registry release cf-policy 70"},
     {"init", {}, init, "clear the registry if that was not done since the gateway started"},
     {"clear",
      {},
      clear,
-     "clear the registry now, without telling any daemon",
+     "clear the registry now; the daemons keep theirs",
      "every identifier and binding",
      "registry clear --yes"},
 };
