@@ -88,10 +88,10 @@ TEST(filter, status_shows_files_and_daemon)
     const config_daemons daemons;
     utmctl("cf safe-browsing on");
     const auto value = nlohmann::json::parse(utmctl("-j cf status").out)["result"];
-    EXPECT_EQ(value["safe_browsing"], "1");
+    EXPECT_EQ(value["safe_browsing"], 1);
     EXPECT_EQ(value["web_category"], nullptr);
     EXPECT_EQ(value["filter"], "on");
-    EXPECT_EQ(value["kernel_enable"], "1");
+    EXPECT_EQ(value["kernel_enable"], 1);
     EXPECT_EQ(value["kernel_hdf_enable"], "yes");
     EXPECT_EQ(value["daemon_process"], nullptr);
     const run_result shown = utmctl("cf status");

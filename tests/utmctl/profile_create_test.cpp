@@ -4,6 +4,8 @@
 #include "tests/utmctl/profile_texts.h"
 #include "tests/utmctl/run.h"
 
+#include <filesystem>
+#include <fstream>
 #include <gtest/gtest.h>
 
 namespace {
@@ -141,6 +143,33 @@ TEST(profile_create, create_refused_by_both_others)
                               "(/dev/utm_user_profile_socket) refused with error code 6"),
               std::string::npos)
         << result;
+}
+
+// Lines of the transport do not tell whose they are.
+sim::step log_of_other_programs(const std::string& lines)
+{
+    return [lines](const sim::conversation&) {
+        std::filesystem::create_directories("/tmp/utm_log");
+        std::ofstream("/tmp/utm_log/utm_libappcf_config_log", std::ios::app) << lines;
+    };
+}
+
+TEST(profile_create, what_other_programs_log_meanwhile_is_told_once)
+{
+    const std::string line = "[send_utm_config_event]error code = 9\n";
+    sim::script refusal = answer(5);
+    refusal.insert(refusal.begin(), log_of_other_programs(line + line + line));
+    const sim::scripted_daemon cf(cf_path, refusal);
+    const sim::scripted_daemon user_profile(user_profile_path, answer(0));
+    const sim::scripted_daemon app(app_path, answer(0));
+    const std::string either = "the content-filter daemon (/dev/utm_cf_config_socket) or the user-profile daemon "
+                               "(/dev/utm_user_profile_socket) refused with error code ";
+    EXPECT_EQ(
+        utmctl("profile create 7"),
+        (run_result{8, "7\n",
+                    "utmctl: profile 7 was created in part (accepted by the application daemon; not in the "
+                    "registry): " +
+                        either + "9, and " + either + "5; the daemon's own log tells the reason; " + clean_up(7)}));
 }
 
 TEST(profile_create, a_record_of_the_wrong_size_is_a_protocol_error)

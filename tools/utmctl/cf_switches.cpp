@@ -5,7 +5,9 @@
 #include "tools/utmctl/arguments.h"
 #include "tools/utmctl/config_deed.h"
 #include "tools/utmctl/file_path.h"
+#include "tools/utmctl/json_table.h"
 #include "tools/utmctl/log_watch.h"
+#include "tools/utmctl/number.h"
 #include "tools/utmctl/shell_deed.h"
 
 #include <cstring>
@@ -20,18 +22,22 @@ struct filter_file {
     const char* member;
     const char* label;
     const char* path;
-    bool marker = false; // whether it exists is all that it tells
+    enum {
+        number,
+        text,
+        marker
+    } holds; // of a marker, whether it exists is all that it tells
 };
 
 constexpr filter_file filter_files[] = {
-    {"safe_browsing", "safe browsing", UTM_CF_WEB_SAFE_BROWSING_FILE},
-    {"web_category", "web category", UTM_CF_WEB_CATEGORY_FILE},
-    {"filter", "filter as a whole", UTM_CF_MARKER, true},
-    {"kernel_enable", "kernel", UTM_CF_KERNEL_ENABLE},
-    {"kernel_hdf_enable", "kernel hdf", UTM_CF_KERNEL_HDF_ENABLE},
-    {"redirect_page", "redirect page", UTM_CF_KERNEL_REDIRECT_URL},
-    {"daemon_process", "daemon process", UTM_CF_PID_FILE},
-    {"daemon_command", "daemon command", UTM_CF_COMMAND_FILE},
+    {"safe_browsing", "safe browsing", UTM_CF_WEB_SAFE_BROWSING_FILE, filter_file::number},
+    {"web_category", "web category", UTM_CF_WEB_CATEGORY_FILE, filter_file::number},
+    {"filter", "filter as a whole", UTM_CF_MARKER, filter_file::marker},
+    {"kernel_enable", "kernel", UTM_CF_KERNEL_ENABLE, filter_file::number},
+    {"kernel_hdf_enable", "kernel hdf", UTM_CF_KERNEL_HDF_ENABLE, filter_file::text},
+    {"redirect_page", "redirect page", UTM_CF_KERNEL_REDIRECT_URL, filter_file::text},
+    {"daemon_process", "daemon process", UTM_CF_PID_FILE, filter_file::number},
+    {"daemon_command", "daemon command", UTM_CF_COMMAND_FILE, filter_file::number},
 };
 
 bool filter_is_on()
@@ -47,14 +53,16 @@ const char* state_of_filter()
 // The first line of the file; null when it cannot be read. A page of one zero byte is none.
 json value_of(const filter_file& one)
 {
-    if (one.marker)
+    if (one.holds == filter_file::marker)
         return access(one.path, F_OK) == 0 ? "on" : "off";
     std::ifstream file(one.path);
     std::string line;
     if (!file.is_open())
         return {};
     std::getline(file, line);
-    return line.c_str();
+    const std::string value = line.c_str();
+    const std::optional<int64_t> number = one.holds == filter_file::number ? parse_whole(value) : std::nullopt;
+    return number ? json(*number) : json(value);
 }
 
 // "switched on", "switched off" or "switched to 5"
@@ -185,7 +193,7 @@ outcome show_filter(const request&)
     for (const filter_file& one : filter_files) {
         const json value = value_of(one);
         told.result[one.member] = value;
-        told.rows->rows.push_back({one.label, value.is_null() ? "-" : value.get<std::string>()});
+        told.rows->rows.push_back({one.label, cell_of(value)});
     }
     return told;
 }

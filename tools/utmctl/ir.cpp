@@ -48,7 +48,7 @@ constexpr deed_row resetting = {ir, engine, "flushed and switched off", call<utm
 
 constexpr list_field<utm_ir_entry> entry_fields[] = {
     {"value", {"VALUE"}, [](const utm_ir_entry& one) -> json { return one.value; }},
-    {"second", {"SECOND"}, [](const utm_ir_entry& one) -> json { return one.second_value; }},
+    {"second", {"SECOND-VALUE"}, [](const utm_ir_entry& one) -> json { return one.second_value; }},
 };
 constexpr list_row<utm_ir_entry> whitelist = {ir, "the whitelist entries", entry_fields};
 constexpr list_row<utm_ir_entry> blacklist = {ir, "the blacklist entries", entry_fields};

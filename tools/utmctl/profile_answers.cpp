@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <set>
 
 namespace {
 
@@ -85,8 +86,11 @@ std::vector<culprit> culprits_of(const profile_answers& answers)
             culprits.push_back({name_of(daemon), daemon.socket, answers.failures[target].cause});
     }
     const std::string open = open_daemons(answers);
-    for (const failed_exchange& one : answers.unplaced)
-        culprits.push_back({open, "", one.cause});
+    std::set<std::string> causes;
+    for (const failed_exchange& one : answers.unplaced) {
+        if (causes.insert(one.cause).second)
+            culprits.push_back({open, "", one.cause});
+    }
     if (!open.empty() && answers.unplaced.empty())
         culprits.push_back(silence(answers));
     return culprits;

@@ -30,12 +30,13 @@ uint32_t query_of(const request& asked)
     return asked.has("QUERY") ? whole_of<uint32_t>(asked.one("QUERY")) : 0;
 }
 
-template <auto get> json read_number(const request& asked)
+// Under the name of the argument that sets it.
+template <auto get, const auto& shown> json read_number(const request& asked)
 {
     uint32_t value = 0;
     if (get(profile_of(asked), &value) != 0)
         return {};
-    return {{"id", profile_of(asked)}, {"value", value}};
+    return {{"id", profile_of(asked)}, {shown[0].name, value}};
 }
 
 json read_usage(const request& asked)
@@ -102,7 +103,9 @@ json read_domains(const request& asked)
     return values;
 }
 
-constexpr shown_member value[] = {{"value", {"VALUE"}}};
+constexpr shown_member enable[] = {{"switch", {"SWITCH"}}};
+constexpr shown_member limit[] = {{"limit", {"LIMIT"}}};
+constexpr shown_member extended[] = {{"extension", {"EXTENSION"}}};
 constexpr shown_member pair[] = {{"first", {"FIRST"}}, {"second", {"SECOND"}}};
 constexpr shown_member figures[] = {{"first", {"FIRST"}}, {"second", {"SECOND"}}, {"third", {"THIRD"}}};
 constexpr shown_member days[] = {{"app", {"APP"}}, {"figures", {"FIGURES", false}}};
@@ -131,14 +134,14 @@ constinit const config_change reset_extension = {
     application, "the extension of profile {ID}", "taken back",
     [](const request& asked) { return utm_user_profile_reset_extended(profile_of(asked)); }};
 
-constinit const config_reading daily_limit_enable = {application, "the daily-limit switch of profile {ID}", value,
-                                                     read_number<utm_user_profile_get_daily_limit_enable>};
-constinit const config_reading daily_limit = {application, "the daily limit of profile {ID}", value,
-                                              read_number<utm_user_profile_get_daily_limit>};
+constinit const config_reading daily_limit_enable = {application, "the daily-limit switch of profile {ID}", enable,
+                                                     read_number<utm_user_profile_get_daily_limit_enable, enable>};
+constinit const config_reading daily_limit = {application, "the daily limit of profile {ID}", limit,
+                                              read_number<utm_user_profile_get_daily_limit, limit>};
 constinit const config_reading weekday_limits = {application, "the list of weekday limits of profile {ID}", pair,
                                                  read_weekday_limits};
-constinit const config_reading extension = {application, "the extension of profile {ID}", value,
-                                            read_number<utm_user_profile_get_extended>};
+constinit const config_reading extension = {application, "the extension of profile {ID}", extended,
+                                            read_number<utm_user_profile_get_extended, extended>};
 constinit const config_reading usage = {application, "the usage of profile {ID}", figures, read_usage};
 constinit const config_reading app_usage = {application, "the application usage of profile {ID}", pair, read_app_usage};
 constinit const config_reading app_usage_days = {application, "the application usage of profile {ID} on earlier days",
