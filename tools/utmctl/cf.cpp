@@ -129,8 +129,7 @@ constexpr command commands[] = {
     {"flush", flush_type, change<flush>, "flush the content filter", "what the daemon holds", "cf flush 0 --yes"},
     {"flush-policy", type_and_policy, flush_policy,
      "flush one policy, or with 0 whatever the daemon takes that for (the simulator: all)",
-     "what the policy holds, or with POLICY 0 what whatever the daemon takes that for holds",
-     "cf flush-policy 1 70 --yes"},
+     "what the policy holds, or with 0 whatever the daemon takes that for", "cf flush-policy 1 70 --yes"},
 };
 
 } // namespace
