@@ -51,9 +51,9 @@ TEST(cf_stream, of_three)
     EXPECT_EQ(browsed(4), join({entry("b.example", 3), entry("", 0), entry("a.example", 1), config_reply(0)}));
 }
 
-TEST(cf_stream, of_a_hundred_thousand)
+TEST(cf_stream, of_very_many)
 {
-    constexpr uint32_t count = 100'000;
+    constexpr uint32_t count = LONG_STREAM;
     json domains = json::array();
     for (uint32_t number = 0; number < count; number++)
         domains.push_back({{"domain", std::to_string(number) + ".example"}, {"value", number}});

@@ -215,7 +215,7 @@ TEST_F(devid_home, shows_all_devices_in_a_file)
 
 class devid_stream : public testing::TestWithParam<size_t> {};
 
-INSTANTIATE_TEST_SUITE_P(of, devid_stream, testing::Values(0, 1, 1000, 100'000));
+INSTANTIATE_TEST_SUITE_P(of, devid_stream, testing::Values(0, 1, 1000, LONG_STREAM));
 
 TEST_P(devid_stream, has_any_length)
 {

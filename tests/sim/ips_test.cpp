@@ -195,7 +195,7 @@ TEST(ips_scenario, keeps_rules_and_limit_over_a_reset)
 
 class ips_stream : public testing::TestWithParam<size_t> {};
 
-INSTANTIATE_TEST_SUITE_P(of, ips_stream, testing::Values(0, 1, 1000, 100'000));
+INSTANTIATE_TEST_SUITE_P(of, ips_stream, testing::Values(0, 1, 1000, LONG_STREAM));
 
 TEST_P(ips_stream, has_any_length)
 {

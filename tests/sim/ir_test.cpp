@@ -243,7 +243,7 @@ TEST(ir_scenario, refuses_an_entry_that_is_there_twice)
 
 class ir_stream : public testing::TestWithParam<uint32_t> {};
 
-INSTANTIATE_TEST_SUITE_P(of, ir_stream, testing::Values(0, 1, 1000, 100'000));
+INSTANTIATE_TEST_SUITE_P(of, ir_stream, testing::Values(0, 1, 1000, LONG_STREAM));
 
 TEST_P(ir_stream, has_any_length)
 {
