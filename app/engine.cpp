@@ -3,6 +3,7 @@
 #include "kqutm/app.h"
 
 #include "app/values.h"
+#include "common/text.h"
 #include "event/exchange.h"
 
 namespace {
@@ -43,7 +44,7 @@ UTM_API int32_t utm_app_update_signature(const char* path)
     if (path == nullptr)
         return fail(EINVAL);
     app_event event = {.code = UTM_APP_UPDATE_SIGNATURE};
-    memcpy(event.body.path, path, strnlen(path, sizeof event.body.path));
+    fill_text(event.body.path, path);
     return tell(event, failed, __func__);
 }
 

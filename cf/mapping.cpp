@@ -11,11 +11,6 @@
 
 namespace {
 
-utm_profile_mapping* allocate_node()
-{
-    return static_cast<utm_profile_mapping*>(malloc(sizeof(utm_profile_mapping)));
-}
-
 // False when a node cannot be allocated.
 bool copy_mapping(const utm_id_registry& ids, utm_profile_mapping* head)
 {
@@ -45,7 +40,7 @@ utm_profile_mapping* null_when_empty(utm_profile_mapping* head, int reason)
 
 UTM_API utm_profile_mapping* create_profile_mapping_node(void)
 {
-    utm_profile_mapping* node = allocate_node();
+    utm_profile_mapping* node = allocate_node<utm_profile_mapping>();
     if (node == nullptr) {
         errno_guard keep;
         puts("malloc show queue node fail");
@@ -66,7 +61,7 @@ UTM_API utm_profile_mapping* dump_utm_profile_mapping(void)
     const utm_id_registry* ids = registry.attach_unlogged();
     if (ids == nullptr)
         return nullptr;
-    utm_profile_mapping* head = allocate_node();
+    utm_profile_mapping* head = allocate_node<utm_profile_mapping>();
     if (head == nullptr) {
         errno_guard keep;
         printf("%s(%d) list init fail\n", __func__, __LINE__);
