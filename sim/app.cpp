@@ -33,7 +33,7 @@ record entry_of(const app_earlier& used)
 class app_service : public policy_service<app_service, app_event, app_state> {
 public:
     static constexpr char dump_heading[] = "====Dump application daemon";
-    static const operation* find_own(uint32_t code);
+    static const code_handler* find_own(uint32_t code);
 
     template <int32_t app_limits::*limit, int32_t limits_body::*argument>
     config_status set_limit(const app_event& event, config_answer&)
@@ -159,81 +159,39 @@ private:
     }
 };
 
-constexpr field path[] = {{"path", field_type::text, 8, 128}};
-constexpr field value[] = {{"value", field_type::signed_number, 8, 4}};
-constexpr field policy[] = {{"policy", field_type::signed_number, 8, 4}};
-constexpr field entries[] = {{"policy", field_type::signed_number, 8, 4},
-                             {"count", field_type::number, 12, 4},
-                             {"entries", field_type::hex, 16, 80}};
-constexpr field binding[] = {{"profile", field_type::signed_number, 8, 4},
-                             {"policy", field_type::signed_number, 12, 4}};
-constexpr field profile[] = {{"profile", field_type::signed_number, 8, 4}};
-constexpr field enable[] = {{"profile", field_type::signed_number, 8, 4}, {"enable", field_type::signed_number, 16, 4}};
-constexpr field limit[] = {{"profile", field_type::signed_number, 8, 4}, {"limit", field_type::signed_number, 20, 4}};
-constexpr field weekday[] = {{"profile", field_type::signed_number, 8, 4},
-                             {"weekday", field_type::signed_number, 12, 4},
-                             {"limit", field_type::signed_number, 20, 4}};
-constexpr field extension[] = {{"profile", field_type::signed_number, 8, 4},
-                               {"extension", field_type::signed_number, 24, 4}};
-constexpr field query[] = {{"profile", field_type::signed_number, 8, 4}, {"app", field_type::number, 12, 4}};
-
-constexpr field usage_reply[] = {
-    {"today", field_type::number, 16, 4}, {"week", field_type::number, 20, 4}, {"month", field_type::number, 24, 4}};
-constexpr field app_reply[] = {{"app", field_type::number, 48, 4}, {"minutes", field_type::number, 52, 4}};
-constexpr field earlier_reply[] = {{"app", field_type::number, 80, 4}, {"minutes", field_type::hex, 84, 124}};
-constexpr field enable_reply[] = {{"enable", field_type::signed_number, 224, 4}};
-constexpr field limit_reply[] = {{"limit", field_type::signed_number, 228, 4}};
-constexpr field extension_reply[] = {{"extension", field_type::signed_number, 232, 4}};
-constexpr field status_reply[] = {{"first", field_type::number, 236, 4},
-                                  {"second", field_type::number, 240, 4},
-                                  {"third", field_type::number, 244, 4}};
-constexpr field weekday_reply[] = {{"weekday", field_type::signed_number, 264, 4},
-                                   {"limit", field_type::signed_number, 268, 4}};
-constexpr field interval_reply[] = {{"interval", field_type::signed_number, 280, 4}};
-
-constexpr auto list = reply_form::list;
-
-constexpr app_service::operation operations[] = {
-    {{UTM_APP_SET_DAILY_LIMIT_ENABLE, "switch daily limit", enable},
+constexpr app_service::code_handler handlers[] = {
+    {UTM_APP_SET_DAILY_LIMIT_ENABLE,
      &app_service::set_limit<&app_limits::daily_limit_enable, &limits_body::daily_limit_enable>},
-    {{UTM_APP_GET_DAILY_LIMIT_ENABLE, "get daily limit switch", profile, enable_reply},
+    {UTM_APP_GET_DAILY_LIMIT_ENABLE,
      &app_service::get_limit<&app_limits::daily_limit_enable, &response::daily_limit_enable>},
-    {{UTM_APP_SET_DAILY_LIMIT, "set daily limit", limit},
-     &app_service::set_limit<&app_limits::daily_limit, &limits_body::limit>},
-    {{UTM_APP_GET_DAILY_LIMIT, "get daily limit", profile, limit_reply},
-     &app_service::get_limit<&app_limits::daily_limit, &response::daily_limit>},
-    {{UTM_APP_SET_WEEKDAY_LIMIT, "set weekday limit", weekday}, &app_service::set_weekday_limit},
-    {{UTM_APP_GET_WEEKDAY_LIMITS, "get weekday limits", profile, weekday_reply, list},
-     &app_service::get_weekday_limits},
-    {{UTM_APP_SET_EXTENSION, "set extension", extension},
-     &app_service::set_limit<&app_limits::extension, &limits_body::extension>},
-    {{UTM_APP_GET_EXTENSION, "get extension", profile, extension_reply},
-     &app_service::get_limit<&app_limits::extension, &response::extension>},
-    {{UTM_APP_RESET_EXTENSION, "reset extension", profile}, &app_service::reset_extension},
-    {{UTM_APP_GET_USAGE, "get usage", profile, usage_reply}, &app_service::get_usage},
-    {{UTM_APP_GET_USAGE_BY_APP, "get usage by application", query, app_reply, list},
-     &app_service::get_usage_list<&app_usage::apps>},
-    {{UTM_APP_GET_USAGE_PREV_DAYS, "get usage of earlier days", query, earlier_reply, list},
-     &app_service::get_usage_list<&app_usage::earlier_days>},
-    {{UTM_APP_DUMP, "dump", path}, &app_service::dump},
-    {{UTM_APP_ACTIVATE, "switch application control", value}, &app_service::set_number<&app_state::active>},
-    {{UTM_APP_DEBUG, "debug", value}, &app_service::set_number<&app_state::debug>},
-    {{UTM_APP_POLICY_CREATE, "create policy", policy}, &app_service::create_policy},
-    {{UTM_APP_POLICY_ADD_ENTRIES, "add entries", entries}, &app_service::add_entries},
-    {{UTM_APP_POLICY_RESET_ENTRIES, "reset entries", policy}, &app_service::reset_entries},
-    {{UTM_APP_BIND_POLICY, "bind policy", binding}, &app_service::bind_policy},
-    {{UTM_APP_UPDATE_SIGNATURE, "update signature", path}, &app_service::update_signature},
-    {{UTM_APP_GET_DAEMON_STATUS, "get status", {}, status_reply}, &app_service::get_status},
-    {{UTM_APP_GET_EXPORT_INTERVAL, "get export interval", {}, interval_reply}, &app_service::get_interval},
-    {{UTM_APP_SET_EXPORT_INTERVAL, "set export interval", value},
-     &app_service::set_number<&app_state::export_interval>},
-    {{UTM_APP_IMPORT_STATISTICS, "import statistics", path}, &app_service::import_usage},
-    {{UTM_APP_EXPORT_STATISTICS, "export statistics", path}, &app_service::export_usage},
+    {UTM_APP_SET_DAILY_LIMIT, &app_service::set_limit<&app_limits::daily_limit, &limits_body::limit>},
+    {UTM_APP_GET_DAILY_LIMIT, &app_service::get_limit<&app_limits::daily_limit, &response::daily_limit>},
+    {UTM_APP_SET_WEEKDAY_LIMIT, &app_service::set_weekday_limit},
+    {UTM_APP_GET_WEEKDAY_LIMITS, &app_service::get_weekday_limits},
+    {UTM_APP_SET_EXTENSION, &app_service::set_limit<&app_limits::extension, &limits_body::extension>},
+    {UTM_APP_GET_EXTENSION, &app_service::get_limit<&app_limits::extension, &response::extension>},
+    {UTM_APP_RESET_EXTENSION, &app_service::reset_extension},
+    {UTM_APP_GET_USAGE, &app_service::get_usage},
+    {UTM_APP_GET_USAGE_BY_APP, &app_service::get_usage_list<&app_usage::apps>},
+    {UTM_APP_GET_USAGE_PREV_DAYS, &app_service::get_usage_list<&app_usage::earlier_days>},
+    {UTM_APP_DUMP, &app_service::dump},
+    {UTM_APP_ACTIVATE, &app_service::set_number<&app_state::active>},
+    {UTM_APP_DEBUG, &app_service::set_number<&app_state::debug>},
+    {UTM_APP_POLICY_CREATE, &app_service::create_policy},
+    {UTM_APP_POLICY_ADD_ENTRIES, &app_service::add_entries},
+    {UTM_APP_POLICY_RESET_ENTRIES, &app_service::reset_entries},
+    {UTM_APP_BIND_POLICY, &app_service::bind_policy},
+    {UTM_APP_UPDATE_SIGNATURE, &app_service::update_signature},
+    {UTM_APP_GET_DAEMON_STATUS, &app_service::get_status},
+    {UTM_APP_GET_EXPORT_INTERVAL, &app_service::get_interval},
+    {UTM_APP_SET_EXPORT_INTERVAL, &app_service::set_number<&app_state::export_interval>},
+    {UTM_APP_IMPORT_STATISTICS, &app_service::import_usage},
+    {UTM_APP_EXPORT_STATISTICS, &app_service::export_usage},
 };
 
-const app_service::operation* app_service::find_own(uint32_t code)
+const app_service::code_handler* app_service::find_own(uint32_t code)
 {
-    return find_row(operations, code);
+    return find_row(handlers, code);
 }
 
 } // namespace

@@ -6,8 +6,6 @@ namespace sim {
 
 namespace {
 
-using enum field_type;
-
 using whitelist_entry = wire_text<sizeof utm_av_message::text>;
 
 struct av_cache_entry {
@@ -50,7 +48,7 @@ constexpr int32_t end_of_list = -1;
 class av_service
     : public engine_service<av_service, utm_av_message, av_state, utm_av_message, &utm_av_message::status> {
 public:
-    static const operation* find(uint32_t code);
+    static const code_handler* find(uint32_t code);
 
     int32_t activate(const utm_av_message& request, answer_to&) { return switch_to(state_.on, request.on); }
     int32_t debug(const utm_av_message& request, answer_to&) { return switch_to(state_.debug, request.on); }
@@ -115,33 +113,21 @@ public:
     }
 };
 
-constexpr field switch_field[] = {{"on", number, offsetof(utm_av_message, on), 4}};
-constexpr field status_fields[] = {{"on", number, offsetof(utm_av_message, on), 4},
-                                   {"debug", number, offsetof(utm_av_message, status_word_2), 4},
-                                   {"cache_size", number, offsetof(utm_av_message, status_word_3), 4}};
-constexpr field size_field[] = {{"cache_size", number, offsetof(utm_av_message, cache_size), 4}};
-constexpr field entry_field[] = {{"entry", text, offsetof(utm_av_message, text), sizeof utm_av_message::text}};
-constexpr field change_fields[] = {entry_field[0],
-                                   {"operation", number, offsetof(utm_av_message, whitelist_operation), 4}};
-constexpr field cache_fields[] = {
-    {"key", text, offsetof(utm_av_message, text), sizeof utm_av_message::text},
-    {"value", text, offsetof(utm_av_message, cache_value), sizeof utm_av_message::cache_value}};
-
-constexpr av_service::operation operations[] = {
-    {{UTM_AV_ACTIVATE, "activate", switch_field}, &av_service::activate},
-    {{UTM_AV_SHOW_STATUS, "show status", {}, status_fields}, &av_service::show_status},
-    {{UTM_AV_CACHE_SET_MAX_SIZE, "set cache size", size_field}, &av_service::set_cache_size},
-    {{UTM_AV_SHOW_CACHE, "show cache", {}, cache_fields, reply_form::list}, &av_service::show_cache},
-    {{UTM_AV_SET_WHITELIST, "set whitelist", change_fields}, &av_service::set_whitelist},
-    {{UTM_AV_SHOW_WHITELIST, "show whitelist", {}, entry_field, reply_form::list}, &av_service::show_whitelist},
-    {{UTM_AV_DEBUG, "debug", switch_field}, &av_service::debug},
-    {{UTM_AV_RESET, "reset", {}}, &av_service::reset},
-    {{UTM_AV_FLUSH, "flush", {}}, &av_service::flush},
+constexpr av_service::code_handler handlers[] = {
+    {UTM_AV_ACTIVATE, &av_service::activate},
+    {UTM_AV_SHOW_STATUS, &av_service::show_status},
+    {UTM_AV_CACHE_SET_MAX_SIZE, &av_service::set_cache_size},
+    {UTM_AV_SHOW_CACHE, &av_service::show_cache},
+    {UTM_AV_SET_WHITELIST, &av_service::set_whitelist},
+    {UTM_AV_SHOW_WHITELIST, &av_service::show_whitelist},
+    {UTM_AV_DEBUG, &av_service::debug},
+    {UTM_AV_RESET, &av_service::reset},
+    {UTM_AV_FLUSH, &av_service::flush},
 };
 
-const av_service::operation* av_service::find(uint32_t code)
+const av_service::code_handler* av_service::find(uint32_t code)
 {
-    return find_row(operations, code);
+    return find_row(handlers, code);
 }
 
 } // namespace

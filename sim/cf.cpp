@@ -96,7 +96,7 @@ record entry_of(const browsed_domain& browsed)
 class cf_service : public policy_service<cf_service, cf_event, cf_state> {
 public:
     static constexpr char dump_heading[] = "====Dump content filter daemon";
-    static const operation* find_own(uint32_t code);
+    static const code_handler* find_own(uint32_t code);
 
     void start() override { write_kernel_switches(state_.kernel); }
 
@@ -175,53 +175,32 @@ public:
     }
 };
 
-constexpr field path[] = {{"path", field_type::text, 8, 128}};
-constexpr field profile[] = {{"profile", field_type::signed_number, 8, 4}};
-constexpr field policy[] = {{"policy", field_type::signed_number, 8, 4}};
-constexpr field block[] = {{"policy", field_type::signed_number, 8, 4}, {"block", field_type::hex, 12, 128}};
-constexpr field binding[] = {{"profile", field_type::signed_number, 8, 4},
-                             {"policy", field_type::signed_number, 12, 4}};
-constexpr field url[] = {{"url", field_type::text, 8, 2048}};
-constexpr field domain[] = {{"policy", field_type::signed_number, 8, 4}, {"domain", field_type::text, 12, 512}};
-constexpr field keyword[] = {{"policy", field_type::signed_number, 8, 4}, {"keyword", field_type::text, 12, 512}};
-constexpr field value[] = {{"value", field_type::signed_number, 8, 4}};
-constexpr field flush_type[] = {{"type", field_type::signed_number, 8, 4}};
-constexpr field flush_types[] = {{"policy", field_type::signed_number, 8, 4},
-                                 {"type", field_type::signed_number, 12, 4}};
-
-constexpr field browsed[] = {{"domain", field_type::text, 288, 512}, {"value", field_type::number, 800, 4}};
-
-constexpr cf_service::operation operations[] = {
-    {{UTM_CF_DUMP, "dump", path}, &cf_service::dump},
-    {{UTM_CF_POLICY_CREATE, "create policy", policy}, &cf_service::create_policy},
-    {{UTM_CF_POLICY_BLOCK, "set block", block}, &cf_service::set_block},
-    {{UTM_CF_BIND_POLICY, "bind policy", binding}, &cf_service::bind_policy},
-    {{UTM_CF_ADD_TRUSTED_URL, "add trusted URL", url}, &cf_service::add_url<&cf_state::trusted_urls>},
-    {{UTM_CF_DELETE_TRUSTED_URL, "delete trusted URL", url}, &cf_service::delete_url<&cf_state::trusted_urls>},
-    {{UTM_CF_ADD_FORBIDDEN_URL, "add forbidden URL", url}, &cf_service::add_url<&cf_state::forbidden_urls>},
-    {{UTM_CF_DELETE_FORBIDDEN_URL, "delete forbidden URL", url}, &cf_service::delete_url<&cf_state::forbidden_urls>},
-    {{UTM_CF_ADD_TRUSTED_DOMAIN, "add trusted domain", domain}, &cf_service::add_text<&cf_policy::trusted_domains>},
-    {{UTM_CF_DELETE_TRUSTED_DOMAIN, "delete trusted domain", domain},
-     &cf_service::delete_text<&cf_policy::trusted_domains>},
-    {{UTM_CF_ADD_FORBIDDEN_DOMAIN, "add forbidden domain", domain},
-     &cf_service::add_text<&cf_policy::forbidden_domains>},
-    {{UTM_CF_DELETE_FORBIDDEN_DOMAIN, "delete forbidden domain", domain},
-     &cf_service::delete_text<&cf_policy::forbidden_domains>},
-    {{UTM_CF_ADD_DOMAIN_KEYWORD, "add keyword", keyword}, &cf_service::add_text<&cf_policy::keywords>},
-    {{UTM_CF_DELETE_DOMAIN_KEYWORD, "delete keyword", keyword}, &cf_service::delete_text<&cf_policy::keywords>},
-    {{UTM_CF_WEB_SAFE_BROWSING_ACTIVATE, "switch web safe browsing", value},
-     &cf_service::set_number<&cf_state::web_safe_browsing>},
-    {{UTM_CF_WEB_CATEGORY_ACTIVATE, "switch web category", value}, &cf_service::set_number<&cf_state::web_category>},
-    {{UTM_CF_DEBUG, "debug", value}, &cf_service::set_number<&cf_state::debug>},
-    {{UTM_CF_GLOBAL_FLUSH, "flush", flush_type}, &cf_service::flush_all},
-    {{UTM_CF_POLICY_FLUSH, "flush policy", flush_types}, &cf_service::flush_policy},
-    {{UTM_CF_GET_BROWSED_DOMAINS, "get browsed domains", profile, browsed, reply_form::list},
-     &cf_service::get_browsed_domains},
+constexpr cf_service::code_handler handlers[] = {
+    {UTM_CF_DUMP, &cf_service::dump},
+    {UTM_CF_POLICY_CREATE, &cf_service::create_policy},
+    {UTM_CF_POLICY_BLOCK, &cf_service::set_block},
+    {UTM_CF_BIND_POLICY, &cf_service::bind_policy},
+    {UTM_CF_ADD_TRUSTED_URL, &cf_service::add_url<&cf_state::trusted_urls>},
+    {UTM_CF_DELETE_TRUSTED_URL, &cf_service::delete_url<&cf_state::trusted_urls>},
+    {UTM_CF_ADD_FORBIDDEN_URL, &cf_service::add_url<&cf_state::forbidden_urls>},
+    {UTM_CF_DELETE_FORBIDDEN_URL, &cf_service::delete_url<&cf_state::forbidden_urls>},
+    {UTM_CF_ADD_TRUSTED_DOMAIN, &cf_service::add_text<&cf_policy::trusted_domains>},
+    {UTM_CF_DELETE_TRUSTED_DOMAIN, &cf_service::delete_text<&cf_policy::trusted_domains>},
+    {UTM_CF_ADD_FORBIDDEN_DOMAIN, &cf_service::add_text<&cf_policy::forbidden_domains>},
+    {UTM_CF_DELETE_FORBIDDEN_DOMAIN, &cf_service::delete_text<&cf_policy::forbidden_domains>},
+    {UTM_CF_ADD_DOMAIN_KEYWORD, &cf_service::add_text<&cf_policy::keywords>},
+    {UTM_CF_DELETE_DOMAIN_KEYWORD, &cf_service::delete_text<&cf_policy::keywords>},
+    {UTM_CF_WEB_SAFE_BROWSING_ACTIVATE, &cf_service::set_number<&cf_state::web_safe_browsing>},
+    {UTM_CF_WEB_CATEGORY_ACTIVATE, &cf_service::set_number<&cf_state::web_category>},
+    {UTM_CF_DEBUG, &cf_service::set_number<&cf_state::debug>},
+    {UTM_CF_GLOBAL_FLUSH, &cf_service::flush_all},
+    {UTM_CF_POLICY_FLUSH, &cf_service::flush_policy},
+    {UTM_CF_GET_BROWSED_DOMAINS, &cf_service::get_browsed_domains},
 };
 
-const cf_service::operation* cf_service::find_own(uint32_t code)
+const cf_service::code_handler* cf_service::find_own(uint32_t code)
 {
-    return find_row(operations, code);
+    return find_row(handlers, code);
 }
 
 } // namespace

@@ -28,10 +28,6 @@ inline profile_argument profile_of(const utm_user_profile_config_event& event)
     return {event.id, std::to_array(event.mac)};
 }
 
-template <class Event> constexpr size_t profile_offset = offsetof(Event, body);
-template <>
-inline constexpr size_t profile_offset<utm_user_profile_config_event> = offsetof(utm_user_profile_config_event, id);
-
 template <class Service, class Event, class State>
 using config_table =
     table_service<Service, Event, State, utm_event_response, &utm_event_response::status, code_unknown>;
@@ -42,7 +38,7 @@ using config_table =
 //   - profile_deleted(profile), which tidies up.
 template <class Service, class Event, class State> class config_service : public config_table<Service, Event, State> {
 public:
-    using typename config_table<Service, Event, State>::operation;
+    using typename config_table<Service, Event, State>::code_handler;
 
     config_status create_profile(const Event& event, config_answer&)
     {
@@ -73,19 +69,15 @@ public:
                           [&](auto& profile) { return profile.devices.remove(named.mac) ? done : device_unknown; });
     }
 
-    static const operation* find(uint32_t code)
+    static const code_handler* find(uint32_t code)
     {
-        static constexpr size_t at = profile_offset<Event>;
-        static constexpr field id[] = {{"id", field_type::signed_number, at, 4}};
-        static constexpr field device[] = {{"id", field_type::signed_number, at, 4},
-                                           {"mac", field_type::mac, at + 4, 6}};
-        static constexpr operation profile_operations[] = {
-            {{UTM_PROFILE_CREATE, "create profile", id}, &Service::create_profile},
-            {{UTM_PROFILE_DELETE, "delete profile", id}, &Service::delete_profile},
-            {{UTM_PROFILE_ADD_DEVICE, "add device", device}, &Service::add_device},
-            {{UTM_PROFILE_DELETE_DEVICE, "delete device", device}, &Service::delete_device},
+        static constexpr code_handler profile_handlers[] = {
+            {UTM_PROFILE_CREATE, &Service::create_profile},
+            {UTM_PROFILE_DELETE, &Service::delete_profile},
+            {UTM_PROFILE_ADD_DEVICE, &Service::add_device},
+            {UTM_PROFILE_DELETE_DEVICE, &Service::delete_device},
         };
-        const operation* row = find_row(profile_operations, code);
+        const code_handler* row = find_row(profile_handlers, code);
         return row != nullptr ? row : Service::find_own(code);
     }
 

@@ -46,7 +46,7 @@ private:
         ssize_t size = recv(connection_, bytes.data(), bytes.size(), is_stream ? MSG_WAITALL : 0);
         bytes.resize(size < 0 ? 0 : static_cast<size_t>(size));
         const uint32_t code = number_at(bytes, 0, parts_.kind.code_width);
-        return {.bytes = bytes, .code = code, .row = parts_.work.row_of(code)};
+        return {.bytes = bytes, .code = code, .row = row_of(parts_.kind, code)};
     }
 
     bool send_all(const uint8_t* data, size_t size) const

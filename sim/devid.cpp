@@ -9,8 +9,6 @@ namespace sim {
 
 namespace {
 
-using enum field_type;
-
 using interface_name = wire_text<sizeof utm_device_record::interface_name>;
 
 struct device {
@@ -69,7 +67,7 @@ constexpr char list_file[] = "/tmp/utm_devid_list";
 class devid_service : public engine_service<devid_service, utm_devid_message, devid_state, utm_devid_message,
                                             &utm_devid_message::result> {
 public:
-    static const operation* find(uint32_t code);
+    static const code_handler* find(uint32_t code);
 
     int32_t activate(const utm_devid_message& request, answer_to&) { return switched(state_.on, request.on); }
     int32_t debug(const utm_devid_message& request, answer_to&) { return switched(state_.debug, request.debug); }
@@ -170,46 +168,24 @@ private:
     }
 };
 
-constexpr field mac_field = {"mac", text, offsetof(utm_devid_message, device.mac), sizeof utm_device_record::mac};
-constexpr field ip_field = {"ip", text, offsetof(utm_devid_message, device.ip), sizeof utm_device_record::ip};
-constexpr field interface_field = {"interface", text, offsetof(utm_devid_message, device.interface_name),
-                                   sizeof utm_device_record::interface_name};
-
-constexpr field switch_field[] = {{"on", number, offsetof(utm_devid_message, on), 4}};
-constexpr field debug_field[] = {{"debug", number, offsetof(utm_devid_message, debug), 4}};
-constexpr field status_fields[] = {
-    debug_field[0], switch_field[0], {"cache_size", number, offsetof(utm_devid_message, status_word_3), 4}};
-constexpr field filter_fields[] = {ip_field, interface_field, mac_field};
-constexpr field device_fields[] = {
-    mac_field,
-    {"name", text, offsetof(utm_devid_message, device.name), sizeof utm_device_record::name},
-    ip_field,
-    interface_field,
-    {"type", text, offsetof(utm_devid_message, device.type_name), sizeof utm_device_record::type_name},
-    {"kind", number, offsetof(utm_devid_message, device.kind), 4}};
-constexpr field size_field[] = {{"cache_size", number, offsetof(utm_devid_message, cache_size), 4}};
-constexpr field timestamp_field[] = {{"timestamp", number, offsetof(utm_devid_message, latest_timestamp), 8}};
-constexpr field ignore_fields[] = {interface_field, {"operation", number, offsetof(utm_devid_message, ignore), 4}};
-
 using devid = devid_service;
 
-constexpr devid::operation operations[] = {
-    {{UTM_DEVID_ACTIVATE, "activate", switch_field}, &devid::activate},
-    {{UTM_DEVID_GET_STATUS, "get status", {}, status_fields}, &devid::get_status},
-    {{UTM_DEVID_GET_DEVICE_LIST, "get device list", filter_fields, device_fields, reply_form::list},
-     &devid::get_devices},
-    {{UTM_DEVID_CACHE_SET_MAX_SIZE, "set cache size", size_field}, &devid::set_cache_size},
-    {{UTM_DEVID_FLUSH_CACHE_LIST, "flush", {}}, &devid::flush},
-    {{UTM_DEVID_GET_LATEST_TIMESTAMP, "get timestamp", {}, timestamp_field}, &devid::get_timestamp},
-    {{UTM_DEVID_DEBUG, "debug", debug_field}, &devid::debug},
-    {{UTM_DEVID_SHOW_ALL_LIST, "show all", {}}, &devid::show_all},
-    {{UTM_DEVID_RESET, "reset", {}}, &devid::reset},
-    {{UTM_DEVID_SET_IGNORE_IFACE, "set ignore iface", ignore_fields}, &devid::set_ignored},
+constexpr devid::code_handler handlers[] = {
+    {UTM_DEVID_ACTIVATE, &devid::activate},
+    {UTM_DEVID_GET_STATUS, &devid::get_status},
+    {UTM_DEVID_GET_DEVICE_LIST, &devid::get_devices},
+    {UTM_DEVID_CACHE_SET_MAX_SIZE, &devid::set_cache_size},
+    {UTM_DEVID_FLUSH_CACHE_LIST, &devid::flush},
+    {UTM_DEVID_GET_LATEST_TIMESTAMP, &devid::get_timestamp},
+    {UTM_DEVID_DEBUG, &devid::debug},
+    {UTM_DEVID_SHOW_ALL_LIST, &devid::show_all},
+    {UTM_DEVID_RESET, &devid::reset},
+    {UTM_DEVID_SET_IGNORE_IFACE, &devid::set_ignored},
 };
 
-const devid_service::operation* devid_service::find(uint32_t code)
+const devid_service::code_handler* devid_service::find(uint32_t code)
 {
-    return find_row(operations, code);
+    return find_row(handlers, code);
 }
 
 } // namespace

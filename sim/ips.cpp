@@ -8,8 +8,6 @@ namespace sim {
 
 namespace {
 
-using enum field_type;
-
 using rule_id = wire_text<sizeof utm_ips_message::rule_id>;
 using rule_name = wire_text<sizeof utm_ips_message::rule_name>;
 
@@ -60,7 +58,7 @@ enum flush_mode : uint32_t {
 class ips_service
     : public engine_service<ips_service, utm_ips_message, ips_state, utm_ips_message, &utm_ips_message::result> {
 public:
-    static const operation* find(uint32_t code);
+    static const code_handler* find(uint32_t code);
 
     int32_t activate(const utm_ips_message& request, answer_to&) { return switch_to(state_.on, request.on); }
     int32_t debug(const utm_ips_message& request, answer_to&) { return switch_to(state_.debug, request.debug); }
@@ -142,36 +140,21 @@ private:
     }
 };
 
-constexpr field on_field[] = {{"on", number, offsetof(utm_ips_message, on), 4}};
-constexpr field debug_field[] = {{"debug", number, offsetof(utm_ips_message, debug), 4}};
-constexpr field mode_field[] = {{"mode", number, offsetof(utm_ips_message, flush_mode), 4}};
-constexpr field rule_fields[] = {{"rule", text, offsetof(utm_ips_message, rule_id), sizeof utm_ips_message::rule_id},
-                                 {"action", number, offsetof(utm_ips_message, list_action), 4}};
-constexpr field name_field[] = {
-    {"name", text, offsetof(utm_ips_message, rule_name), sizeof utm_ips_message::rule_name}};
-constexpr field signature_field[] = {
-    {"signature", text, offsetof(utm_ips_message, signature_path), sizeof utm_ips_message::signature_path}};
-constexpr field status_fields[] = {on_field[0],
-                                   {"customized_rules", number, offsetof(utm_ips_message, unread_8), 4},
-                                   debug_field[0],
-                                   signature_field[0]};
-
-constexpr ips_service::operation operations[] = {
-    {{UTM_IPS_ACTIVATE, "activate", on_field}, &ips_service::activate},
-    {{UTM_IPS_SHOW_STATUS, "show status", {}, status_fields}, &ips_service::show_status},
-    {{UTM_IPS_SET_WHITELIST, "set whitelist", rule_fields}, &ips_service::set_whitelist},
-    {{UTM_IPS_SET_BLACKLIST, "set blacklist", rule_fields}, &ips_service::set_blacklist},
-    {{UTM_IPS_SHOW_CUSTOMIZELIST, "show customizelist", {}, name_field, reply_form::list},
-     &ips_service::show_customizelist},
-    {{UTM_IPS_UPDATE_SIGNATURE, "update signature", signature_field}, &ips_service::update_signature},
-    {{UTM_IPS_DEBUG, "debug", debug_field}, &ips_service::debug},
-    {{UTM_IPS_RESET, "reset", {}}, &ips_service::reset},
-    {{UTM_IPS_FLUSH, "flush", mode_field}, &ips_service::flush},
+constexpr ips_service::code_handler handlers[] = {
+    {UTM_IPS_ACTIVATE, &ips_service::activate},
+    {UTM_IPS_SHOW_STATUS, &ips_service::show_status},
+    {UTM_IPS_SET_WHITELIST, &ips_service::set_whitelist},
+    {UTM_IPS_SET_BLACKLIST, &ips_service::set_blacklist},
+    {UTM_IPS_SHOW_CUSTOMIZELIST, &ips_service::show_customizelist},
+    {UTM_IPS_UPDATE_SIGNATURE, &ips_service::update_signature},
+    {UTM_IPS_DEBUG, &ips_service::debug},
+    {UTM_IPS_RESET, &ips_service::reset},
+    {UTM_IPS_FLUSH, &ips_service::flush},
 };
 
-const ips_service::operation* ips_service::find(uint32_t code)
+const ips_service::code_handler* ips_service::find(uint32_t code)
 {
-    return find_row(operations, code);
+    return find_row(handlers, code);
 }
 
 } // namespace

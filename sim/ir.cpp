@@ -6,8 +6,6 @@ namespace sim {
 
 namespace {
 
-using enum field_type;
-
 struct ir_entry {
     uint32_t value;
     uint16_t second_value;
@@ -62,7 +60,7 @@ struct ir_state {
 // The IR threat database.
 class ir_service : public engine_service<ir_service, utm_ir_request, ir_state, utm_ir_reply, &utm_ir_reply::status> {
 public:
-    static const operation* find(uint32_t code);
+    static const code_handler* find(uint32_t code);
 
     template <auto switched, bool value> int32_t set_switch(const utm_ir_request&, answer_to&)
     {
@@ -127,40 +125,33 @@ private:
     }
 };
 
-constexpr field value_field[] = {{"value", number, 4, 4}};
-constexpr field size_field[] = {{"value", signed_number, 4, 4}};
-constexpr field entry_fields[] = {{"value", number, 4, 4}, {"second_value", number, 8, 2}};
-constexpr field path_field[] = {{"path", text, 4, 128}};
-constexpr field version_fields[] = {{"first", number, 4, 4}, {"second", number, 8, 4}, {"third", number, 12, 4}};
-
 using ir = ir_service;
 constexpr auto white = &ir_state::whitelist;
 constexpr auto black = &ir_state::blacklist;
 
-constexpr ir::operation operations[] = {
-    {{UTM_IR_ACTIVATE_ON, "activate", {}}, &ir::set_switch<&ir_state::on, true>},
-    {{UTM_IR_ACTIVATE_OFF, "deactivate", {}}, &ir::set_switch<&ir_state::on, false>},
-    {{UTM_IR_SET_UPDATE_CHECK_FREQ, "set update check freq", value_field},
-     &ir::set_number<&ir_state::update_check_freq>},
-    {{UTM_IR_SET_MAX_SIZE_MB, "set max size", size_field}, &ir::set_max_size},
-    {{UTM_IR_DEBUG_ON, "debug on", {}}, &ir::set_switch<&ir_state::debug, true>},
-    {{UTM_IR_DEBUG_OFF, "debug off", {}}, &ir::set_switch<&ir_state::debug, false>},
-    {{UTM_IR_SET_WHITELIST_0, "add to whitelist", entry_fields}, &ir::add<white>},
-    {{UTM_IR_SET_WHITELIST_1, "remove from whitelist", entry_fields}, &ir::remove<white>},
-    {{UTM_IR_FLUSH_FIRST, "flush whitelist", {}}, &ir::clear<white>},
-    {{UTM_IR_SET_THREAT_CATEGORY, "set threat category", value_field}, &ir::set_number<&ir_state::threat_category>},
-    {{UTM_IR_SET_BLACKLIST_0, "add to blacklist", entry_fields}, &ir::add<black>},
-    {{UTM_IR_SET_BLACKLIST_1, "remove from blacklist", entry_fields}, &ir::remove<black>},
-    {{UTM_IR_FLUSH_SECOND, "flush blacklist", {}}, &ir::clear<black>},
-    {{UTM_IR_GET_WHITELIST, "get whitelist", {}, entry_fields, reply_form::list}, &ir::get<white>},
-    {{UTM_IR_GET_BLACKLIST, "get blacklist", {}, entry_fields, reply_form::list}, &ir::get<black>},
-    {{UTM_IR_LOAD_DB, "load db", path_field}, &ir::load_database},
-    {{UTM_IR_SHOW_DB_STATUS, "show db status", {}, version_fields}, &ir::show_status},
+constexpr ir::code_handler handlers[] = {
+    {UTM_IR_ACTIVATE_ON, &ir::set_switch<&ir_state::on, true>},
+    {UTM_IR_ACTIVATE_OFF, &ir::set_switch<&ir_state::on, false>},
+    {UTM_IR_SET_UPDATE_CHECK_FREQ, &ir::set_number<&ir_state::update_check_freq>},
+    {UTM_IR_SET_MAX_SIZE_MB, &ir::set_max_size},
+    {UTM_IR_DEBUG_ON, &ir::set_switch<&ir_state::debug, true>},
+    {UTM_IR_DEBUG_OFF, &ir::set_switch<&ir_state::debug, false>},
+    {UTM_IR_SET_WHITELIST_0, &ir::add<white>},
+    {UTM_IR_SET_WHITELIST_1, &ir::remove<white>},
+    {UTM_IR_FLUSH_FIRST, &ir::clear<white>},
+    {UTM_IR_SET_THREAT_CATEGORY, &ir::set_number<&ir_state::threat_category>},
+    {UTM_IR_SET_BLACKLIST_0, &ir::add<black>},
+    {UTM_IR_SET_BLACKLIST_1, &ir::remove<black>},
+    {UTM_IR_FLUSH_SECOND, &ir::clear<black>},
+    {UTM_IR_GET_WHITELIST, &ir::get<white>},
+    {UTM_IR_GET_BLACKLIST, &ir::get<black>},
+    {UTM_IR_LOAD_DB, &ir::load_database},
+    {UTM_IR_SHOW_DB_STATUS, &ir::show_status},
 };
 
-const ir_service::operation* ir_service::find(uint32_t code)
+const ir_service::code_handler* ir_service::find(uint32_t code)
 {
-    return find_row(operations, code);
+    return find_row(handlers, code);
 }
 
 } // namespace

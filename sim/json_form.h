@@ -1,6 +1,6 @@
 #pragma once
 
-#include "sim/decode.h"
+#include "operations/text.h"
 #include "sim/mac.h"
 #include "sim/strict_json.h"
 
@@ -93,10 +93,10 @@ template <size_t size> struct opaque {
 };
 
 template <size_t size> struct json_form<opaque<size>> {
-    static json write(const opaque<size>& value) { return hex_of(value.bytes); }
+    static json write(const opaque<size>& value) { return operations::hex_of(value.bytes); }
     static void read(opaque<size>& value, const json& form, const std::string& where)
     {
-        bytes_from_hex(value.bytes, text_at(form, where), where);
+        bytes_at(form, where, value.bytes);
     }
 };
 

@@ -1,5 +1,6 @@
 #include "sim/mac.h"
 
+#include "operations/text.h"
 #include "sim/strict_json.h"
 
 #include <cstdio>
@@ -8,9 +9,7 @@ namespace sim {
 
 std::string to_text(const mac_address& mac)
 {
-    char text[18];
-    snprintf(text, sizeof text, "%02x:%02x:%02x:%02x:%02x:%02x", mac[0], mac[1], mac[2], mac[3], mac[4], mac[5]);
-    return text;
+    return operations::mac_text(mac);
 }
 
 mac_address mac_from(const std::string& text, const std::string& where)

@@ -1,7 +1,6 @@
 #pragma once
 
-#include "sim/decode.h"
-#include "sim/record.h"
+#include "sim/operations.h"
 #include "sim/strict_json.h"
 
 #include <memory>
@@ -19,9 +18,6 @@ public:
 
     // On SIGHUP.
     virtual void hang_up() {}
-
-    // What the daemon's table says of a code; null where it has no such code. Any thread may ask at any time.
-    virtual const code_row* row_of(uint32_t code) const = 0;
 
     // One reply, or a stream of them, to a request that arrived whole.
     virtual std::vector<record> answer(const record& request) = 0;

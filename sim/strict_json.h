@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <nlohmann/json.hpp>
 #include <set>
+#include <span>
 #include <stdexcept>
 #include <string>
 
@@ -37,6 +38,9 @@ private:
 const json& array_at(const json& value, const std::string& where);
 std::string text_at(const json& value, const std::string& where);
 bool truth_at(const json& value, const std::string& where);
+
+// The bytes of a text of two hexadecimal digits each; fails where it is none of that length.
+void bytes_at(const json& value, const std::string& where, std::span<uint8_t> bytes);
 
 // Of 32 bits, or of 16 or 64 without a sign.
 template <class Number> Number number_at(const json& value, const std::string& where);

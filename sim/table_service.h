@@ -13,24 +13,23 @@ template <class Reply> struct answer_of {
     Reply last = {};
 };
 
-// A daemon with a table of rows that both name a code's fields and carry it out. The result of a row goes into the
-// member result of the last reply. A Service has find(code), the row of one of its codes, or null.
+// A daemon with a table of rows that carry its codes out. What they return goes into the member result of the last
+// reply. A Service has find(code), the row of one of its codes, or null.
 template <class Service, class Request, class State, class Reply, auto result, auto unknown_code>
 class table_service : public service {
 public:
     using answer_to = answer_of<Reply>;
     using handler = decltype(unknown_code) (Service::*)(const Request&, answer_to&);
 
-    struct operation : code_row {
+    struct code_handler {
+        uint32_t code;
         handler handle;
     };
-
-    const code_row* row_of(uint32_t code) const final { return Service::find(code); }
 
     std::vector<record> answer(const record& bytes) final
     {
         const auto request = from_record<Request>(bytes);
-        const operation* row = Service::find(request.code);
+        const code_handler* row = Service::find(request.code);
         answer_to answer;
         answer.last.*result = row != nullptr ? (self().*row->handle)(request, answer) : unknown_code;
         answer.entries.push_back(to_record(answer.last));

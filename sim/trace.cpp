@@ -1,6 +1,5 @@
 #include "sim/trace.h"
 
-#include "sim/decode.h"
 #include "sim/failure.h"
 
 #include <algorithm>
@@ -58,7 +57,7 @@ void trace_file::write(const trace_entry& entry) const
                  {"code", entry.code},
                  {"name", code_name(entry.row, entry.code)},
                  {"size", entry.request.size()},
-                 {"fields", decode_fields(entry.row, entry.request)},
+                 {"fields", decode_request(entry.row, entry.request)},
                  {"answer", entry.answer}};
     if (with_bytes_)
         line["bytes"] = hex_of(entry.request);

@@ -1,8 +1,6 @@
 #pragma once
 
-#include "sim/decode.h"
-#include "sim/record.h"
-#include "sim/strict_json.h"
+#include "sim/operations.h"
 
 #include <atomic>
 #include <string>

@@ -18,7 +18,7 @@ struct user_profile_state {
 class user_profile_service
     : public config_service<user_profile_service, utm_user_profile_config_event, user_profile_state> {
 public:
-    static const operation* find_own(uint32_t) { return nullptr; }
+    static const code_handler* find_own(uint32_t) { return nullptr; }
     static void profile_deleted(const user_profile_state::profile&) {}
 };
 

@@ -12,7 +12,7 @@ namespace sim {
 template <size_t width> class wire_text {
 public:
     wire_text() = default;
-    explicit wire_text(const char (&field)[width]) : text_(text_of(field, width)) {}
+    explicit wire_text(const char (&field)[width]) : text_(operations::text_of(field, width)) {}
 
     void put_into(char (&field)[width]) const { text_.copy(field, width); }
 

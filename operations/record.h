@@ -7,7 +7,7 @@
 #include <vector>
 
 // Records as they cross a socket, and single values at their offsets.
-namespace sim {
+namespace operations {
 
 using record = std::vector<uint8_t>;
 
@@ -38,4 +38,4 @@ inline void put_number(record& bytes, size_t offset, size_t width, uint32_t numb
     memcpy(bytes.data() + offset, &number, width);
 }
 
-} // namespace sim
+} // namespace operations

@@ -1,0 +1,31 @@
+#include "operations/text.h"
+
+#include <cstdio>
+#include <cstring>
+
+namespace operations {
+
+std::string text_of(const char* first, size_t width)
+{
+    return {first, strnlen(first, width)};
+}
+
+std::string hex_of(std::span<const uint8_t> bytes)
+{
+    constexpr char digits[] = "0123456789abcdef";
+    std::string text;
+    for (uint8_t byte : bytes) {
+        text += digits[byte >> 4];
+        text += digits[byte & 15];
+    }
+    return text;
+}
+
+std::string mac_text(std::span<const uint8_t, 6> mac)
+{
+    char text[18];
+    snprintf(text, sizeof text, "%02x:%02x:%02x:%02x:%02x:%02x", mac[0], mac[1], mac[2], mac[3], mac[4], mac[5]);
+    return text;
+}
+
+} // namespace operations
