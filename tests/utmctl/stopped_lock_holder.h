@@ -7,13 +7,23 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-// Holds the registry lock until it goes, in a process of its own, which is stopped.
+inline void take_registry_lock()
+{
+    utm_id_config_lock(init_utm_id_config_sem());
+}
+
+inline void take_uuid_lock()
+{
+    utm_commoc_lock(init_utm_common_sem());
+}
+
+// Holds a lock until it goes, in a process of its own, which is stopped.
 class stopped_lock_holder {
 public:
-    stopped_lock_holder() : process_(fork())
+    explicit stopped_lock_holder(void (*take_lock)() = take_registry_lock) : process_(fork())
     {
         if (process_ == 0) {
-            utm_id_config_lock(init_utm_id_config_sem());
+            take_lock();
             raise(SIGSTOP);
             _exit(0);
         }
@@ -27,6 +37,8 @@ public:
         kill(process_, SIGKILL);
         waitpid(process_, nullptr, 0);
     }
+
+    pid_t process() const { return process_; }
 
     // What utmctl says when it does not get the lock in so many seconds.
     std::string told_within(const std::string& seconds) const

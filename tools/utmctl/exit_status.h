@@ -22,12 +22,12 @@ struct exit_status_row {
 
 constexpr exit_status_row exit_statuses[] = {
     {exit_status::done, "done", "done"},
-    {exit_status::refused, "refused", "refused by the daemon, or by the registry: identifier taken, no slot free"},
+    {exit_status::refused, "refused", "refused by the daemon, the system, or the registry: identifier taken, no slot free"},
     {exit_status::usage, "usage", "wrong usage; nothing was sent"},
     {exit_status::no_answer, "no-answer", "no answer in time"},
     {exit_status::unreachable, "unreachable", "the daemon cannot be reached"},
-    {exit_status::registry_unusable, "registry-unusable", "the ID registry cannot be used"},
-    {exit_status::unknown_identifier, "unknown-identifier", "no such identifier"},
+    {exit_status::registry_unusable, "registry-unusable", "the ID registry, or the store of the UUID, cannot be used"},
+    {exit_status::unknown_identifier, "unknown-identifier", "no such identifier; no UUID is set"},
     {exit_status::protocol_error, "protocol-error", "an answer that is none, or a process that died"},
     {exit_status::done_in_part, "done-in-part", "done in part: the message tells what is left where"},
     {exit_status::unsafe, "unsafe", "refused for safety: --yes is missing"},

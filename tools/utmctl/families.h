@@ -11,5 +11,7 @@ extern const family ips_family;
 extern const family devid_family;
 extern const family av_family;
 extern const family ir_family;
+extern const family uuid_family;
+extern const family sys_family;
 extern const family version_family;
 extern const family help_family;

@@ -1,30 +1,28 @@
 #include "tools/utmctl/overdue.h"
 
-#include "kqutm/registry.h"
-
-#include <fstream>
-#include <optional>
-#include <sys/sem.h>
+#include "tools/utmctl/lock_view.h"
+#include "tools/utmctl/process_name.h"
 
 namespace {
 
+constexpr char longer_limit[] = "--timeout sets a longer limit";
 constexpr char look_at_registry[] =
     "'utmctl registry show' tells what the registry holds, and --timeout sets a longer limit";
 
-std::string name_of_process(int process)
+const lock* awaited_lock(const awaited& whom)
 {
-    std::string name;
-    std::getline(std::ifstream("/proc/" + std::to_string(process) + "/comm"), name);
-    return "process " + std::to_string(process) + " (" + (name.empty() ? "of unknown name" : name) + ")";
+    if (whom.registry_lock)
+        return &registry_lock;
+    return whom.uuid_lock ? &uuid_lock : nullptr;
 }
 
-// Where the lock is taken, the last process that changed the semaphore is the one that took it.
-std::optional<int> lock_holder()
+// Nothing when nobody holds it.
+std::optional<culprit> lock_holder(const lock* one, const std::string& within)
 {
-    const int semaphore = init_utm_id_config_sem();
-    if (semaphore < 0 || semctl(semaphore, 0, GETVAL) != 0)
+    const std::optional<lock_view> seen = one != nullptr ? look_at(*one) : std::nullopt;
+    if (!seen || !seen->taken())
         return {};
-    return semctl(semaphore, 0, GETPID);
+    return culprit{one->name, "", "was not given " + within + ": " + name_of_process(seen->process) + " holds it"};
 }
 
 // Of several daemons it is not known which one keeps the call.
@@ -42,14 +40,15 @@ culprit silent_daemons(const std::vector<service>& daemons, const std::string& c
 
 problem overdue_call(const std::string& what, const std::string& within, const awaited& whom)
 {
-    const std::optional<int> holder = whom.registry_lock ? lock_holder() : std::nullopt;
-    problem overdue = {.status = exit_status::no_answer, .what = what, .culprits = {}, .next = look_at_registry};
+    const lock* lock = awaited_lock(whom);
+    const std::optional<culprit> holder = lock_holder(lock, within);
+    problem overdue = {.status = exit_status::no_answer, .what = what, .culprits = {}, .next = ""};
     if (holder) {
-        overdue.culprits = {
-            {"the registry lock", "", "was not given " + within + ": " + name_of_process(*holder) + " holds it"}};
-        overdue.next = "end that process or wait for it, then see what 'utmctl registry show' tells";
+        overdue.culprits = {*holder};
+        overdue.next = std::string("end that process or wait for it, then see what ") + lock->shown_by + " tells";
     } else if (whom.daemons.empty()) {
         overdue.culprits = {{"the library", "", "has not come back " + within + ", and the call was ended"}};
+        overdue.next = whom.uuid_lock ? longer_limit : look_at_registry;
     } else {
         overdue.culprits = {silent_daemons(whom.daemons, "did not answer " + within + ", and the call was ended")};
         overdue.next = "find out why the daemon hangs; --timeout sets a longer limit";

@@ -7,6 +7,7 @@
 struct awaited {
     std::vector<service> daemons = {}; // whose answers it waits for
     bool registry_lock = true;
+    bool uuid_lock = false;
 };
 
 // Tells of a call that has not ended in time, and who kept it, as far as that can be known. What did not happen reads

@@ -50,15 +50,20 @@ json read_under_lock()
 
 } // namespace
 
-problem registry_problem(const std::string& what, const std::string& cause, int error)
+problem keyed_problem(const char* name, const std::string& what, const std::string& cause, int error)
 {
     const std::string reason = error == 0 ? "" : std::string(": ") + strerror(error);
     const bool without_key = access(key_file, F_OK) != 0;
     return {.status = exit_status::registry_unusable,
             .what = what,
-            .culprits = {{"the ID registry", key_file, cause + reason}},
+            .culprits = {{name, key_file, cause + reason}},
             .next = without_key ? std::string("install the library at ") + key_file + ", which is its key file"
                                 : "look with 'ipcs -sm' whose semaphore and segment are in the way"};
+}
+
+problem registry_problem(const std::string& what, const std::string& cause, int error)
+{
+    return keyed_problem("the ID registry", what, cause, error);
 }
 
 problem registry_refusal(const std::string& what, int error)

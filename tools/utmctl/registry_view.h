@@ -19,5 +19,8 @@ bool is_empty(const utm_id_registry& registry);
 // The problem of an identifier that the registry does not take: EEXIST, or ENOSPC.
 problem registry_refusal(const std::string& what, int error);
 
+// The problem of what is found by the key file, such as "the ID registry", and cannot be used.
+problem keyed_problem(const char* name, const std::string& what, const std::string& cause, int error);
+
 // The problem of a registry that cannot be used.
 problem registry_problem(const std::string& what, const std::string& cause, int error);

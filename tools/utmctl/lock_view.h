@@ -1,0 +1,26 @@
+#pragma once
+
+#include <optional>
+
+// The library's locks as they stand. Looking at one neither takes nor creates it.
+
+struct lock {
+    const char* name;     // "the registry lock"
+    int project;          // makes its key
+    const char* shown_by; // the command that tells what it guards
+};
+
+extern const lock registry_lock;
+extern const lock uuid_lock;
+
+struct lock_view {
+    int value;   // 1 while the lock is free
+    int process; // the last one that changed the value; where the lock is taken, the one that took it
+    int waiting; // processes that wait for it
+    unsigned mode;
+
+    bool taken() const { return value == 0; }
+};
+
+// Nothing, with errno, where there is no such lock or it may not be looked at.
+std::optional<lock_view> look_at(const lock& one);

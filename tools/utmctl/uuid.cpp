@@ -1,0 +1,82 @@
+#include "tools/utmctl/families.h"
+#include "tools/utmctl/registry_view.h"
+#include "tools/utmctl/text_argument.h"
+#include "tools/utmctl/worker.h"
+
+#include "kqutm/common.h"
+
+#include <cerrno>
+
+namespace {
+
+constexpr char uuid[] = "the device UUID";
+
+[[noreturn]] void tell_unusable(const std::string& what, int error)
+{
+    throw failure(keyed_problem("the store of the UUID", what, "cannot be used", error));
+}
+
+const awaited its_lock = {.daemons = {}, .registry_lock = false, .uuid_lock = true};
+
+// The library copies up to 256 bytes, whatever size it is told.
+json read_uuid()
+{
+    char buffer[UTM_UUID_SIZE] = "";
+    const int32_t returned = utm_uuid_get(buffer, sizeof buffer);
+    const int error = errno;
+    return {{"error", error}, {"uuid", returned == 0 ? json(buffer) : json()}};
+}
+
+outcome get(const request& asked)
+{
+    const std::string what = std::string(uuid) + " was not read";
+    const json reading = call_in_worker(what, asked.timeout, read_uuid, its_lock).value;
+    const int error = reading["error"];
+    if (reading["uuid"].is_string())
+        return {.result = {{"uuid", reading["uuid"]}}, .lines = {printable(std::string(reading["uuid"]))}};
+    if (error != 0)
+        tell_unusable(what, error);
+    return {.status = exit_status::unknown_identifier,
+            .result = {{"uuid", nullptr}},
+            .problems = {{.status = exit_status::unknown_identifier,
+                          .what = what,
+                          .culprits = {{"the gateway", "", "has none"}},
+                          .next = "'utmctl uuid set' gives it one"}}};
+}
+
+void store(const std::string& text, const std::string& participle, double timeout)
+{
+    const std::string maybe = std::string(uuid) + " may have been " + participle;
+    const call_result call = call_in_worker(
+        maybe, timeout, [&] { return utm_uuid_set(text.c_str()); }, its_lock);
+    if (call.value != 0)
+        tell_unusable(std::string(uuid) + " was not " + participle, call.error);
+}
+
+outcome set(const request& asked)
+{
+    const std::string& text = asked.one("TEXT");
+    store(text, "set", asked.timeout);
+    return {.result = {{"uuid", text}}, .confirmations = {std::string(uuid) + " was set"}};
+}
+
+// An empty text is none to every reader; what was behind its first byte stays in the segment.
+outcome clear(const request& asked)
+{
+    store("", "cleared", asked.timeout);
+    return {.result = {{"uuid", nullptr}}, .confirmations = {std::string(uuid) + " was cleared"}};
+}
+
+constexpr argument new_text[] = {
+    {"TEXT", occurs::once, check_text<UTM_UUID_SIZE - 1>, "the UUID, any text of up to 255 characters"},
+};
+
+constexpr command commands[] = {
+    {"get", {}, get, "print the device UUID"},
+    {"set", new_text, set, "set the device UUID", nullptr, "uuid set 123e4567-e89b-12d3-a456-426614174000"},
+    {"clear", {}, clear, "take the device UUID away", "the device UUID", "uuid clear --yes"},
+};
+
+} // namespace
+
+constinit const family uuid_family = {"uuid", "the device UUID, which every process on the gateway sees", commands};
