@@ -5,7 +5,7 @@
 #include "common/engine.h"
 
 inline constexpr engine av_engine = {
-    .path = UTM_AV_SOCKET,
+    .address = local_address(UTM_AV_SOCKET),
     .type = SOCK_STREAM,
     .receive_limit = 10,
     .send_flags = MSG_NOSIGNAL,

@@ -1,7 +1,6 @@
 #include "common/local_socket.h"
 
 #include "common/sigpipe_guard.h"
-#include "common/text.h"
 
 #include <cerrno>
 #include <climits>
@@ -41,14 +40,6 @@ struct free_words {
 
 } // namespace
 
-sockaddr_un local_address(const char* path)
-{
-    sockaddr_un address = {};
-    address.sun_family = AF_UNIX;
-    put_text(address.sun_path, path);
-    return address;
-}
-
 ssize_t write_without_sigpipe(int fd, const void* data, size_t size)
 {
     sigpipe_guard guard;
@@ -64,7 +55,10 @@ ssize_t send_without_sigpipe(int fd, const void* data, size_t size)
 int wait_readable(int fd, int seconds)
 {
     if (fd < FD_SETSIZE) {
-        unsigned long words[FD_SETSIZE / bits_per_word] = {};
+        unsigned long words[FD_SETSIZE / bits_per_word];
+        words[0] = 0; // the kernel reads no more words than fd needs
+        if (fd >= bits_per_word)
+            memset(words, 0, sizeof words);
         return select_readable(words, fd, seconds);
     }
     size_t count = static_cast<size_t>(fd / bits_per_word) + 1;

@@ -15,7 +15,7 @@ struct common_segment {
     static constexpr char log[] = UTM_COMMON_LOG;
     static constexpr char attach_failed[] = "attach_utm_common_data_shm() fail\n";
 
-    static int semaphore() { return init_utm_common_sem(); }
+    static int semaphore() { return open_semaphore(UTM_COMMON_SEMAPHORE_PROJECT); }
     static contents* attach() { return static_cast<contents*>(attach_utm_common_data_shm()); }
 };
 using common_guard = segment_guard<common_segment>;

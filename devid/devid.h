@@ -6,7 +6,7 @@
 
 // Deliberate: device identification limits requests and replies to 3 s, IPS replies alone, to 10 s.
 inline constexpr engine devid_engine = {
-    .path = UTM_DEVID_SOCKET,
+    .address = local_address(UTM_DEVID_SOCKET),
     .log = UTM_DEVID_LOG,
     .type = SOCK_STREAM,
     .receive_limit = 3,

@@ -5,8 +5,7 @@
 #include "common/log.h"
 
 #include <cstdlib>
-#include <cstring>
-#include <memory>
+#include <iterator>
 #include <unistd.h>
 
 namespace {
@@ -17,19 +16,26 @@ constexpr int sender_patience = 10; // seconds until the answer
 constexpr int reader_patience = 2;  // seconds until the first record
 
 struct config_daemon {
-    char path[40];
+    sockaddr_un address;
+    socklen_t address_length;
     size_t event_size;
 };
 
+// Deliberate: the length covers the family, the path, its terminator and one byte more.
+constexpr config_daemon daemon_at(const char* path, size_t event_size)
+{
+    return {local_address(path), static_cast<socklen_t>(__builtin_strlen(path) + 4), event_size};
+}
+
 constexpr config_daemon config_daemons[] = {
-    {UTM_CF_CONFIG_SOCKET, sizeof(utm_cf_config_event)},
-    {UTM_APP_CONFIG_SOCKET, sizeof(utm_app_config_event)},
-    {UTM_USER_PROFILE_SOCKET, sizeof(utm_user_profile_config_event)},
+    daemon_at(UTM_CF_CONFIG_SOCKET, sizeof(utm_cf_config_event)),
+    daemon_at(UTM_APP_CONFIG_SOCKET, sizeof(utm_app_config_event)),
+    daemon_at(UTM_USER_PROFILE_SOCKET, sizeof(utm_user_profile_config_event)),
 };
 
-constexpr config_daemon nobody = {"/", 0};
-
 // A target that is none of the three leads to a folder, where nobody can listen.
+constexpr config_daemon nobody = daemon_at("/", 0);
+
 const config_daemon& find_daemon(int target)
 {
     if (target < 0 || target >= static_cast<int>(std::size(config_daemons)))
@@ -80,11 +86,8 @@ bool config_channel::created() const
 
 bool config_channel::try_connect() const
 {
-    sockaddr_un address = local_address(daemon_.path);
-    // Deliberate: the length covers the family, the path, its terminator and one byte more.
-    socklen_t length = static_cast<socklen_t>(strlen(daemon_.path) + 4);
-    return ::connect(fd_, reinterpret_cast<sockaddr*>(&address), length) == 0 ||
-           fail_with_cause("[%s]connect fail: %s\n");
+    const auto* address = reinterpret_cast<const sockaddr*>(&daemon_.address);
+    return ::connect(fd_, address, daemon_.address_length) == 0 || fail_with_cause("[%s]connect fail: %s\n");
 }
 
 // All attempts use the one socket.

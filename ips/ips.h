@@ -6,7 +6,7 @@
 
 // Deliberate: device identification limits requests and replies to 3 s, IPS replies alone, to 10 s.
 inline constexpr engine ips_engine = {
-    .path = UTM_IPS_SOCKET,
+    .address = local_address(UTM_IPS_SOCKET),
     .log = UTM_IPS_LOG,
     .type = SOCK_STREAM,
     .receive_limit = 10,

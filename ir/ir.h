@@ -5,7 +5,7 @@
 #include "common/engine.h"
 
 inline constexpr engine ir_engine = {
-    .path = UTM_IR_SOCKET,
+    .address = local_address(UTM_IR_SOCKET),
     .type = SOCK_SEQPACKET,
     .send_flags = MSG_NOSIGNAL,
 };

@@ -17,7 +17,7 @@ struct registry_segment {
     static constexpr char log[] = UTM_APPCF_LOG;
     static constexpr char attach_failed[] = "attach_utm_id_data_shm() fail\n";
 
-    static int semaphore() { return init_utm_id_config_sem(); }
+    static int semaphore() { return open_semaphore(UTM_ID_SEMAPHORE_PROJECT); }
     static contents* attach() { return attach_utm_id_data_shm(); }
 };
 using registry_guard = segment_guard<registry_segment>;
