@@ -39,6 +39,7 @@ endif()
 
 option(KQUTM_BUILD_BENCHMARKS "Build the benchmarks; needs Google Benchmark and valgrind's headers" OFF)
 option(KQUTM_BUILD_EXAMPLES "Build the example programs" ON)
+option(KQUTM_PACKAGES "Let cpack make the Debian packages" OFF)
 option(KQUTM_WERROR "Treat warnings as errors" OFF)
 set(KQUTM_SANITIZE "" CACHE STRING "Sanitizers, as in -fsanitize: address,undefined or thread")
 set(KQUTM_IPC_KEY_FILE "/usr/lib/libkqutm.so" CACHE STRING

@@ -2,6 +2,6 @@
 foreach(program utmctl utm-gateway)
   if(TARGET ${program})
     set_target_properties(${program} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR})
-    install(TARGETS ${program})
+    install(TARGETS ${program} COMPONENT ${program})
   endif()
 endforeach()

@@ -1,0 +1,11 @@
+# Compresses the manuals of what is being packaged, as Debian wants them; links among them lead to the packed ones.
+file(GLOB_RECURSE manuals ${CPACK_TEMPORARY_DIRECTORY}/*/share/man/man*/*.[0-9])
+foreach(manual IN LISTS manuals)
+  if(IS_SYMLINK ${manual})
+    file(READ_SYMLINK ${manual} target)
+    file(REMOVE ${manual})
+    file(CREATE_LINK ${target}.gz ${manual}.gz SYMBOLIC)
+  else()
+    execute_process(COMMAND gzip -9n ${manual} COMMAND_ERROR_IS_FATAL ANY)
+  endif()
+endforeach()
