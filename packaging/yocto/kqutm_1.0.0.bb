@@ -1,0 +1,37 @@
+# Not built in the project's own tests. Needs meta-oe for cli11 and nlohmann-json where the tools are wanted.
+SUMMARY = "Client library for a home gateway's security services"
+LICENSE = "Apache-2.0"
+LIC_FILES_CHKSUM = "file://LICENSE;md5=3b83ef96387f14655fc854ddc3c6bd57"
+
+# Where the build finds the repository.
+SRC_URI = "git://${KQUTM_REPOSITORY};protocol=https;branch=main"
+SRCREV = "${AUTOREV}"
+S = "${WORKDIR}/git"
+
+inherit cmake pkgconfig
+
+PACKAGECONFIG ??= "utmctl"
+PACKAGECONFIG[utmctl] = "-DKQUTM_BUILD_TOOLS=ON,-DKQUTM_BUILD_TOOLS=OFF,cli11 nlohmann-json util-linux"
+
+EXTRA_OECMAKE = " \
+    -DKQUTM_BUILD_EXAMPLES=OFF \
+    -DKQUTM_BUILD_SIMULATOR=OFF \
+    -DKQUTM_BUILD_TESTS=OFF \
+"
+
+do_install:append() {
+    install -D -m 0644 ${S}/packaging/systemd/kqutm.conf ${D}${nonarch_libdir}/tmpfiles.d/kqutm.conf
+}
+
+# /usr/lib/libkqutm.so is the library itself, and its inode makes the keys of the shared memory: it belongs to the
+# runtime, where a name without a version is otherwise one for developers. With multilib the path stays /usr/lib.
+SOLIBS = ".so*"
+FILES_SOLIBSDEV = ""
+INSANE_SKIP:${PN} += "dev-so libdir"
+
+PACKAGES =+ "utmctl"
+FILES:utmctl = "${bindir}/utmctl"
+FILES:${PN} = "${prefix}/lib/libkqutm.so ${prefix}/lib/libkqutm.so.1 ${nonarch_libdir}/tmpfiles.d"
+FILES:${PN}-dev = "${includedir} ${prefix}/lib/pkgconfig ${prefix}/lib/cmake"
+FILES:${PN}-staticdev = "${prefix}/lib/libkqutm.a"
+ALLOW_EMPTY:utmctl = "1"
