@@ -4,6 +4,7 @@
 
 #include "common/errno_guard.h"
 #include "common/list.h"
+#include "common/log.h"
 #include "registry/registry.h"
 
 #include <cstdio>
@@ -11,17 +12,27 @@
 
 namespace {
 
+utm_profile_mapping* create_node_of(uint32_t profile, uint32_t policy)
+{
+    auto* node = allocate_node<utm_profile_mapping>();
+    if (node == nullptr) {
+        print_line("malloc show queue node fail\n");
+        return nullptr;
+    }
+    node->profile_id = static_cast<int32_t>(profile);
+    node->cf_policy_id = static_cast<int32_t>(policy);
+    return node;
+}
+
 // False when a node cannot be allocated.
 bool copy_mapping(const utm_id_registry& ids, utm_profile_mapping* head)
 {
     for (size_t slot = 0; slot < UTM_ID_SLOTS; ++slot) {
         if (ids.profiles[slot] == 0)
             continue;
-        utm_profile_mapping* node = create_profile_mapping_node();
+        utm_profile_mapping* node = create_node_of(ids.profiles[slot], ids.cf_bindings[slot]);
         if (node == nullptr)
             return false;
-        node->profile_id = static_cast<int32_t>(ids.profiles[slot]);
-        node->cf_policy_id = static_cast<int32_t>(ids.cf_bindings[slot]);
         list_insert(node, head);
     }
     return true;
@@ -40,15 +51,7 @@ utm_profile_mapping* null_when_empty(utm_profile_mapping* head, int reason)
 
 UTM_API utm_profile_mapping* create_profile_mapping_node(void)
 {
-    utm_profile_mapping* node = allocate_node<utm_profile_mapping>();
-    if (node == nullptr) {
-        errno_guard keep;
-        puts("malloc show queue node fail");
-        return nullptr;
-    }
-    node->profile_id = 0;
-    node->cf_policy_id = 0;
-    return node;
+    return create_node_of(0, 0);
 }
 
 UTM_API utm_profile_mapping* dump_utm_profile_mapping(void)
@@ -61,7 +64,7 @@ UTM_API utm_profile_mapping* dump_utm_profile_mapping(void)
     const utm_id_registry* ids = registry.attach_unlogged();
     if (ids == nullptr)
         return nullptr;
-    utm_profile_mapping* head = allocate_node<utm_profile_mapping>();
+    auto* head = create_list<utm_profile_mapping>();
     if (head == nullptr) {
         errno_guard keep;
         printf("%s(%d) list init fail\n", __func__, __LINE__);
@@ -69,7 +72,6 @@ UTM_API utm_profile_mapping* dump_utm_profile_mapping(void)
         registry.abandon();
         return nullptr;
     }
-    list_init(head);
     if (!copy_mapping(*ids, head)) {
         // Deliberate: a mapping that runs out of memory on the way keeps the registry too, and what it has is returned.
         registry.abandon();

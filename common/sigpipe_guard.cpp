@@ -1,5 +1,7 @@
 #include "common/sigpipe_guard.h"
 
+#include "common/errno_guard.h"
+
 #include <ctime>
 
 bool sigpipe_guard::is_pending()

@@ -1,10 +1,9 @@
 #pragma once
 
-#include "common/errno_guard.h"
-
+#include <array>
 #include <bit>
-#include <climits>
 #include <csignal>
+#include <cstring>
 
 // Keeps the SIGPIPE of a write or send inside the calling thread, without touching the process's signal dispositions.
 // Costs two system calls while SIGPIPE is not blocked already.
@@ -21,26 +20,24 @@ public:
     sigpipe_guard& operator=(const sigpipe_guard&) = delete;
     ~sigpipe_guard()
     {
-        if (blocked_before_)
-            return;
-        errno_guard keep;
-        pthread_sigmask(SIG_SETMASK, &old_mask_, nullptr);
+        if (!blocked_before_)
+            pthread_sigmask(SIG_SETMASK, &old_mask_, nullptr); // which tells its failures, but not in errno
     }
 
     // Takes back the signal that an EPIPE has raised. Call it after each such failure, before the guard ends.
     void consume();
 
 private:
-    // A set of signals as the kernel reads it: a bit for each.
-    struct signal_bits {
-        unsigned long words[sizeof(sigset_t) / sizeof(unsigned long)];
-    };
+    // A set has a bit for each signal, as the kernel reads it; that of SIGPIPE is in the first word.
+    using set_words = std::array<unsigned long, sizeof(sigset_t) / sizeof(unsigned long)>;
     static constexpr unsigned long sigpipe_bit = 1UL << (SIGPIPE - 1);
-    static constexpr sigset_t only_sigpipe = std::bit_cast<sigset_t>(signal_bits{.words = {sigpipe_bit}});
+    static constexpr sigset_t only_sigpipe = std::bit_cast<sigset_t>(set_words{sigpipe_bit});
 
     static bool contains_sigpipe(const sigset_t& set)
     {
-        return (std::bit_cast<signal_bits>(set).words[0] & sigpipe_bit) != 0;
+        unsigned long first_word;
+        memcpy(&first_word, &set, sizeof first_word);
+        return (first_word & sigpipe_bit) != 0;
     }
     static bool is_pending();
 

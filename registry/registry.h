@@ -18,6 +18,9 @@ struct registry_segment {
     static constexpr char attach_failed[] = "attach_utm_id_data_shm() fail\n";
 
     static int semaphore() { return open_semaphore(UTM_ID_SEMAPHORE_PROJECT); }
-    static contents* attach() { return attach_utm_id_data_shm(); }
+    static contents* attach()
+    {
+        return static_cast<contents*>(attach_segment(UTM_ID_SEGMENT_PROJECT, sizeof(contents)).address);
+    }
 };
 using registry_guard = segment_guard<registry_segment>;

@@ -34,7 +34,7 @@ int clear_utm_id_shm()
 
 UTM_API int init_utm_id_config_sem(void)
 {
-    return open_semaphore(UTM_ID_SEMAPHORE_PROJECT);
+    return registry_segment::semaphore();
 }
 
 UTM_API int utm_id_config_lock(int semid)
@@ -49,7 +49,7 @@ UTM_API int utm_id_config_unlock(int semid)
 
 UTM_API utm_id_registry* attach_utm_id_data_shm(void)
 {
-    return static_cast<utm_id_registry*>(attach_segment(UTM_ID_SEGMENT_PROJECT, sizeof(utm_id_registry)).address);
+    return registry_segment::attach();
 }
 
 UTM_API int detach_utm_id_data_shm(const void* address)
