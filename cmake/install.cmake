@@ -40,8 +40,3 @@ install(
   FILES ${CMAKE_CURRENT_BINARY_DIR}/kqutm.pc
   DESTINATION ${KQUTM_INSTALL_LIBDIR}/pkgconfig
   COMPONENT libkqutm-dev)
-
-# Programs without sanitizers cannot link a library with them.
-if(KQUTM_BUILD_TESTS AND NOT KQUTM_SANITIZE)
-  add_test(NAME install COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/cmake/check_install ${CMAKE_BINARY_DIR})
-endif()

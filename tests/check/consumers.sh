@@ -1,0 +1,60 @@
+#!/usr/bin/env bash
+# What is installed is enough to build the examples: through pkg-config in every standard, with gcc and clang, and through
+# find_package; and the programs run on a simulated gateway. Usage: consumers.sh BUILD-FOLDER, from the root of the sources.
+set -euo pipefail
+build=$1
+examples=$PWD/examples
+place=$(mktemp -d "$build/consumers.XXXXXX")
+trap 'rm -rf "$place"' EXIT
+library=$place/usr/lib
+
+fail() {
+    printf '%s\n' "$*"
+    exit 1
+}
+
+# compile COMPILER STANDARDS SOURCE...: as strictly as a program can ask for.
+compile() {
+    local standard
+    for standard in $2; do
+        echo "$1 -std=$standard"
+        "$1" -std="$standard" -Wall -Wextra -pedantic -Werror -fsyntax-only "${cflags[@]}" "${@:3}"
+    done
+}
+
+# gives EXAMPLE PROGRAM: on a simulated gateway the program prints what the example is expected to.
+gives() {
+    LD_LIBRARY_PATH=$library "$examples/expect" "$examples/expected/$1.txt" "$build/utm-gateway" run -- "$2"
+}
+
+# needs PROGRAM: the libraries that it is linked to.
+needs() { readelf -dW "$1" | sed -n 's/.*(NEEDED).*\[\(.*\)\]/\1/p' | sort | tr '\n' ' '; }
+
+cmake --install "$build" --prefix "$place/usr" >/dev/null
+
+# The library is a file by the name that makes the System V keys, and the versioned name leads to it.
+[[ -f $library/libkqutm.so && ! -L $library/libkqutm.so ]] || fail "libkqutm.so is no file"
+[[ $(readlink "$library/libkqutm.so.1") == libkqutm.so ]] || fail "libkqutm.so.1 does not lead to libkqutm.so"
+[[ -x $place/usr/bin/utmctl && -x $place/usr/bin/utm-gateway ]] || fail "the programs are missing"
+
+export PKG_CONFIG_PATH=$library/pkgconfig
+read -ra cflags < <(pkg-config --cflags kqutm)
+read -ra libs < <(pkg-config --libs kqutm)
+for compiler in gcc clang; do compile "$compiler" "c99 c11 c2x" "$examples"/*.c; done
+for compiler in g++ clang++; do compile "$compiler" "c++11 c++14 c++17 c++20" "$examples"/*.cpp; done
+
+echo "find_package"
+cmake -S "$examples" -B "$place/examples" -DCMAKE_PREFIX_PATH="$place/usr" >/dev/null
+cmake --build "$place/examples" >/dev/null
+gives guests "$place/examples/example_guests"
+
+echo "The C driver alone, shared and static, and opened at run time"
+gcc -std=c99 "${cflags[@]}" "$examples/household.c" "${libs[@]}" -o "$place/shared"
+gcc -std=c99 "${cflags[@]}" "$examples/household.c" "$library/libkqutm.a" -o "$place/static"
+gcc -std=c99 "${cflags[@]}" "$examples/optional.c" -o "$place/optional"
+[[ $(needs "$place/shared") == "libc.so.6 libkqutm.so.1 " ]] || fail "shared: $(needs "$place/shared")"
+[[ $(needs "$place/static") == "libc.so.6 " ]] || fail "static: $(needs "$place/static")"
+[[ $(needs "$place/optional") == "libc.so.6 " ]] || fail "optional: $(needs "$place/optional")"
+gives household "$place/shared"
+gives household "$place/static"
+gives optional "$place/optional"
