@@ -15,6 +15,7 @@ struct global_flags {
     std::string json;
     bool quiet = false;
     bool no_headers = false;
+    bool dry_run = false;
     bool help = false;
     bool version = false;
     std::string timeout;
@@ -41,6 +42,7 @@ texts take_globals(const texts& arguments, global_flags& flags)
     parser.add_flag("-j{plain},--json{plain}", flags.json);
     parser.add_flag("-q,--quiet", flags.quiet);
     parser.add_flag("--no-headers", flags.no_headers);
+    parser.add_flag("--dry-run", flags.dry_run);
     parser.add_flag("-h,--help", flags.help);
     parser.add_flag("--version", flags.version);
     parser.add_option("--timeout", flags.timeout)->type_name("");
@@ -89,7 +91,7 @@ void declare(CLI::App& parser, const argument& one, texts& values)
     }
 }
 
-request parse_arguments(const family& group, const command& what, const texts& arguments)
+request parse_arguments(const family& group, const command& what, const texts& arguments, bool dry_run)
 {
     const std::string words = words_of(group, what);
     request asked = {.values = {}, .timeout = default_timeout, .words = words, .what = &what};
@@ -105,7 +107,7 @@ request parse_arguments(const family& group, const command& what, const texts& a
     parse_with(parser, arguments, words, help);
     if (parser.remaining_size() > 0)
         refuse_usage(words + ": unexpected argument " + in_quotes(parser.remaining().front()), help);
-    if (what.destroys && !yes)
+    if (what.destroys && !yes && !dry_run)
         throw failure({.status = exit_status::unsafe,
                        .what = words + " destroys " + what.destroys + ", and was not carried out",
                        .culprits = {},
@@ -171,6 +173,7 @@ void parse(const texts& arguments, command_line& line)
     line.words = take_globals(arguments, flags);
     line.style.quiet = flags.quiet;
     line.style.headers = !flags.no_headers;
+    line.dry_run = flags.dry_run;
     line.help = flags.help;
     if (flags.version)
         line.words = {"version"};
@@ -178,6 +181,6 @@ void parse(const texts& arguments, command_line& line)
         find_words(line);
     check_globals(flags);
     if (line.what != nullptr)
-        line.asked = parse_arguments(*line.group, *line.what, arguments_of(line));
+        line.asked = parse_arguments(*line.group, *line.what, arguments_of(line), line.dry_run);
     line.asked.timeout = flags.timeout.empty() ? default_timeout : seconds_of(flags.timeout);
 }

@@ -14,6 +14,7 @@ constexpr global_option global_options[] = {
     {"-q, --quiet", "leave out confirmations"},
     {"    --no-headers", "leave out the headings of tables"},
     {"    --timeout SECONDS", "how long each call of the library may take (default 60)"},
+    {"    --dry-run", "print the records that would be sent and what else would change, and do nothing"},
     {"-h, --help", "explain utmctl, or the command"},
     {"    --version", "print the version"},
 };

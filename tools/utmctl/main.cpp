@@ -1,6 +1,7 @@
 // utmctl: the operations of the UTM client library on the command line.
 
 #include "tools/utmctl/command_line.h"
+#include "tools/utmctl/dry_run.h"
 #include "tools/utmctl/help.h"
 
 #include <fcntl.h>
@@ -8,15 +9,10 @@
 
 namespace {
 
-outcome failed(const failure& cause)
-{
-    return {.status = cause.why().status, .problems = {cause.why()}};
-}
-
 outcome run(const command_line& line)
 {
     if (line.what != nullptr)
-        return line.what->run(line.asked);
+        return line.dry_run ? dry_run(line.asked) : line.what->run(line.asked);
     outcome help = help_on(line.words);
     if (line.incomplete) {
         help.status = line.incomplete->status;

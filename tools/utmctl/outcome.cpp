@@ -25,6 +25,13 @@ exit_status worse_of(exit_status a, exit_status b)
     return std::max(a, b);
 }
 
+exit_status status_of(const std::string& word)
+{
+    return std::find_if(std::begin(exit_statuses), std::end(exit_statuses),
+                        [&](const exit_status_row& row) { return word == row.word; })
+        ->status;
+}
+
 template <class T> void append(std::vector<T>& to, std::vector<T>& from)
 {
     std::move(from.begin(), from.end(), std::back_inserter(to));
@@ -44,6 +51,11 @@ void add(outcome& sum, outcome part)
     append(sum.lines, part.lines);
     append(sum.confirmations, part.confirmations);
     append(sum.problems, part.problems);
+}
+
+outcome failed(const failure& cause)
+{
+    return {.status = cause.why().status, .problems = {cause.why()}};
 }
 
 std::string sentence_of(const problem& why)
@@ -68,6 +80,15 @@ json json_of(const problem& why)
             {"what", why.what},
             {"culprits", culprits},
             {"next", why.next}};
+}
+
+problem problem_of(const json& told)
+{
+    problem why = {.status = status_of(told["status"]), .what = told["what"], .culprits = {}, .next = told["next"]};
+    for (const json& one : told["culprits"])
+        why.culprits.push_back(
+            {one["name"], one["path"].is_null() ? "" : one["path"].get<std::string>(), one["cause"]});
+    return why;
 }
 
 std::string printable(std::string_view text)

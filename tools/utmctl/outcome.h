@@ -65,8 +65,12 @@ struct outcome {
 // A command that works on several things adds up what each of them came to.
 void add(outcome& sum, outcome part);
 
+// What a command comes to that ended so.
+outcome failed(const failure& cause);
+
 std::string sentence_of(const problem& why);
 json json_of(const problem& why);
+problem problem_of(const json& told); // what json_of tells
 
 // Text from outside, with control characters as \xNN.
 std::string printable(std::string_view text);

@@ -1,0 +1,136 @@
+#include "tools/utmctl/dry_run.h"
+
+#include "tools/utmctl/rehearsal.h"
+#include "tools/utmctl/worker.h"
+
+#include <algorithm>
+
+namespace {
+
+constexpr size_t shortest_zero_run = 4; // of bytes that are shown as their number
+
+std::string text_of(const json& value)
+{
+    return value.is_string() ? printable(value.get<std::string>()) : value.dump();
+}
+
+// ": id 7, mac 02:42:ac:11:00:05", or nothing
+std::string fields_text(const json& fields)
+{
+    std::string text;
+    for (const auto& [name, value] : fields.items())
+        text.append(text.empty() ? ": " : ", ").append(name).append(" ").append(text_of(value));
+    return text;
+}
+
+// "01 00*7 07 00*2047", of two digits for each byte
+std::string bytes_text(const std::string& digits)
+{
+    std::string text;
+    for (size_t at = 0; at < digits.size();) {
+        const size_t zeros = (std::min(digits.find_first_not_of('0', at), digits.size()) - at) / 2;
+        const bool run = zeros >= shortest_zero_run;
+        text += text.empty() ? "" : " ";
+        text += run ? "00*" + std::to_string(zeros) : digits.substr(at, 2);
+        at += 2 * (run ? zeros : 1);
+    }
+    return text;
+}
+
+std::vector<std::string> send_lines(const json& step)
+{
+    return {"send to " + text_of(step["daemon"]) + ": " + text_of(step["name"]) + ", " + text_of(step["size"]) +
+                " bytes" + fields_text(step["fields"]),
+            "    " + bytes_text(step["bytes"])};
+}
+
+std::vector<std::string> registry_lines(const json& step)
+{
+    return {"registry: " + text_of(step["table"]) + "[" + text_of(step["slot"]) + "] " + text_of(step["before"]) +
+            " -> " + text_of(step["after"])};
+}
+
+std::vector<std::string> uuid_lines(const json& step)
+{
+    return {"uuid: '" + text_of(step["before"]) + "' -> '" + text_of(step["after"]) + "'"};
+}
+
+std::vector<std::string> create_lines(const json& step)
+{
+    return {"create: " + text_of(step["what"])};
+}
+
+std::vector<std::string> file_lines(const json& step)
+{
+    const std::string text = step.value("text", "");
+    return {"file: " + text_of(step["does"]) + " " + text_of(step["path"]) +
+            (text.empty() ? "" : ": '" + printable(text) + "'")};
+}
+
+std::vector<std::string> shell_lines(const json& step)
+{
+    return {"shell: " + text_of(step["command"])};
+}
+
+std::vector<std::string> signal_lines(const json& step)
+{
+    return {"signal: " + text_of(step["signal"]) + " to process " + text_of(step["process"])};
+}
+
+struct step_kind {
+    const char* name;
+    std::vector<std::string> (*lines)(const json& step);
+};
+
+constexpr step_kind step_kinds[] = {
+    {"send", send_lines}, {"registry", registry_lines}, {"uuid", uuid_lines},     {"create", create_lines},
+    {"file", file_lines}, {"shell", shell_lines},       {"signal", signal_lines},
+};
+
+std::vector<std::string> lines_of(const json& steps)
+{
+    std::vector<std::string> lines;
+    for (const json& step : steps) {
+        const auto* kind = std::find_if(std::begin(step_kinds), std::end(step_kinds),
+                                        [&](const step_kind& one) { return step["step"] == one.name; });
+        for (std::string& line : kind->lines(step))
+            lines.push_back(std::move(line));
+    }
+    return lines;
+}
+
+outcome run_to_its_end(const request& asked)
+{
+    try {
+        return asked.what->run(asked);
+    } catch (const failure& cause) {
+        return failed(cause);
+    }
+}
+
+// In a worker, so that what the rehearsal leaves behind ends with it.
+json rehearse(const request& asked)
+{
+    rehearsal all;
+    const outcome result = run_to_its_end(asked);
+    json problems = json::array();
+    for (const problem& one : result.problems)
+        problems.push_back(json_of(one));
+    return {{"status", result.status}, {"problems", problems}, {"steps", all.steps()}};
+}
+
+} // namespace
+
+outcome dry_run(const request& asked)
+{
+    const json rehearsed = call_in_worker(asked.words + " was not rehearsed", asked.timeout,
+                                          [&] { return rehearse(asked); }, {.daemons = {}, .registry_lock = false})
+                               .value;
+    outcome told = {.status = rehearsed["status"],
+                    .result = {{"dry_run", true}, {"steps", rehearsed["steps"]}},
+                    .lines = lines_of(rehearsed["steps"]),
+                    .confirmations = {"nothing was sent and nothing changed; every daemon is taken to accept"}};
+    for (const json& one : rehearsed["problems"])
+        told.problems.push_back(problem_of(one));
+    return told;
+}

@@ -1,0 +1,6 @@
+#pragma once
+
+#include "tools/utmctl/command.h"
+
+// What a command would do, told step by step instead of done. It ends as it would if every daemon accepted.
+outcome dry_run(const request& asked);
