@@ -6,6 +6,7 @@
 #include "tools/utmctl/libc.h"
 
 #include <cerrno>
+#include <fcntl.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
