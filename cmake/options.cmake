@@ -12,6 +12,9 @@ find_package(PkgConfig QUIET)
 if(PkgConfig_FOUND)
   pkg_check_modules(smartcols QUIET IMPORTED_TARGET smartcols)
 endif()
+find_program(KQUTM_SCDOC scdoc)
+mark_as_advanced(KQUTM_SCDOC)
+set(scdoc_FOUND ${KQUTM_SCDOC})
 
 # Declares an option that is on by default where every named package was found, and fails where it is asked for without.
 function(kqutm_part option description)
@@ -32,6 +35,7 @@ endfunction()
 
 kqutm_part(KQUTM_BUILD_SIMULATOR "Build utm-gateway, the simulated gateway" CLI11 nlohmann_json smartcols)
 kqutm_part(KQUTM_BUILD_TOOLS "Build utmctl, the command" CLI11 nlohmann_json smartcols)
+kqutm_part(KQUTM_BUILD_MANUALS "Build the manual pages" scdoc)
 kqutm_part(KQUTM_BUILD_TESTS "Build the tests" CLI11 nlohmann_json smartcols GTest)
 if(KQUTM_BUILD_TESTS AND NOT (KQUTM_BUILD_SIMULATOR AND KQUTM_BUILD_TOOLS))
   message(FATAL_ERROR "KQUTM_BUILD_TESTS needs KQUTM_BUILD_SIMULATOR and KQUTM_BUILD_TOOLS: the tests run both")

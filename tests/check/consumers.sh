@@ -35,6 +35,7 @@ cmake --install "$build" --prefix "$place/usr" >/dev/null
 # The library is a file by the name that makes the System V keys, and the versioned name leads to it.
 [[ -f $library/libkqutm.so && ! -L $library/libkqutm.so ]] || fail "libkqutm.so is no file"
 [[ $(readlink "$library/libkqutm.so.1") == libkqutm.so ]] || fail "libkqutm.so.1 does not lead to libkqutm.so"
+[[ ! -d $build/man || -s $place/usr/share/man/man3/utm_ips_activate.3 ]] || fail "the manual pages are missing"
 [[ -x $place/usr/bin/utmctl && -x $place/usr/bin/utm-gateway ]] || fail "the programs are missing"
 
 export PKG_CONFIG_PATH=$library/pkgconfig
