@@ -1,15 +1,16 @@
 #!/usr/bin/env bash
 # The manual pages are typeset without a warning. Every exported function has a page, and the pages show the prototypes of
-# the headers, each of them and no other; every command has its line in utmctl's. Usage: manuals.sh PAGES UTMCTL, from the
-# root of the sources.
+# the headers, each of them and no other. Every cause of a failure stands in libkqutm's, every command in utmctl's, every
+# option in utm-gateway's. Usage: manuals.sh PAGES UTMCTL UTM-GATEWAY, from the root of the sources.
 set -euo pipefail
 
 pages=$1
 utmctl=$2
+gateway=$3
 
 typeset_well() {
     local warnings
-    warnings=$(groff -man -t -ww -z -Tutf8 "$pages"/man1/* "$pages"/man3/kqutm_* "$pages"/man7/* 2>&1)
+    warnings=$(groff -man -t -ww -z -Tutf8 -rcR=1 "$pages"/man1/* "$pages"/man3/kqutm_* "$pages"/man7/* 2>&1)
     [[ -z $warnings ]] || { echo "$warnings" && return 1; }
 }
 
@@ -36,16 +37,23 @@ every_export_has_a_page() {
     done
 }
 
-every_command_has_its_line() {
-    local terms
-    terms=$(sed -n 's/^\\fB\(.*\)\\fR$/\1/p' "$pages/man1/utmctl.1" | sed 's/\\&//g')
-    "$utmctl" --json help | grep -oP '"usage":"utmctl \K[^"]*' | while read -r usage; do
-        grep -qxF -- "$usage" <<<"$terms" || { echo "utmctl(1) lacks $usage" && return 1; }
+# tells PAGE: of each term on standard input, at the start of a line.
+tells() {
+    local text term
+    text=$(sed 's/\\f[BIR]//g; s/\\&//g; s/\\-/-/g' "$pages/$1")
+    while read -r term; do
+        [[ $text == *$'\n'"$term"[$' \n']* ]] || { echo "$1 lacks $term" && return 1; }
     done
 }
+
+causes() { grep -ohE '^ \*       E[A-Z]+' include/kqutm/common.h | tr -d ' *'; }
+commands() { "$utmctl" --json help | grep -oP '"usage":"utmctl \K[^"]*'; }
+options() { "$gateway" run --help | grep -oE '^  -[-a-zA-Z,]+' | sed 's/^ *//; s/,/, /'; }
 
 typeset_well
 prototypes_agree
 every_export_has_a_page
-every_command_has_its_line
+causes | tells man7/libkqutm.7
+commands | tells man1/utmctl.1
+options | tells man1/utm-gateway.1
 echo "The manual pages are whole."
