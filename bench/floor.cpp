@@ -203,13 +203,17 @@ void reserve_and_release(uint32_t id)
 {
     {
         const locked registry = lock_registry();
-        uint32_t* table = of(registry).profiles;
+        uint32_t* table = of(registry).cf_policies;
         if (find(table, id) == table + UTM_ID_SLOTS)
             *find(table, 0) = id;
         registry.release();
     }
     const locked registry = lock_registry();
-    *find(of(registry).profiles, id) = 0;
+    for (uint32_t* table : {of(registry).cf_policies, of(registry).app_policies}) {
+        uint32_t* const slot = find(table, id);
+        if (slot != table + UTM_ID_SLOTS)
+            *slot = 0;
+    }
     registry.release();
 }
 

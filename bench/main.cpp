@@ -3,10 +3,10 @@
 #include "bench/daemons.h"
 #include "bench/pairs.h"
 #include "bench/report.h"
+#include "bench/statistics.h"
 
 #include "sim/namespaces.h"
 
-#include <algorithm>
 #include <benchmark/benchmark.h>
 #include <chrono>
 #include <cstdlib>
@@ -45,18 +45,19 @@ double nanoseconds(void (*run)())
     return std::chrono::duration<double, std::nano>(std::chrono::steady_clock::now() - begin).count();
 }
 
-double quantile(std::vector<double> values, double share)
+void tell(benchmark::State& state, const rounds& measured, double goal)
 {
-    const auto place = values.begin() + static_cast<long>(share * static_cast<double>(values.size() - 1));
-    std::nth_element(values.begin(), place, values.end());
-    return *place;
+    state.counters["floor_ns"] = measured.floor();
+    state.counters["library_ns"] = measured.library();
+    state.counters["ratio"] = measured.ratio();
+    state.counters["spread"] = measured.spread();
+    state.counters["goal"] = goal;
 }
 
 void measure(benchmark::State& state, const pair& pair)
 {
-    std::vector<double> floor;
-    std::vector<double> library;
-    std::vector<double> ratio;
+    fill_registry();
+    rounds measured;
     pair.floor();
     pair.library();
     for ([[maybe_unused]] auto _ : state) {
@@ -64,16 +65,36 @@ void measure(benchmark::State& state, const pair& pair)
         const double second = nanoseconds(pair.library);
         const double third = nanoseconds(pair.library);
         const double fourth = nanoseconds(pair.floor);
-        floor.insert(floor.end(), {first, fourth});
-        library.insert(library.end(), {second, third});
-        ratio.push_back((second + third) / (first + fourth));
+        measured.add(first, second, third, fourth);
         state.SetIterationTime((second + third) / 2e9);
     }
-    state.counters["floor_ns"] = quantile(floor, 0.5);
-    state.counters["library_ns"] = quantile(library, 0.5);
-    state.counters["ratio"] = quantile(ratio, 0.5);
-    state.counters["spread"] = (quantile(ratio, 0.75) - quantile(ratio, 0.25)) / 2;
-    state.counters["goal"] = pair.goal;
+    tell(state, measured, pair.goal);
+}
+
+// The loader compares by itself; this reads what it prints.
+void measure_loading(benchmark::State& state)
+{
+    rounds measured;
+    FILE* loader = popen(KQUTM_LOADER " " KQUTM_EMPTY_LIBRARY " " KQUTM_LIBRARY " 1000", "r");
+    double took[4];
+    while (fscanf(loader, "%lf %lf %lf %lf", &took[0], &took[1], &took[2], &took[3]) == 4)
+        measured.add(took[0], took[1], took[2], took[3]);
+    if (pclose(loader) != 0)
+        state.SkipWithError("the loader failed");
+    for ([[maybe_unused]] auto _ : state)
+        state.SetIterationTime(measured.library() / 1e9);
+    tell(state, measured, 1.5);
+}
+
+void look_at(benchmark::State& state, const limit& limit)
+{
+    const double floor = limit.floor == nullptr ? 0 : limit.floor();
+    const double library = limit.library();
+    for ([[maybe_unused]] auto _ : state)
+        state.SetIterationTime(0);
+    state.counters["floor"] = floor;
+    state.counters["library"] = library;
+    state.counters["limit"] = floor + limit.added;
 }
 
 // Keeps what is measured, for table and plot.
@@ -84,27 +105,39 @@ public:
     void ReportRuns(const std::vector<Run>& runs) override
     {
         for (const Run& run : runs) {
-            const auto figure = [&](const char* name) { return run.counters.at(name).value; };
-            rows.push_back({run.run_name.function_name, figure("floor_ns"), figure("library_ns"), figure("ratio"),
-                            figure("spread"), figure("goal")});
-            fprintf(stderr, "%s\n", run.run_name.function_name.c_str());
+            const std::string& name = run.run_name.function_name;
+            const auto figure = [&](const char* counter) { return run.counters.at(counter).value; };
+            if (run.counters.contains("limit"))
+                limits.push_back({name, figure("floor"), figure("library"), figure("limit")});
+            else
+                ratios.push_back({name, figure("floor_ns"), figure("library_ns"), figure("ratio"), figure("spread"),
+                                  figure("goal")});
+            fprintf(stderr, "%s\n", name.c_str());
         }
     }
 
-    std::vector<figures> rows;
+    std::vector<figures> ratios;
+    std::vector<absolute> limits;
 };
 
 int compare_times(const char* plot)
 {
+    // First, while little memory has been used that a measured process would inherit.
+    for (const limit& limit : limits())
+        benchmark::RegisterBenchmark(limit.name, [&limit](benchmark::State& state) { look_at(state, limit); })
+            ->Iterations(1)
+            ->UseManualTime();
     for (const pair& pair : pairs())
         benchmark::RegisterBenchmark(pair.name, [&pair](benchmark::State& state) { measure(state, pair); })
             ->Iterations(pair.rounds)
             ->UseManualTime();
+    benchmark::RegisterBenchmark("dlopen", measure_loading)->Iterations(1)->UseManualTime();
     collector table;
     benchmark::RunSpecifiedBenchmarks(&table);
-    print_table(table.rows);
+    print_table(table.ratios);
+    print_limits(table.limits);
     if (plot != nullptr)
-        write_plot(plot, table.rows);
+        write_plot(plot, table.ratios);
     return EXIT_SUCCESS;
 }
 
@@ -122,10 +155,11 @@ void count(void (*run)(), const std::string& name)
 
 int count_instructions()
 {
+    fill_registry();
     for (const pair& pair : pairs()) {
         if (pair.processes > 1) // callgrind counts one
             continue;
-        const std::string name = std::to_string(pair.records) + " " + pair.name;
+        const std::string name = std::to_string(pair.records) + " " + std::to_string(pair.added) + " " + pair.name;
         count(pair.floor, name + "|floor");
         count(pair.library, name + "|library");
     }

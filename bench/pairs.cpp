@@ -1,6 +1,8 @@
 #include "bench/pairs.h"
 
+#include "bench/crew.h"
 #include "bench/floor.h"
+#include "bench/usage.h"
 
 #include "kqutm/app.h"
 #include "kqutm/cf.h"
@@ -9,7 +11,6 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <sys/wait.h>
 #include <unistd.h>
 
 namespace bench {
@@ -20,8 +21,15 @@ constexpr double usual = 1.05;
 constexpr double many = 1.10;
 constexpr double logging = 1.15;
 
+constexpr long exchange = 200; // instructions
+constexpr long guarded_exchange = 300;
+constexpr long device = 20;
+constexpr long registry = 60;
+constexpr long line = 1500;
+
 constexpr uint32_t profile = 7;
-constexpr uint32_t spare_id = 100000;
+constexpr uint32_t policy = 8;
+constexpr uint32_t spare_id = 1000000;
 
 void release_devices(void* list)
 {
@@ -40,6 +48,11 @@ template <int Count> void library_devices()
     char count[16];
     snprintf(count, sizeof count, "%d", Count);
     release_devices(utm_devid_get_device_list_by_interface(count));
+}
+
+template <int Count> pair devices(const char* name, double goal, int rounds)
+{
+    return {name, floor_devices<Count>, library_devices<Count>, goal, guarded_exchange + Count * device, Count, rounds};
 }
 
 void release_domains(void* list)
@@ -96,10 +109,10 @@ void floor_av()
     floor::engine_exchange(UTM_AV_SOCKET, &message, sizeof message, 1);
 }
 
-void library_reserve_and_release()
+void reserve_and_release(uint32_t id)
 {
-    get_unique_id(spare_id, UTM_ID_USER_PROFILE);
-    reset_utm_id_shm(spare_id, UTM_ID_USER_PROFILE);
+    get_unique_id(id, UTM_ID_CF_POLICY);
+    reset_utm_id_shm(id, UTM_ID_CF_POLICY);
 }
 
 void floor_check()
@@ -112,23 +125,37 @@ void library_check()
     check_shm_utm_id(profile, UTM_ID_USER_PROFILE);
 }
 
-// Each of so many processes does it a hundred times, in turn with the others where it takes the lock.
-template <int Processes, void (*Operation)()> void at_once()
+// So many operations by so many processes together, which take turns where they lock.
+template <int Processes, void (*Operation)()> void by()
 {
-    for (int process = 0; process < Processes; ++process) {
-        if (fork() != 0)
-            continue;
-        for (int times = 0; times < 100; ++times)
-            Operation();
-        _exit(EXIT_SUCCESS);
-    }
-    for (int process = 0; process < Processes; ++process)
-        wait(nullptr);
+    constexpr int operations = 1600;
+    at_once(Processes, Operation, operations / Processes);
 }
 
 template <int Processes> pair check_by(const char* name)
 {
-    return {name, at_once<Processes, floor_check>, at_once<Processes, library_check>, usual, 0, 10, Processes};
+    return {name, by<Processes, floor_check>, by<Processes, library_check>, usual, 0, 0, 30, Processes};
+}
+
+// Each process has an identifier of its own.
+uint32_t own_id()
+{
+    return spare_id + static_cast<uint32_t>(getpid());
+}
+
+void floor_reserve_own()
+{
+    floor::reserve_and_release(own_id());
+}
+
+void library_reserve_own()
+{
+    reserve_and_release(own_id());
+}
+
+template <int Processes> pair reserve_by(const char* name)
+{
+    return {name, by<Processes, floor_reserve_own>, by<Processes, library_reserve_own>, usual, 0, 0, 20, Processes};
 }
 
 void release_mapping(void* list)
@@ -146,40 +173,84 @@ char text[UTM_UUID_SIZE];
 
 void floor_log_line()
 {
-    char line[128];
-    const int size = snprintf(line, sizeof line, "%s(%d) %s", "utm_ips_activate", 42, "set switch fail\n");
-    floor::log_line(UTM_IPS_LOG, line, static_cast<size_t>(size));
+    char written[128];
+    const int size = snprintf(written, sizeof written, "%s(%d) %s", "utm_ips_activate", 42, "set switch fail\n");
+    floor::log_line(UTM_IPS_LOG, written, static_cast<size_t>(size));
 }
+
+// Profiles and content-filter policies from the first identifier to these. The policies leave slots to those who
+// reserve.
+bool register_ids(uint32_t first, uint32_t last_profile, uint32_t last_policy)
+{
+    for (uint32_t id = first; id <= last_profile; ++id)
+        get_unique_id(id, UTM_ID_USER_PROFILE);
+    for (uint32_t id = first; id <= last_policy; ++id)
+        get_unique_id(id, UTM_ID_CF_POLICY);
+    return true;
+}
+
+const char* const show_registry[] = {KQUTM_UTMCTL, "registry", "show", nullptr};
 
 } // namespace
 
 const std::vector<pair>& pairs()
 {
     static const std::vector<pair> all = {
-        {"config send", floor_cf_send, [] { utm_cf_debug(1); }, usual},
-        {"config read", floor_usage<0>, library_usage<0>, usual},
-        {"usage list of 1000", floor_usage<1000>, library_usage<1000>, usual, 1000, 100},
+        {"config send", floor_cf_send, [] { utm_cf_debug(1); }, usual, guarded_exchange},
+        {"config read", floor_usage<0>, library_usage<0>, usual, guarded_exchange},
+        {"usage list of 1000", floor_usage<1000>, library_usage<1000>, usual, 0, 1000, 300},
         {"domain list of 100, traced", floor_domains,
-         [] { release_domains(utm_user_profile_get_browse_domain_list(100)); }, many, 0, 100},
-        {"IPS", floor_ips, [] { utm_ips_activate(1); }, usual},
-        {"devid", floor_devid, [] { utm_devid_flush_cache_list(); }, usual},
-        {"AV", floor_av, [] { utm_av_reset(); }, usual},
-        {"IR", floor::ir_exchange, [] { utm_ir_db_set_update_check_freq(1); }, usual},
-        {"device list of 0", floor_devices<0>, library_devices<0>, usual},
-        {"device list of 1000", floor_devices<1000>, library_devices<1000>, usual, 1000, 100},
-        {"device list of 100000", floor_devices<100000>, library_devices<100000>, many, 100000, 5},
-        {"check", floor_check, library_check, usual},
+         [] { release_domains(utm_user_profile_get_browse_domain_list(100)); }, many, guarded_exchange + 100 * line,
+         100, 300},
+        {"IPS", floor_ips, [] { utm_ips_activate(1); }, usual, guarded_exchange},
+        {"devid", floor_devid, [] { utm_devid_flush_cache_list(); }, usual, guarded_exchange},
+        {"AV", floor_av, [] { utm_av_reset(); }, usual, exchange},
+        {"IR", floor::ir_exchange, [] { utm_ir_db_set_update_check_freq(1); }, usual, exchange},
+        devices<0>("device list of 0", usual, 2000),
+        devices<1000>("device list of 1000", usual, 300),
+        devices<100000>("device list of 100000", many, 15),
+        {"check", floor_check, library_check, usual, registry},
         check_by<2>("check by 2 processes"),
+        check_by<4>("check by 4 processes"),
         check_by<8>("check by 8 processes"),
+        check_by<16>("check by 16 processes"),
+        check_by<32>("check by 32 processes"),
         check_by<64>("check by 64 processes"),
-        {"reserve and release", [] { floor::reserve_and_release(spare_id); }, library_reserve_and_release, usual},
-        {"bind", [] { floor::bind(profile, 20); }, [] { utm_user_profile_add_cf_policy(profile, 20); }, usual},
-        {"mapping of 255", [] { release_mapping(floor::mapping()); },
-         [] { release_mapping(dump_utm_profile_mapping()); }, usual},
-        {"add device", [] { floor::add_device(profile); }, library_add_device, usual},
-        {"UUID", [] { floor::get_uuid(text); }, [] { utm_uuid_get(text, sizeof text); }, usual},
+        {"reserve and release", [] { floor::reserve_and_release(spare_id); }, [] { reserve_and_release(spare_id); },
+         usual, 2 * registry},
+        reserve_by<2>("reserve by 2 processes"),
+        reserve_by<4>("reserve by 4 processes"),
+        reserve_by<8>("reserve by 8 processes"),
+        reserve_by<16>("reserve by 16 processes"),
+        reserve_by<32>("reserve by 32 processes"),
+        reserve_by<64>("reserve by 64 processes"),
+        {"bind", [] { floor::bind(profile, policy); }, [] { utm_user_profile_add_cf_policy(profile, policy); }, usual,
+         3 * registry + guarded_exchange},
+        {"mapping of 256", [] { release_mapping(floor::mapping()); },
+         [] { release_mapping(dump_utm_profile_mapping()); }, usual, registry + 256 * device, 256},
+        {"add device", [] { floor::add_device(profile); }, library_add_device, usual, registry + 3 * guarded_exchange},
+        {"UUID", [] { floor::get_uuid(text); }, [] { utm_uuid_get(text, sizeof text); }, usual, registry},
         {"log line", floor_log_line,
-         [] { utm_log(UTM_IPS_LOG, "%s(%d) %s", "utm_ips_activate", 42, "set switch fail\n"); }, logging},
+         [] { utm_log(UTM_IPS_LOG, "%s(%d) %s", "utm_ips_activate", 42, "set switch fail\n"); }, logging, line},
+    };
+    return all;
+}
+
+const std::vector<limit>& limits()
+{
+    constexpr double more_memory = 512;
+    static const std::vector<limit> all = {
+        {"KB of memory, device list of 100000", [] { return peak_memory(floor_devices<100000>); },
+         [] { return peak_memory(library_devices<100000>); }, more_memory},
+        {"KB of memory, usage list of 1000", [] { return peak_memory(floor_usage<1000>); },
+         [] { return peak_memory(library_usage<1000>); }, more_memory},
+        {"ms of processor, utmctl registry show", nullptr, [] { return processor_time(show_registry); }, 5},
+        {"ms of processor, for a full registry", nullptr,
+         [] {
+             fill_registry();
+             return processor_time(show_registry);
+         },
+         5},
     };
     return all;
 }
@@ -190,9 +261,13 @@ void prepare()
         utm_log(log, "first line\n");
     utm_uuid_set("3f2504e0-4f89-11d3-9a0c-0305e82c3301");
     init_utm_id_shm();
-    get_unique_id(20, UTM_ID_CF_POLICY);
-    for (uint32_t id = 1; id < UTM_ID_SLOTS; ++id)
-        get_unique_id(id, UTM_ID_USER_PROFILE);
+    register_ids(1, 8, 8);
+}
+
+void fill_registry()
+{
+    static const bool filled = register_ids(9, UTM_ID_SLOTS, UTM_ID_SLOTS - 64);
+    (void)filled;
 }
 
 } // namespace bench

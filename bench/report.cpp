@@ -45,6 +45,16 @@ void print_table(const std::vector<figures>& rows)
                row.library / 1000, row.ratio, row.spread, row.goal);
 }
 
+void print_limits(const std::vector<absolute>& rows)
+{
+    if (rows.empty())
+        return;
+    printf("\n| %-38s | %9s | %9s | %9s |\n", "What", "floor", "library", "limit");
+    printf("|:---------------------------------------|----------:|----------:|----------:|\n");
+    for (const absolute& row : rows)
+        printf("| %-38s | %9.1f | %9.1f | %9.1f |\n", row.name.c_str(), row.floor, row.library, row.limit);
+}
+
 void write_plot(const std::string& path, const std::vector<figures>& rows)
 {
     const double height = row_height * static_cast<double>(rows.size() + 1);

@@ -14,7 +14,16 @@ struct figures {
     double goal;
 };
 
+// What has a limit instead of a goal, each in a unit of its own.
+struct absolute {
+    std::string name;
+    double floor;
+    double library;
+    double limit;
+};
+
 void print_table(const std::vector<figures>& rows);
+void print_limits(const std::vector<absolute>& rows);
 void write_plot(const std::string& path, const std::vector<figures>& rows);
 
 } // namespace bench

@@ -1,0 +1,2 @@
+/* The least that can be loaded as a library. */
+typedef int nothing;
