@@ -54,10 +54,10 @@ public:
 };
 
 // Takes a request and sends these records, each in one piece.
-inline sim::script send_records(const std::vector<sim::bytes>& records)
+inline sim::script send_records(const std::vector<sim::bytes>& replies)
 {
     sim::script script = {sim::receive()};
-    for (const sim::bytes& record : records)
+    for (const sim::bytes& record : replies)
         script.push_back(sim::send(record));
     script.push_back(sim::await_close());
     return script;

@@ -48,6 +48,7 @@ struct command {
     const char* help;
     const char* destroys = nullptr; // what is lost, where the command wants --yes
     const char* example = nullptr;
+    double timeout = 60; // seconds for each call, where --timeout tells no other
 };
 
 struct family {

@@ -8,7 +8,6 @@
 
 namespace {
 
-constexpr double default_timeout = 60;
 constexpr char options_help[] = "'utmctl help' lists the options";
 
 struct global_flags {
@@ -94,7 +93,7 @@ void declare(CLI::App& parser, const argument& one, texts& values)
 request parse_arguments(const family& group, const command& what, const texts& arguments, bool dry_run)
 {
     const std::string words = words_of(group, what);
-    request asked = {.values = {}, .timeout = default_timeout, .words = words, .what = &what};
+    request asked = {.values = {}, .timeout = what.timeout, .words = words, .what = &what};
     CLI::App parser;
     parser.set_help_flag();
     parser.allow_extras();
@@ -182,5 +181,6 @@ void parse(const texts& arguments, command_line& line)
     check_globals(flags);
     if (line.what != nullptr)
         line.asked = parse_arguments(*line.group, *line.what, arguments_of(line), line.dry_run);
-    line.asked.timeout = flags.timeout.empty() ? default_timeout : seconds_of(flags.timeout);
+    if (!flags.timeout.empty())
+        line.asked.timeout = seconds_of(flags.timeout);
 }

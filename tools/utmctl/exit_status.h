@@ -22,7 +22,8 @@ struct exit_status_row {
 
 constexpr exit_status_row exit_statuses[] = {
     {exit_status::done, "done", "done"},
-    {exit_status::refused, "refused", "refused by the daemon, the system, or the registry: identifier taken, no slot free"},
+    {exit_status::refused, "refused",
+     "refused by the daemon, the system, or the registry: identifier taken, no slot free"},
     {exit_status::usage, "usage", "wrong usage; nothing was sent"},
     {exit_status::no_answer, "no-answer", "no answer in time"},
     {exit_status::unreachable, "unreachable", "the daemon cannot be reached"},

@@ -2,9 +2,9 @@
 
 namespace {
 
-constexpr const family* families[] = {&profile_family, &cf_family,      &app_family, &reset_family,    &ips_family,
-                                      &devid_family,   &av_family,      &ir_family,  &registry_family, &uuid_family,
-                                      &sys_family,     &version_family, &help_family};
+constexpr const family* families[] = {&profile_family, &cf_family,     &app_family,  &reset_family,    &ips_family,
+                                      &devid_family,   &av_family,     &ir_family,   &registry_family, &uuid_family,
+                                      &sys_family,     &status_family, &wait_family, &version_family,  &help_family};
 
 } // namespace
 

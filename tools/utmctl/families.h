@@ -11,6 +11,8 @@ extern const family ips_family;
 extern const family devid_family;
 extern const family av_family;
 extern const family ir_family;
+extern const family status_family;
+extern const family wait_family;
 extern const family uuid_family;
 extern const family sys_family;
 extern const family version_family;

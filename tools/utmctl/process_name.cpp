@@ -4,9 +4,15 @@
 
 #include <fstream>
 
-std::string name_of_process(int process)
+std::string own_name_of_process(int process)
 {
     std::string name;
     std::getline(std::ifstream("/proc/" + std::to_string(process) + "/comm"), name);
-    return "process " + std::to_string(process) + " (" + (name.empty() ? "of unknown name" : printable(name)) + ")";
+    return printable(name);
+}
+
+std::string name_of_process(int process)
+{
+    const std::string name = own_name_of_process(process);
+    return "process " + std::to_string(process) + " (" + (name.empty() ? "of unknown name" : name) + ")";
 }

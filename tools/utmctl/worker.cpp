@@ -1,5 +1,6 @@
 #include "tools/utmctl/worker.h"
 
+#include "tools/utmctl/descriptor.h"
 #include "tools/utmctl/rehearsal.h"
 
 #include <cerrno>
@@ -13,28 +14,10 @@
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
-#include <utility>
 
 namespace {
 
 using clock_type = std::chrono::steady_clock;
-
-class descriptor {
-public:
-    explicit descriptor(int fd) : fd_(fd) {}
-    descriptor(const descriptor&) = delete;
-    descriptor& operator=(const descriptor&) = delete;
-    ~descriptor() { reset(); }
-    int get() const { return fd_; }
-    void reset()
-    {
-        if (fd_ >= 0)
-            close(std::exchange(fd_, -1));
-    }
-
-private:
-    int fd_;
-};
 
 [[noreturn]] void cannot_start(const std::string& what, const char* step)
 {
