@@ -16,7 +16,7 @@ typeset_well() {
 
 # The prototypes of a family's header, one a line and without white space.
 declared() {
-    awk '/^UTM_API / { wanted = 1 } wanted { ended = sub(/;.*/, ";"); printf ended ? "%s\n" : "%s", $0; wanted = !ended }' "$1" |
+    awk '/^UTM_API / { inside = 1 } inside { inside = !sub(/;.*/, ";"); printf inside ? "%s" : "%s\n", $0 }' "$1" |
         sed 's/^UTM_API//; s/UTM_PRINTF([^)]*)//' | tr -d ' \t' | sort
 }
 
