@@ -46,6 +46,14 @@ tells() {
     done
 }
 
+# Our own pages that a page refers to.
+every_reference_leads_somewhere() {
+    local name section
+    grep -ohE '\*(lib)?(kqutm|utm)[-a-z_]*\*\([137]\)' docs/man/*.scd | tr -d '*)' | sort -u | while IFS='(' read -r name section; do
+        [[ -s $pages/man$section/$name.$section ]] || { echo "there is no $name($section)" && return 1; }
+    done
+}
+
 causes() { grep -ohE '^ \*       E[A-Z]+' include/kqutm/common.h | tr -d ' *'; }
 commands() { "$utmctl" --json help | grep -oP '"usage":"utmctl \K[^"]*'; }
 options() { "$gateway" run --help | grep -oE '^  -[-a-zA-Z,]+' | sed 's/^ *//; s/,/, /'; }
@@ -53,6 +61,7 @@ options() { "$gateway" run --help | grep -oE '^  -[-a-zA-Z,]+' | sed 's/^ *//; s
 typeset_well
 prototypes_agree
 every_export_has_a_page
+every_reference_leads_somewhere
 causes | tells man7/libkqutm.7
 commands | tells man1/utmctl.1
 options | tells man1/utm-gateway.1
