@@ -1,0 +1,32 @@
+#pragma once
+
+#include "tests/failing_calls/run.h"
+
+#include <string>
+#include <vector>
+
+// What becomes of an operation in which a call of libc fails.
+namespace failing_calls {
+
+struct failing_call {
+    const char* function;
+    int error;   // that it fails with
+    bool spares; // its failure changes nothing for the caller of the operation
+};
+
+// Every wrapped call that can fail. The others release, or tell the time.
+const std::vector<failing_call>& all_failing_calls();
+
+// Whether the operation succeeds all the same when this one call fails, though the call matters elsewhere.
+bool is_spared(const std::string& operation, const fault& fault, const outcome& undisturbed);
+
+// Whether a failure may read as success, for want of a lock that a check, a release or a binding would need.
+bool succeeds_without_lock(const std::string& operation);
+
+// Whether the operation abandons what it has taken from the heap when it fails.
+bool abandons_blocks(const std::string& operation);
+
+// Whether the operation leaves a lock, or the registry attached, when it gets as far as that.
+bool keeps_what_it_got(const std::string& operation);
+
+} // namespace failing_calls
