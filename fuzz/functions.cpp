@@ -1,0 +1,175 @@
+// What the library calls, answered by the machine: the linker sends each call of NAME to __wrap_NAME. One list names
+// them all, in this folder's CMakeLists.txt.
+
+#include "fuzz/current.h"
+#include "fuzz/machine.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <ifaddrs.h>
+#include <sys/ipc.h>
+#include <sys/sem.h>
+#include <sys/shm.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+using fuzz::current;
+
+namespace {
+
+constexpr int daemon_fd = 1000;
+constexpr int file_fd = 1001;
+constexpr int known = 1; // every System V object
+
+bool is_log(const char* path)
+{
+    return strncmp(path, "/tmp/utm_log/", 13) == 0;
+}
+
+FILE* stream_of(const fuzz::bytes& content)
+{
+    FILE* stream = fmemopen(nullptr, content.size() + 1, "w+");
+    fwrite(content.data(), 1, content.size(), stream);
+    rewind(stream);
+    return stream;
+}
+
+// Runs body outside the library.
+template <class Body> auto outside(Body body)
+{
+    fuzz::machine* const machine = current;
+    current = nullptr;
+    auto result = body(machine);
+    current = machine;
+    return result;
+}
+
+} // namespace
+
+extern "C" {
+
+// A call that always does the same.
+#define ANSWERED(result, name, answer, parameters, arguments)                                                          \
+    result __real_##name parameters;                                                                                   \
+    result __wrap_##name parameters                                                                                    \
+    {                                                                                                                  \
+        return current == nullptr ? __real_##name arguments : (answer);                                                \
+    }
+
+ANSWERED(int, socket, daemon_fd, (int domain, int type, int protocol), (domain, type, protocol))
+ANSWERED(int, connect, 0, (int fd, const sockaddr* address, socklen_t length), (fd, address, length))
+ANSWERED(int, setsockopt, 0, (int fd, int level, int option, const void* value, socklen_t length),
+         (fd, level, option, value, length))
+ANSWERED(int, select, 1, (int count, fd_set* read, fd_set* write, fd_set* except, timeval* limit),
+         (count, read, write, except, limit))
+ANSWERED(ssize_t, recv, current->receive(data, size), (int fd, void* data, size_t size, int flags),
+         (fd, data, size, flags))
+ANSWERED(ssize_t, send, current->take_request(data, size), (int fd, const void* data, size_t size, int flags),
+         (fd, data, size, flags))
+ANSWERED(ssize_t, read, current->receive(data, size), (int fd, void* data, size_t size), (fd, data, size))
+ANSWERED(int, access, is_log(path) || current->find_file(path) != nullptr ? 0 : -1, (const char* path, int mode),
+         (path, mode))
+ANSWERED(int, system, 0, (const char* command), (command))
+ANSWERED(int, unlink, 0, (const char* path), (path))
+ANSWERED(int, flock, 0, (int fd, int operation), (fd, operation))
+ANSWERED(int, usleep, 0, (useconds_t time), (time))
+ANSWERED(key_t, ftok, known, (const char* path, int project), (path, project))
+ANSWERED(int, semget, known, (key_t key, int count, int flags), (key, count, flags))
+ANSWERED(int, semop, 0, (int set, sembuf* operations, size_t count), (set, operations, count))
+ANSWERED(int, shmget, known, (key_t key, size_t size, int flags), (key, size, flags))
+ANSWERED(void*, shmat, current->segment(), (int segment, const void* address, int flags), (segment, address, flags))
+ANSWERED(int, shmdt, 0, (const void* address), (address))
+ANSWERED(int, kill, (current->note_signal(process), 0), (pid_t process, int signal), (process, signal))
+
+int __real_close(int fd);
+int __wrap_close(int fd)
+{
+    return fd == daemon_fd || fd == file_fd ? 0 : __real_close(fd);
+}
+
+ssize_t __real_write(int fd, const void* data, size_t size);
+ssize_t __wrap_write(int fd, const void* data, size_t size)
+{
+    if (current == nullptr)
+        return __real_write(fd, data, size);
+    if (fd == daemon_fd)
+        return current->take_request(data, size);
+    // A line of a log: every byte of it is there to be read.
+    volatile uint8_t last = 0;
+    for (size_t i = 0; i < size; i++)
+        last = static_cast<const uint8_t*>(data)[i];
+    (void)last;
+    return static_cast<ssize_t>(size);
+}
+
+int __real_open(const char* path, int flags, mode_t mode);
+int __wrap_open(const char* path, int flags, mode_t mode)
+{
+    return current == nullptr ? __real_open(path, flags, mode) : file_fd;
+}
+
+int __real_stat(const char* path, struct stat* file);
+int __wrap_stat(const char* path, struct stat* file)
+{
+    if (current == nullptr)
+        return __real_stat(path, file);
+    file->st_size = 0;
+    return 0;
+}
+
+FILE* __real_fopen(const char* path, const char* mode);
+FILE* __wrap_fopen(const char* path, const char* mode)
+{
+    if (current == nullptr)
+        return __real_fopen(path, mode);
+    return outside([=](fuzz::machine* machine) {
+        const fuzz::bytes* content = machine->find_file(path);
+        return content == nullptr ? nullptr : stream_of(*content);
+    });
+}
+
+FILE* __real_fdopen(int fd, const char* mode);
+FILE* __wrap_fdopen(int fd, const char* mode)
+{
+    return fd == file_fd ? stream_of({}) : __real_fdopen(fd, mode);
+}
+
+FILE* __real_popen(const char* command, const char* mode);
+FILE* __wrap_popen(const char* command, const char* mode)
+{
+    if (current == nullptr)
+        return __real_popen(command, mode);
+    return outside([](fuzz::machine* machine) { return stream_of(machine->output()); });
+}
+
+int __real_pclose(FILE* stream);
+int __wrap_pclose(FILE* stream)
+{
+    return current == nullptr ? __real_pclose(stream) : fclose(stream);
+}
+
+int __real_getifaddrs(ifaddrs** list);
+int __wrap_getifaddrs(ifaddrs** list)
+{
+    return current == nullptr ? __real_getifaddrs(list) : -1;
+}
+
+void* __real_malloc(size_t size);
+void* __wrap_malloc(size_t size)
+{
+    void* block = __real_malloc(size);
+    if (current != nullptr)
+        current->note_block(block);
+    return block;
+}
+
+void __real_free(void* block);
+void __wrap_free(void* block)
+{
+    if (current != nullptr && block != nullptr)
+        current->forget_block(block);
+    __real_free(block);
+}
+}

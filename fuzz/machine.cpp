@@ -1,0 +1,138 @@
+#include "fuzz/machine.h"
+
+#include "fuzz/current.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+
+namespace fuzz {
+
+machine* current = nullptr;
+
+bytes input::take(size_t size)
+{
+    size = std::min(size, left_);
+    bytes taken(at_, at_ + size);
+    at_ += size;
+    left_ -= size;
+    return taken;
+}
+
+machine::machine(input daemon) : daemon_(daemon)
+{
+    current = this;
+}
+
+machine::~machine()
+{
+    require(blocks_.empty(), "every block is released");
+    current = nullptr;
+}
+
+namespace {
+
+// How a receive ends: most bytes stand for a whole record, so that lists grow long.
+enum ending : uint8_t {
+    part = 5,
+    failure = 6,
+    end = 7
+};
+constexpr uint8_t endings = 8;
+constexpr int errors[] = {EAGAIN, ECONNRESET, EINTR, EIO};
+
+// While it lives, the machine's own blocks are not noted.
+class paused {
+public:
+    paused() : machine_(current) { current = nullptr; }
+    paused(const paused&) = delete;
+    paused& operator=(const paused&) = delete;
+    ~paused() { current = machine_; }
+
+private:
+    machine* machine_;
+};
+
+} // namespace
+
+long machine::receive(void* data, size_t size)
+{
+    const paused own;
+    if (daemon_.empty())
+        return 0;
+    const uint8_t how = daemon_.byte() % endings;
+    if (how == end)
+        return 0;
+    if (how == failure) {
+        errno = errors[daemon_.byte() % std::size(errors)];
+        return -1;
+    }
+    const bytes brought = daemon_.take(how == part ? daemon_.byte() * size / UINT8_MAX : size);
+    std::copy(brought.begin(), brought.end(), static_cast<uint8_t*>(data));
+    sent_.push_back({brought, brought.size() == size});
+    return static_cast<long>(brought.size());
+}
+
+long machine::take_request(const void* data, size_t size)
+{
+    const paused own;
+    const auto* first = static_cast<const uint8_t*>(data);
+    requests_.emplace_back(first, first + size);
+    return static_cast<long>(size);
+}
+
+const bytes* machine::find_file(const std::string& path) const
+{
+    for (const file& file : files_) {
+        if (file.path == path)
+            return &file.content;
+    }
+    return nullptr;
+}
+
+void machine::note_block(void* block)
+{
+    const paused own;
+    blocks_.push_back(block);
+}
+
+void machine::forget_block(void* block)
+{
+    const auto found = std::find(blocks_.begin(), blocks_.end(), block);
+    require(found != blocks_.end(), "what is released was taken");
+    blocks_.erase(found);
+}
+
+void machine::free_abandoned()
+{
+    const paused own;
+    for (void* block : blocks_)
+        free(block);
+    blocks_.clear();
+}
+
+void require(bool holds, const char* what)
+{
+    if (holds)
+        return;
+    fprintf(stderr, "broken: %s\n", what);
+    abort();
+}
+
+int32_t value_at(const bytes& record, size_t offset)
+{
+    int32_t value;
+    memcpy(&value, record.data() + offset, sizeof value);
+    return value;
+}
+
+size_t leading_records(const std::vector<piece>& pieces, size_t offset, int32_t value)
+{
+    const auto other = std::find_if(pieces.begin(), pieces.end(), [=](const piece& piece) {
+        return !piece.whole || value_at(piece.data, offset) != value;
+    });
+    return static_cast<size_t>(other - pieces.begin());
+}
+
+} // namespace fuzz

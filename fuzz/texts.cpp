@@ -1,0 +1,98 @@
+// A caller with a text of its own for every operation that takes one.
+
+#include "kqutm/registry.h"
+
+#include "fuzz/target.h"
+
+namespace {
+
+// How a text travels: at which byte of the request, and what becomes of one that fills the field.
+enum class overflow {
+    cut,  // and terminated
+    fill, // and not terminated
+    refuse
+};
+
+struct operation {
+    int32_t (*call)(const char* text);
+    size_t offset;
+    size_t width;
+    overflow too_long;
+};
+
+template <auto list> int32_t null_is_failure(const char* text)
+{
+    return list(text) == nullptr ? -1 : 0;
+}
+
+using fuzz::bytes;
+
+const operation operations[] = {
+    {utm_cf_add_trusted_url, 8, 2048, overflow::refuse},
+    {utm_cf_del_trusted_url, 8, 2048, overflow::refuse},
+    {utm_cf_add_forbidden_url, 8, 2048, overflow::refuse},
+    {utm_cf_del_forbidden_url, 8, 2048, overflow::refuse},
+    {[](const char* text) { return utm_cf_policy_add_trusted_domain(20, text); }, 12, 512, overflow::refuse},
+    {[](const char* text) { return utm_cf_policy_del_trusted_domain(20, text); }, 12, 512, overflow::refuse},
+    {[](const char* text) { return utm_cf_policy_add_forbidden_domain(20, text); }, 12, 512, overflow::refuse},
+    {[](const char* text) { return utm_cf_policy_del_forbidden_domain(20, text); }, 12, 512, overflow::refuse},
+    {[](const char* text) { return utm_cf_policy_add_domain_keyword(20, text); }, 12, 512, overflow::refuse},
+    {[](const char* text) { return utm_cf_policy_del_domain_keyword(20, text); }, 12, 512, overflow::refuse},
+    {utm_app_import_statistics, 8, 128, overflow::refuse},
+    {utm_app_export_statistics, 8, 128, overflow::refuse},
+    {utm_app_update_signature, 8, 128, overflow::fill},
+    {[](const char* text) { return utm_ips_set_whitelist(text, 1); }, 20, 11, overflow::cut},
+    {[](const char* text) { return utm_ips_set_blacklist(text, 1); }, 20, 11, overflow::cut},
+    {utm_ips_update_signature, 56, 256, overflow::cut},
+    {[](const char* text) { return utm_devid_set_ignore_iface(text, 1); }, 24 + 177, 16, overflow::cut},
+    {null_is_failure<utm_devid_get_device_list_by_ip>, 24 + 161, 16, overflow::cut},
+    {null_is_failure<utm_devid_get_device_list_by_interface>, 24 + 177, 16, overflow::cut},
+    {null_is_failure<utm_devid_get_device_list_by_mac>, 24, 32, overflow::cut},
+    {[](const char* text) { return utm_av_set_whitelist(text, 1); }, 20, 33, overflow::fill},
+    {utm_ir_load_db, 4, 128, overflow::fill},
+};
+
+void check(const operation& operation, const bytes& text, const fuzz::machine& machine)
+{
+    const auto* const given = reinterpret_cast<const char*>(text.data());
+    operation.call(given);
+    const size_t length = strlen(given);
+    if (machine.requests().empty()) {
+        fuzz::require(length == 0 || (length >= operation.width && operation.too_long == overflow::refuse),
+                      "only a text that is too long, or empty, is refused");
+        return;
+    }
+    const size_t fits = operation.too_long == overflow::fill ? operation.width : operation.width - 1;
+    fuzz::require_text(machine.requests().front(), operation.offset, operation.width,
+                       bytes(text.begin(), text.begin() + static_cast<long>(std::min(length, fits))));
+}
+
+// Texts that go nowhere else than to a shell, the log, the kernel or the common segment.
+void check_others(const char* text)
+{
+    char uuid[UTM_UUID_SIZE];
+    utm_log(UTM_IPS_LOG, "%s\n", text);
+    utm_cf_redirect_page(text);
+    dump_cf_activate(text);
+    const bool kept = utm_uuid_set(text) == 0 && *text != '\0';
+    fuzz::require(kept == (*text != '\0' && strlen(text) < UTM_UUID_SIZE), "a UUID fits or is refused");
+    fuzz::require(!kept || (utm_uuid_get(uuid, sizeof uuid) == 0 && strcmp(uuid, text) == 0), "a UUID comes back");
+}
+
+} // namespace
+
+int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+{
+    fuzz::input input(data, size);
+    const size_t chosen = input.byte() % (std::size(operations) + 1);
+    bytes text = input.rest();
+    text.push_back(0);
+    bytes segment(UTM_UUID_SIZE);
+    fuzz::machine machine(fuzz::input(nullptr, 0));
+    machine.put_segment(segment.data());
+    if (chosen == std::size(operations))
+        check_others(reinterpret_cast<const char*>(text.data()));
+    else
+        check(operations[chosen], text, machine);
+    return 0;
+}
