@@ -1,5 +1,5 @@
 # Compresses the manuals of what is being packaged, as Debian wants them; links among them lead to the packed ones.
-file(GLOB_RECURSE manuals ${CPACK_TEMPORARY_DIRECTORY}/*/share/man/man*/*.[0-9])
+file(GLOB manuals ${CPACK_TEMPORARY_DIRECTORY}/*${CPACK_PACKAGING_INSTALL_PREFIX}/share/man/man*/*.[0-9])
 foreach(manual IN LISTS manuals)
   if(IS_SYMLINK ${manual})
     file(READ_SYMLINK ${manual} target)
