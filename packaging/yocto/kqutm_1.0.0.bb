@@ -30,7 +30,7 @@ FILES_SOLIBSDEV = ""
 INSANE_SKIP:${PN} += "dev-so libdir"
 
 PACKAGES =+ "utmctl"
-FILES:utmctl = "${bindir}/utmctl"
+FILES:utmctl = "${bindir}/utmctl ${datadir}/bash-completion ${datadir}/zsh"
 FILES:${PN} = "${prefix}/lib/libkqutm.so ${prefix}/lib/libkqutm.so.1 ${nonarch_libdir}/tmpfiles.d"
 FILES:${PN}-dev = "${includedir} ${prefix}/lib/pkgconfig ${prefix}/lib/cmake"
 FILES:${PN}-staticdev = "${prefix}/lib/libkqutm.a"

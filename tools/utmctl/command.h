@@ -63,3 +63,6 @@ std::span<const family* const> all_families();
 [[noreturn]] void refuse_arguments(const request& asked, const std::string& wrong);
 
 std::string words_of(const family& group, const command& one);
+
+// Whether the family's word alone is its one command.
+bool is_one_word(const family& group);

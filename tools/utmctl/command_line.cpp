@@ -1,6 +1,7 @@
 #include "tools/utmctl/command_line.h"
 
 #include "tools/utmctl/arguments.h"
+#include "tools/utmctl/families.h"
 #include "tools/utmctl/lookup.h"
 
 #include <CLI/CLI.hpp>
@@ -114,11 +115,6 @@ request parse_arguments(const family& group, const command& what, const texts& a
     return asked;
 }
 
-bool is_one_word(const family& group)
-{
-    return *group.commands.front().word == '\0';
-}
-
 problem incomplete(const std::string& what, const std::string& next)
 {
     return {.status = exit_status::usage, .what = what, .culprits = {}, .next = next};
@@ -139,6 +135,23 @@ void find_words(command_line& line)
         line.what = &find_command(*line.group, is_one_word(*line.group) ? "" : line.words[1]);
 }
 
+bool is_completion(const texts& arguments)
+{
+    return !arguments.empty() && arguments.front() == complete_family.word;
+}
+
+// The words to complete are another line, whose options are not this one's.
+void take_completion(const texts& arguments, command_line& line)
+{
+    line.words = arguments;
+    line.group = &complete_family;
+    line.what = &complete_family.commands.front();
+    line.asked.values = {{line.what->arguments.front().name, {arguments.begin() + 1, arguments.end()}}};
+    line.asked.timeout = line.what->timeout;
+    line.asked.words = complete_family.word;
+    line.asked.what = line.what;
+}
+
 texts arguments_of(const command_line& line)
 {
     return {line.words.begin() + (is_one_word(*line.group) ? 1 : 2), line.words.end()};
@@ -149,6 +162,8 @@ texts arguments_of(const command_line& line)
 output_style style_of(const texts& arguments)
 {
     output_style style;
+    if (is_completion(arguments))
+        return style;
     for (const std::string& one : arguments) {
         const bool short_flags = one.size() > 1 && one[0] == '-' && one[1] != '-';
         style.json |= one.starts_with("--json") || (short_flags && one.find('j') != std::string::npos);
@@ -168,6 +183,10 @@ std::string command_of(const command_line& line)
 
 void parse(const texts& arguments, command_line& line)
 {
+    if (is_completion(arguments)) {
+        take_completion(arguments, line);
+        return;
+    }
     global_flags flags;
     line.words = take_globals(arguments, flags);
     line.style.quiet = flags.quiet;

@@ -2,9 +2,11 @@
 
 namespace {
 
-constexpr const family* families[] = {&profile_family, &cf_family,     &app_family,  &reset_family,    &ips_family,
-                                      &devid_family,   &av_family,     &ir_family,   &registry_family, &uuid_family,
-                                      &sys_family,     &status_family, &wait_family, &version_family,  &help_family};
+constexpr const family* families[] = {
+    &profile_family, &cf_family,       &app_family,      &reset_family, &ips_family, &devid_family,
+    &av_family,      &ir_family,       &registry_family, &uuid_family,  &sys_family, &status_family,
+    &wait_family,    &complete_family, &version_family,  &help_family,
+};
 
 } // namespace
 
@@ -16,6 +18,11 @@ std::span<const family* const> all_families()
 void refuse_arguments(const request& asked, const std::string& wrong)
 {
     refuse_usage(asked.words + ": " + wrong, "'utmctl help " + asked.words + "' tells what it takes");
+}
+
+bool is_one_word(const family& group)
+{
+    return *group.commands.front().word == '\0';
 }
 
 std::string words_of(const family& group, const command& one)

@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <sys/ipc.h>
+#include <sys/shm.h>
 #include <unistd.h>
 #include <vector>
 
@@ -87,6 +89,19 @@ utm_id_registry read_registry(const std::string& what, double seconds)
     utm_id_registry registry;
     const slots copied = reading["slots"];
     std::copy(copied.begin(), copied.end(), reinterpret_cast<uint32_t*>(&registry));
+    return registry;
+}
+
+utm_id_registry registry_without_lock()
+{
+    utm_id_registry registry = {};
+    const key_t key = ftok(key_file, UTM_ID_SEGMENT_PROJECT);
+    const int segment = key == -1 ? -1 : shmget(key, sizeof registry, 0);
+    const void* address = segment < 0 ? nullptr : shmat(segment, nullptr, SHM_RDONLY);
+    if (address == nullptr || address == reinterpret_cast<void*>(-1))
+        return registry;
+    memcpy(&registry, address, sizeof registry);
+    shmdt(address);
     return registry;
 }
 

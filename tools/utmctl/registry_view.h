@@ -11,6 +11,9 @@
 // Throws a failure, which starts with what, when the registry cannot be read.
 utm_id_registry read_registry(const std::string& what, double seconds);
 
+// The same at a glance, for who may see a change half made: neither locked nor created, and empty where there is none.
+utm_id_registry registry_without_lock();
+
 bool registry_was_cleared(); // since the gateway started
 std::span<const uint32_t, UTM_ID_SLOTS> ids_of(const utm_id_registry& registry, uint32_t kind);
 bool is_registered(const utm_id_registry& registry, uint32_t kind, int32_t id);

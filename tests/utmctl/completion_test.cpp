@@ -1,0 +1,130 @@
+// What may come next on a line: asked of utmctl, and typed into the shells.
+
+#include "tests/sandbox/files.h"
+#include "tests/sandbox/registry.h"
+#include "tests/utmctl/run.h"
+
+#include <cstdio>
+#include <gtest/gtest.h>
+
+namespace {
+
+struct completion {
+    std::string typed;
+    std::string offered; // one candidate a line
+};
+
+const std::string global_options = "--dry-run\n--help\n--json\n--json=pretty\n--no-headers\n--quiet\n--timeout\n"
+                                   "--version\n";
+
+class completing : public testing::Test {
+protected:
+    completing() { register_ids({{profiles, 7}, {profiles + 9, 8}, {cf_policies, 70}, {app_policies + 3, 80}}); }
+};
+
+TEST_F(completing, it_follows_the_command_table)
+{
+    const completion completions[] = {
+        {"profile bind-", "bind-app\nbind-cf\n"},
+        {"-q --timeout 5 profile bind-", "bind-app\nbind-cf\n"},
+        {"registry check ''", "app-policy\ncf-policy\nprofile\n"},
+        {"registry check c", "cf-policy\n"},
+        {"cf safe-browsing ''", "off\non\n"},
+        {"ips switch of", "off\n"},
+        {"help regi", "registry\n"},
+        {"help profile del", "del-device\ndelete\n"},
+        {"help profile delete ''", ""},
+        {"wait ''", "all\napp\nav\ncf\ndevid\nips\nir\nuser_profile\n"},
+        {"wait i", "ips\nir\n"},
+        {"wait ips i", "ir\n"},
+        {"cf dump ''", ":files\n"},
+        {"cf add-keyword 70 -f ''", ":files\n"},
+        {"devid ignore l", "lo\n"},
+        {"devid devices --interface l", "lo\n"},
+        {"reset --y", "--yes\n"},
+        {"reset --yes --y", ""},
+        {"devid devices --i", "--interface\n--ip\n"},
+        {"--j", "--json\n--json=pretty\n"},
+        {"--", global_options},
+        {"--timeout ''", ""},
+        {"reset ''", ""},
+        {"nonsense ''", ""},
+        {"profile nonsense ''", ""},
+    };
+    for (const completion& one : completions)
+        EXPECT_EQ(utmctl("complete " + one.typed), (run_result{0, one.offered, ""})) << one.typed;
+}
+
+TEST_F(completing, it_offers_every_family)
+{
+    const std::string all = utmctl("complete").out;
+    EXPECT_EQ(utmctl("complete ''").out, all);
+    for (const char* family : {"app", "av", "cf", "devid", "help", "ips", "ir", "profile", "registry", "reset", "uuid"})
+        EXPECT_NE(("\n" + all).find("\n" + std::string(family) + "\n"), std::string::npos) << family;
+}
+
+TEST_F(completing, it_offers_what_the_registry_holds)
+{
+    const completion completions[] = {
+        {"profile delete ''", "7\n8\n"},
+        {"profile delete 7 ''", "8\n"},
+        {"profile create ''", ""},
+        {"profile add-device ''", "7\n8\n"},
+        {"profile bind-cf 7 ''", "70\n"},
+        {"profile bind-app 7 ''", "80\n"},
+        {"cf set-block ''", "70\n"},
+        {"app add-entries ''", "80\n"},
+        {"registry release profile ''", "7\n8\n"},
+        {"registry release app-policy ''", "80\n"},
+        {"registry reserve profile ''", ""},
+    };
+    for (const completion& one : completions)
+        EXPECT_EQ(utmctl("complete " + one.typed), (run_result{0, one.offered, ""})) << one.typed;
+    EXPECT_EQ(utmctl("complete profile delete -j ''").out, "7\n8\n");
+}
+
+TEST(completing_alone, it_neither_creates_nor_locks_the_registry)
+{
+    const std::string segments = content_of("/proc/sysvipc/shm");
+    const std::string semaphores = content_of("/proc/sysvipc/sem");
+    EXPECT_EQ(utmctl("complete profile delete ''"), (run_result{0, "", ""}));
+    EXPECT_EQ(content_of("/proc/sysvipc/shm"), segments);
+    EXPECT_EQ(content_of("/proc/sysvipc/sem"), semaphores);
+}
+
+// Types the line and a tab: what the shell offers, and behind "= " what the line becomes.
+std::string typed_into(const std::string& shell, const std::string& line)
+{
+    const std::string folder = KQUTM_SHELLS;
+    const std::string command = "PATH=$(dirname " KQUTM_UTMCTL "):$PATH zsh -f " + folder + "/shells/type_in " +
+                                folder + "/completions " + shell + " '" + line + "'";
+    FILE* output = popen(command.c_str(), "re");
+    std::string told;
+    char piece[256];
+    while (fgets(piece, sizeof piece, output) != nullptr)
+        told += piece;
+    EXPECT_EQ(pclose(output), 0);
+    return told;
+}
+
+TEST_F(completing, bash_asks_it)
+{
+    write_file("/tmp/dump_1", "");
+    EXPECT_EQ(typed_into("bash", "utmctl regi"), "registry\n= utmctl registry \n");
+    EXPECT_EQ(typed_into("bash", "utmctl profile delete "), "7\n8\n= utmctl profile delete \n");
+    EXPECT_EQ(typed_into("bash", "utmctl --json=p"), "pretty\n= utmctl --json=pretty \n");
+    EXPECT_EQ(typed_into("bash", "utmctl cf dump /tmp/du"), "/tmp/dump_1\n= utmctl cf dump /tmp/dump_1 \n");
+    EXPECT_EQ(typed_into("bash", "utmctl nonsense "), "= utmctl nonsense \n");
+}
+
+TEST_F(completing, zsh_asks_it)
+{
+    write_file("/tmp/dump_1", "");
+    EXPECT_EQ(typed_into("zsh", "utmctl regi"), "registry\n= utmctl registry \n");
+    EXPECT_EQ(typed_into("zsh", "utmctl profile delete "), "7\n8\n= utmctl profile delete \n");
+    EXPECT_EQ(typed_into("zsh", "utmctl --json=p"), "--json=pretty\n= utmctl --json=pretty \n");
+    EXPECT_EQ(typed_into("zsh", "utmctl cf dump /tmp/du"), "dump_1\n= utmctl cf dump /tmp/dump_1 \n");
+    EXPECT_EQ(typed_into("zsh", "utmctl nonsense "), "= utmctl nonsense \n");
+}
+
+} // namespace
