@@ -7,13 +7,17 @@
 // The text of an error number, taken before a logger touches files. Thread-safe.
 class error_text {
 public:
-    explicit error_text(int error) : text_(strerror_r(error, buffer_, sizeof buffer_)) {}
+    explicit error_text(int error) : text_(text_from(strerror_r(error, buffer_, sizeof buffer_))) {}
     error_text(const error_text&) = delete;
     error_text& operator=(const error_text&) = delete;
 
     const char* c_str() const { return text_; }
 
 private:
+    // What strerror_r returns is the text in glibc, and in other libraries whether it stands in the buffer.
+    static const char* text_from(const char* text) { return text; }
+    const char* text_from(int) const { return buffer_; }
+
     char buffer_[128];
     const char* text_;
 };
