@@ -22,9 +22,10 @@ compile() {
     done
 }
 
-# gives EXAMPLE PROGRAM: on a simulated gateway the program prints what the example is expected to.
+# gives EXAMPLE PROGRAM: on the simulated gateway of a home the program prints what the example is expected to.
 gives() {
-    LD_LIBRARY_PATH=$library "$examples/expect" "$examples/expected/$1.txt" "$build/utm-gateway" run -- "$2"
+    LD_LIBRARY_PATH=$library "$examples/expect" "$examples/expected/$1.txt" "$build/utm-gateway" run \
+        --scenario "$examples/home.json" -- "$2"
 }
 
 # needs PROGRAM: the libraries that it is linked to.
@@ -42,12 +43,16 @@ export PKG_CONFIG_PATH=$library/pkgconfig
 read -ra cflags < <(pkg-config --cflags kqutm)
 read -ra libs < <(pkg-config --libs kqutm)
 for compiler in gcc clang; do compile "$compiler" "c99 c11 c2x" "$examples"/*.c; done
-for compiler in g++ clang++; do compile "$compiler" "c++11 c++14 c++17 c++20" "$examples"/*.cpp; done
+for compiler in g++ clang++; do
+    compile "$compiler" "c++11 c++14 c++17 c++20" "$examples/guests.cpp"
+    compile "$compiler" "c++20" "$examples/devices.cpp"
+done
 
 echo "find_package"
 cmake -S "$examples" -B "$place/examples" -DCMAKE_PREFIX_PATH="$place/usr" >/dev/null
 cmake --build "$place/examples" >/dev/null
 gives guests "$place/examples/example_guests"
+gives devices "$place/examples/example_devices"
 
 echo "The C driver alone, shared and static, and opened at run time"
 gcc -std=c99 "${cflags[@]}" "$examples/household.c" "${libs[@]}" -o "$place/shared"

@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Every public header compiles alone, and all together, as C99 and as C++11 to C++20, with g++'s and clang's compilers.
+# Every public header compiles alone, and all together, as C99 and as C++11 to C++20, with g++'s and clang's compilers; the
+# headers of the C++ layer as C++20, without exceptions and RTTI.
 # Usage: headers.sh C-COMPILER C++-COMPILER, from the root of the sources.
 set -euo pipefail
 
@@ -22,4 +23,9 @@ for compiler in "$2" clang++; do
     for standard in 11 14 17 20; do
         compile "$compiler" -xc++ -std=c++$standard
     done
+done
+for compiler in "$2" clang++; do
+    echo "$compiler with the C++ layer"
+    (cd include && printf '#include "%s"\n' kqutm/hpp/*.hpp kqutm.hpp) |
+        "$compiler" -xc++ -std=c++20 -fno-exceptions -fno-rtti -Wshadow -Wconversion "${warnings[@]}" -
 done

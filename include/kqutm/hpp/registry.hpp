@@ -1,0 +1,95 @@
+/* The ID registry: what exists, and a look at the whole of it. */
+#ifndef KQUTM_HPP_REGISTRY_HPP
+#define KQUTM_HPP_REGISTRY_HPP
+
+#include "../registry.h"
+#include "result.hpp"
+#include "types.hpp"
+
+#include <cerrno>
+
+namespace kqutm {
+
+/*
+ * Whether an identifier is registered. A registry that cannot be locked counts as one that has it. An identifier that
+ * is not there leaves a line in UTM_APPCF_LOG.
+ */
+template <utm_id_kind kind> result<bool> is_registered(identifier<kind> id)
+{
+    if (check_shm_utm_id(static_cast<uint32_t>(id.number()), kind) == 0)
+        return true;
+    if (errno == ENOENT)
+        return false;
+    return detail::failed();
+}
+
+/* Holds the registry lock for as long as it lives; the kernel gives it back when the process ends. */
+class registry_lock {
+public:
+    registry_lock()
+        : semaphore_(init_utm_id_config_sem()), held_(semaphore_ >= 0 && utm_id_config_lock(semaphore_) == 0)
+    {
+    }
+    ~registry_lock()
+    {
+        const int error = errno;
+        if (held_)
+            utm_id_config_unlock(semaphore_);
+        errno = error;
+    }
+    registry_lock(const registry_lock&) = delete;
+    registry_lock& operator=(const registry_lock&) = delete;
+
+    explicit operator bool() const { return held_; }
+
+private:
+    int semaphore_;
+    bool held_;
+};
+
+/* A copy of the registry, taken under its lock. */
+inline result<utm_id_registry> registry_snapshot()
+{
+    const registry_lock lock;
+    if (!lock)
+        return detail::failed();
+    utm_id_registry* segment = attach_utm_id_data_shm();
+    if (segment == nullptr)
+        return detail::failed();
+    const utm_id_registry copy = *segment;
+    detach_utm_id_data_shm(segment);
+    return copy;
+}
+
+/*
+ * What a creation left behind. The application daemon alone decides whether utm_user_profile_create succeeds, and each
+ * refusal of another one takes the identifier out of the registry: a profile may be created, and not registered.
+ */
+template <class Id> struct created {
+    Id id;
+    bool registered;
+};
+
+namespace detail {
+
+/* The result of a creation, checked. */
+template <class Id> result<created<Id>> checked_creation(int returned)
+{
+    const std::optional<Id> id = Id::of(returned);
+    if (!id)
+        return failed(returned);
+    const result<bool> registered = is_registered(*id);
+    return created<Id>{*id, registered.value_or(false)};
+}
+
+/* 0 where the library is to take an identifier from the clock. */
+template <class Id> int32_t number_or_clock(const std::optional<Id>& id)
+{
+    return id ? id->number() : 0;
+}
+
+} // namespace detail
+
+} // namespace kqutm
+
+#endif

@@ -1,0 +1,122 @@
+// The operations of the C++ layer: what they hand to the library, and what they make of its results.
+
+#include <kqutm.hpp>
+
+#include "tests/engines/engines.h"
+#include "tests/sandbox/registry.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using kqutm::profile_id;
+
+const profile_id children = *profile_id::of(7);
+const kqutm::cf_policy_id policy = *kqutm::cf_policy_id::of(70);
+
+TEST(hpp_operations, a_profile_is_created_and_registered)
+{
+    const config_daemons daemons;
+    const auto created = kqutm::profiles::create(children);
+    ASSERT_TRUE(created);
+    EXPECT_EQ(created->id, children);
+    EXPECT_TRUE(created->registered);
+    EXPECT_TRUE(*kqutm::is_registered(children));
+}
+
+TEST(hpp_operations, a_profile_may_be_created_and_not_registered)
+{
+    const config_daemons daemons({.cf = 5});
+    const auto created = kqutm::profiles::create(children);
+    ASSERT_TRUE(created);
+    EXPECT_FALSE(created->registered);
+    EXPECT_FALSE(*kqutm::is_registered(children));
+}
+
+TEST(hpp_operations, a_profile_that_the_application_daemon_refuses_is_not_created)
+{
+    const config_daemons daemons({.app = 5});
+    const auto created = kqutm::profiles::create(children);
+    ASSERT_FALSE(created);
+    EXPECT_TRUE(created.error().refused());
+    EXPECT_EQ(created.error().returned, -1);
+}
+
+TEST(hpp_operations, without_an_identifier_the_clock_gives_one)
+{
+    const config_daemons daemons;
+    const auto created = kqutm::filter::create();
+    ASSERT_TRUE(created);
+    EXPECT_EQ(slot(cf_policies), static_cast<uint32_t>(created->id.number()));
+}
+
+TEST(hpp_operations, devices_and_policies_reach_the_daemons)
+{
+    const config_daemons daemons;
+    set_slots({{profiles, 7}, {cf_policies, 70}});
+    EXPECT_TRUE(kqutm::profiles::add_device(children, *kqutm::mac_address::parse("02:42:ac:11:00:05")));
+    EXPECT_EQ(daemons.request_of(user_profile_path),
+              (sim::bytes{3, 0, 0, 0, 7, 0, 0, 0, 2, 0x42, 0xac, 0x11, 0, 5, 0, 0}));
+    EXPECT_TRUE(kqutm::profiles::bind(children, policy));
+    EXPECT_EQ(slot(cf_bindings), 70U);
+    EXPECT_TRUE(kqutm::filter::add(policy, kqutm::filter::list_of_domains::keywords, "casino"));
+    EXPECT_EQ(daemons.request_of(cf_path)[0], 16);
+    EXPECT_TRUE(kqutm::filter::remove(policy, kqutm::filter::list_of_domains::forbidden, "games.example"));
+    EXPECT_EQ(daemons.request_of(cf_path)[0], 15);
+    EXPECT_TRUE(kqutm::filter::add(kqutm::filter::list_of_urls::forbidden, "http://shop.example"));
+    EXPECT_EQ(daemons.request_of(cf_path)[0], 10);
+}
+
+TEST(hpp_operations, values_come_from_the_daemon)
+{
+    sim::bytes answered = reply(0);
+    put_u32(answered, 228, 120);
+    sim::scripted_daemon daemon(app_path, answer(records{answered}));
+    EXPECT_EQ(*kqutm::limits::daily(children), 120U);
+}
+
+TEST(hpp_operations, a_text_that_would_be_cut_is_not_sent)
+{
+    for (const kqutm::result<kqutm::done>& result :
+         {kqutm::ips::set_whitelist("12345678901", 0), kqutm::ips::update_signature(std::string(256, 'p')),
+          kqutm::av::set_whitelist(std::string(33, 'e'), 0), kqutm::devid::set_ignored_interface("sixteen-letters-", 0),
+          kqutm::ir::load(std::string(128, 'p')), kqutm::applications::update_signature(std::string(128, 'p')),
+          kqutm::filter::add(kqutm::filter::list_of_urls::trusted, std::string("a\0b", 3)),
+          kqutm::uuid::set(std::string(256, 'u'))}) {
+        ASSERT_FALSE(result);
+        EXPECT_EQ(result.error().code(), std::errc::invalid_argument);
+    }
+    EXPECT_FALSE(kqutm::devid::devices_by_ip("192.168.100.2000"));
+    EXPECT_FALSE(exists("/tmp/utm_log")) << "no operation has tried to reach its daemon";
+}
+
+TEST(hpp_operations, an_engine_tells_its_own_result)
+{
+    const engine_daemon ips(ips_path, records{ips_reply(5)});
+    const engine_daemon devid(devid_path, records{devid_reply(5)});
+    EXPECT_EQ(kqutm::ips::reset().error().returned, 5);
+    EXPECT_TRUE(kqutm::ips::reset().error().refused());
+    EXPECT_TRUE(kqutm::devid::flush_cache()) << "-1 alone is a refusal";
+    EXPECT_EQ(kqutm::devid::reset().error().returned, 5);
+    EXPECT_EQ(kqutm::ir::activate(true).error().returned, UTM_IR_NO_CONNECTION);
+}
+
+TEST(hpp_operations, a_uuid_fits_whatever_its_length)
+{
+    EXPECT_EQ(*kqutm::uuid::get(), "") << "there is none";
+    const std::string longest(255, 'u');
+    EXPECT_TRUE(kqutm::uuid::set(longest));
+    EXPECT_EQ(*kqutm::uuid::get(), longest);
+}
+
+TEST(hpp_operations, a_snapshot_is_the_registry_and_leaves_it_unlocked)
+{
+    set_slots({{profiles, 7}, {cf_bindings, 70}});
+    const auto registry = kqutm::registry_snapshot();
+    ASSERT_TRUE(registry);
+    EXPECT_EQ(registry->profiles[0], 7U);
+    EXPECT_EQ(registry->cf_bindings[0], 70U);
+    EXPECT_EQ(semaphore_value(), 1);
+}
+
+} // namespace
