@@ -1,5 +1,6 @@
 #pragma once
 
+#include "common/text.h"
 #include "event/exchange.h"
 #include "registry/policies.h"
 

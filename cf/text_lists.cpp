@@ -2,6 +2,7 @@
 
 #include "kqutm/cf.h"
 
+#include "common/text.h"
 #include "event/exchange.h"
 
 namespace {

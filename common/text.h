@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cerrno>
 #include <cstddef>
 #include <cstring>
 
@@ -20,4 +21,16 @@ template <size_t To, size_t From> void move_text(char (&to)[To], const char (&fr
 {
     static_assert(To >= From);
     memcpy(to, from, strnlen(from, From));
+}
+
+// Puts a text with its terminator into a field. False, with errno EINVAL, when it does not fit, or is null.
+template <size_t Size> bool put_whole_text(char (&field)[Size], const char* text)
+{
+    const size_t size = text == nullptr ? Size + 1 : strlen(text) + 1;
+    if (size > Size) {
+        errno = EINVAL;
+        return false;
+    }
+    memcpy(field, text, size);
+    return true;
 }

@@ -5,7 +5,6 @@
 #include "common/errno_guard.h"
 
 #include <cstdlib>
-#include <cstring>
 #include <memory>
 
 // What the operations do with the config daemons: tell them something, ask for values, ask for a list. The record's
@@ -63,16 +62,4 @@ Entry* ask_for_list(const Event& event, Entry* utm_event_response::*list, const 
 {
     const answer response = ask(event, failed, operation);
     return response == nullptr ? nullptr : response.get()->*list;
-}
-
-// Puts a text with its terminator into a field. False, with errno EINVAL, when it does not fit, or is null.
-template <size_t Size> bool put_whole_text(char (&field)[Size], const char* text)
-{
-    const size_t size = text == nullptr ? Size + 1 : strlen(text) + 1;
-    if (size > Size) {
-        errno = EINVAL;
-        return false;
-    }
-    memcpy(field, text, size);
-    return true;
 }
