@@ -70,11 +70,17 @@ std::vector<std::string> plan::calls(const std::string& function) const
     return found;
 }
 
+int plan::count(const std::string& function) const
+{
+    const auto counted = counts_.find(function);
+    return counted == counts_.end() ? 0 : counted->second;
+}
+
 const plan::outcome* plan::note(const std::string& function, const std::string& arguments)
 {
     suspended noting;
     calls_.push_back(function + "(" + arguments + ")");
-    const int number = count(function);
+    const int number = ++counts_[function];
     const outcome* instead = nullptr;
     for (const rule& next : rules_) {
         if (next.function != function || (next.nth != every && next.nth != number))

@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 // The libc functions that the library stands on, wrapped by the linker: tests see each call and make it fail.
@@ -28,7 +29,7 @@ public:
     // What was called, with the arguments that matter, such as "usleep(100000)".
     const std::vector<std::string>& calls() const { return calls_; }
     std::vector<std::string> calls(const std::string& function) const;
-    int count(const std::string& function) const { return static_cast<int>(calls(function).size()); }
+    int count(const std::string& function) const;
 
     struct outcome {
         bool fails;
@@ -49,6 +50,7 @@ private:
 
     std::vector<rule> rules_;
     std::vector<std::string> calls_;
+    std::unordered_map<std::string, int> counts_;
 };
 
 } // namespace wrap
