@@ -54,8 +54,11 @@ target_compile_options(kqutm_objects PRIVATE -fno-exceptions -fno-rtti -fvisibil
                                              -fstack-protector-strong)
 # It waits for daemons rather than compute: what -O3 adds is size.
 target_compile_options(kqutm_objects PRIVATE $<$<CONFIG:Release>:-O2>)
-# Calls of libc go straight through the table that the loader fills when the library is loaded, not by a stub.
-target_compile_options(kqutm_objects PRIVATE -fno-plt)
+# Calls of libc go straight through the table that the loader fills when the library is loaded, not by a stub. Elsewhere
+# that would take the library's own functions out of the table too.
+if(CMAKE_SYSTEM_PROCESSOR STREQUAL x86_64)
+  target_compile_options(kqutm_objects PRIVATE -fno-plt)
+endif()
 # Memory is asked for with malloc at every level of optimisation, also where the compiler would turn it into calloc: who
 # counts the library's allocations, or makes them fail, finds them in one place.
 target_compile_options(kqutm_objects PRIVATE -fno-builtin-malloc)
