@@ -72,6 +72,11 @@ if(NOT KQUTM_SANITIZE)
   target_compile_definitions(kqutm_objects PRIVATE $<$<NOT:$<CONFIG:Debug>>:_FORTIFY_SOURCE=2>)
 endif()
 
+if(KQUTM_COVERAGE)
+  target_compile_options(kqutm_objects PRIVATE --coverage -O0 -U_FORTIFY_SOURCE)
+  link_libraries(--coverage)
+endif()
+
 # The C driver links it, so that no C++ runtime gets in.
 add_library(kqutm SHARED $<TARGET_OBJECTS:kqutm_objects>)
 add_library(kqutm_static STATIC $<TARGET_OBJECTS:kqutm_objects>)

@@ -74,14 +74,16 @@ int32_t set_list(code_pair& codes, uint32_t value, uint16_t second_value, int32_
 constexpr bool flushes_first[] = {true, true, false};
 constexpr bool flushes_second[] = {true, false, true};
 
+constexpr size_t version_size = 128;
+
 // Deliberate: the version 0.x.0, where x is not 0, reads as none; no other does.
-void write_version(char (&text)[128], const uint32_t (&version)[3])
+void write_version(char* text, const uint32_t (&version)[3])
 {
     const auto [first, second, third] = version;
     if (first == 0 && second != 0 && third == 0)
-        snprintf(text, sizeof text, "none");
+        snprintf(text, version_size, "none");
     else
-        snprintf(text, sizeof text, "%d.%d.%d", static_cast<int>(first), static_cast<int>(second),
+        snprintf(text, version_size, "%d.%d.%d", static_cast<int>(first), static_cast<int>(second),
                  static_cast<int>(third));
 }
 
@@ -162,10 +164,8 @@ UTM_API char* utm_ir_show_db_status(void)
     utm_ir_reply reply;
     if (!ir.established() || !exchange(ir, request_of(UTM_IR_SHOW_DB_STATUS), reply) || reply.status != 0)
         return nullptr;
-    using version_text = char[128];
-    auto* text = static_cast<version_text*>(malloc(sizeof(version_text)));
-    if (text == nullptr)
-        return nullptr;
-    write_version(*text, reply.version);
-    return *text;
+    auto* text = static_cast<char*>(malloc(version_size));
+    if (text != nullptr)
+        write_version(text, reply.version);
+    return text;
 }

@@ -138,6 +138,16 @@ TEST(sigpipe_guard, taking_it_back_goes_on_after_another_signal)
     EXPECT_FALSE(is_pending());
 }
 
+TEST(sigpipe_guard, failure_that_raised_no_signal_is_looked_for_once)
+{
+    caller caller(SIG_DFL);
+    wrap::plan plan;
+    plan.fail("write", 1, EPIPE);
+    EXPECT_EQ(write_without_sigpipe(1, "x", 1), -1);
+    EXPECT_EQ(errno, EPIPE);
+    EXPECT_EQ(plan.count("sigtimedwait"), 1);
+}
+
 TEST(sigpipe_guard, written_data_costs_two_calls_beside_the_write)
 {
     int ends[2];

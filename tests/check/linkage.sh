@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# The built library needs libc alone, runs no code of its own when it is loaded, and is hardened. Usage: linkage.sh LIBRARY
+# The built library needs libc alone, runs no code of its own when it is loaded, and is hardened. Usage: linkage.sh LIBRARY plain|fortified
 set -euo pipefail
 
 failed=0
@@ -24,6 +24,12 @@ expect "text relocations" "" "$(tag TEXTREL)"
 expect "immediate binding" "NOW" "$(tag FLAGS_1 | grep -o NOW)"
 expect "relocations made read-only" "1" "$(grep -c GNU_RELRO <<<"$headers")"
 expect "stack" "RW" "$(awk '/GNU_STACK/ { print $(NF - 1) }' <<<"$headers")"
+undefined=$(nm -D --undefined-only "$1")
+expect "stack protector" "__stack_chk_fail" "$(grep -o '__stack_chk_fail' <<<"$undefined")"
+if [[ $2 == fortified ]]; then
+    expect "fortified calls that print" "__printf_chk __snprintf_chk __vsnprintf_chk" \
+        "$(grep -oE '__v?s?n?printf_chk' <<<"$undefined" | sort | xargs)"
+fi
 expect "thread-local storage" "" "$(grep ' TLS ' <<<"$headers" || true)"
 expect "symbols of a C++ runtime" "" "$(nm -D --undefined-only "$1" | grep -E 'CXX|__cxa_(throw|guard|pure)|_Z' || true)"
 

@@ -1,0 +1,236 @@
+// A crowd of processes and threads on one gateway, interrupted by signals, stopped and killed: the registry, the UUID
+// and the logs stay what completed operations have made them.
+
+#include "kqutm/common.h"
+#include "kqutm/registry.h"
+
+#include "tests/sandbox/files.h"
+#include "tests/sandbox/registry.h"
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <regex>
+#include <sstream>
+#include <sys/mman.h>
+#include <sys/time.h>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+
+namespace {
+
+constexpr size_t process_count = 64;
+constexpr size_t threads_each = 8;
+constexpr size_t thread_count = process_count * threads_each;
+constexpr int rounds = 4;
+
+enum class hold {
+    free,
+    changing, // an operation is under way
+    reserved
+};
+
+// What the processes tell the test.
+struct ledger {
+    std::array<std::atomic<hold>, thread_count> ids;
+    std::array<std::atomic<int>, process_count> progress;
+    std::array<std::atomic<bool>, process_count> broken;
+};
+
+class shared_ledger {
+public:
+    shared_ledger()
+        : all_(static_cast<ledger*>(
+              mmap(nullptr, sizeof(ledger), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0)))
+    {
+    }
+    shared_ledger(const shared_ledger&) = delete;
+    shared_ledger& operator=(const shared_ledger&) = delete;
+    ~shared_ledger() { munmap(all_, sizeof(ledger)); }
+
+    ledger* operator->() const { return all_; }
+
+private:
+    ledger* all_;
+};
+
+// Half of the threads reserve profiles, half application policies: there is a slot for each, and none to spare.
+uint32_t id_of(size_t thread)
+{
+    return static_cast<uint32_t>(thread / 2 + 1);
+}
+
+uint32_t kind_of(size_t thread)
+{
+    return thread % 2 == 0 ? UTM_ID_USER_PROFILE : UTM_ID_APP_POLICY;
+}
+
+bool reserve(const shared_ledger& told, size_t thread)
+{
+    told->ids[thread] = hold::changing;
+    const bool done = get_unique_id(id_of(thread), kind_of(thread)) == static_cast<int>(id_of(thread)) &&
+                      check_shm_utm_id(id_of(thread), kind_of(thread)) == 0;
+    told->ids[thread] = hold::reserved;
+    return done;
+}
+
+bool release(const shared_ledger& told, size_t thread)
+{
+    told->ids[thread] = hold::changing;
+    const bool done = reset_utm_id_shm(id_of(thread), kind_of(thread)) == 0;
+    told->ids[thread] = hold::free;
+    return done;
+}
+
+// A UUID is one letter 255 times.
+bool use_uuid(size_t thread)
+{
+    const std::string mine(255, static_cast<char>('a' + thread % 26));
+    char found[UTM_UUID_SIZE];
+    return utm_uuid_set(mine.c_str()) == 0 && utm_uuid_get(found, sizeof found) == 0 &&
+           std::string(found) == std::string(255, found[0]);
+}
+
+bool write_line(size_t thread, int round)
+{
+    utm_log(UTM_APPCF_LOG, "[thread_%zu]round %d of some length\n", thread, round);
+    return true;
+}
+
+void run_thread(const shared_ledger& told, size_t thread, bool doomed)
+{
+    const size_t process = thread / threads_each;
+    for (int round = 0; doomed || round < rounds; round++) {
+        // A process that is killed while it writes the UUID leaves it half written, so the doomed ones do not.
+        const bool fine = reserve(told, thread) && (doomed || use_uuid(thread)) && write_line(thread, round) &&
+                          ((!doomed && round == rounds - 1) || release(told, thread));
+        if (!fine)
+            told->broken[process] = true;
+        told->progress[process]++;
+    }
+}
+
+long held_by_this_process()
+{
+    namespace fs = std::filesystem;
+    long count = std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator());
+    std::ifstream maps("/proc/self/maps");
+    for (std::string line; std::getline(maps, line);)
+        count += line.find("/SYSV") != std::string::npos ? 1 : 0;
+    return count;
+}
+
+// Signals arrive all the time, and interrupt whatever can be interrupted.
+void be_interrupted()
+{
+    struct sigaction action = {};
+    action.sa_handler = [](int) {};
+    sigaction(SIGALRM, &action, nullptr);
+    const itimerval often = {.it_interval = {0, 1000}, .it_value = {0, 1000}};
+    setitimer(ITIMER_REAL, &often, nullptr);
+}
+
+pid_t start_process(const shared_ledger& told, size_t process, bool doomed)
+{
+    const pid_t child = fork();
+    if (child != 0)
+        return child;
+    be_interrupted();
+    const long before = held_by_this_process();
+    std::vector<std::thread> threads;
+    for (size_t i = 0; i < threads_each; i++)
+        threads.emplace_back(run_thread, std::cref(told), process * threads_each + i, doomed);
+    for (std::thread& thread : threads)
+        thread.join();
+    _exit(held_by_this_process() == before && !told->broken[process] ? EXIT_SUCCESS : EXIT_FAILURE);
+}
+
+bool is_doomed(size_t process)
+{
+    return process % 8 == 3;
+}
+
+bool is_stopped_for_a_while(size_t process)
+{
+    return process % 8 == 6;
+}
+
+void await_progress(const shared_ledger& told, size_t process)
+{
+    while (told->progress[process] < static_cast<int>(process % 13))
+        usleep(100);
+}
+
+std::vector<pid_t> start_crowd(const shared_ledger& told)
+{
+    std::vector<pid_t> processes;
+    for (size_t process = 0; process < process_count; process++)
+        processes.push_back(start_process(told, process, is_doomed(process)));
+    return processes;
+}
+
+void disturb(const shared_ledger& told, const std::vector<pid_t>& processes)
+{
+    for (size_t process = 0; process < process_count; process++) {
+        if (is_stopped_for_a_while(process))
+            kill(processes[process], SIGSTOP);
+        if (is_doomed(process)) {
+            // One that is stopped with the lock in its hands keeps the others waiting.
+            for (size_t stopped = 0; stopped < process; stopped++) {
+                if (is_stopped_for_a_while(stopped))
+                    kill(processes[stopped], SIGCONT);
+            }
+            await_progress(told, process);
+            kill(processes[process], SIGKILL);
+        }
+    }
+    for (pid_t process : processes)
+        kill(process, SIGCONT);
+}
+
+void expect_ids(const shared_ledger& told)
+{
+    const slots table = all_slots();
+    for (size_t thread = 0; thread < thread_count; thread++) {
+        const auto first =
+            table.begin() + static_cast<long>(kind_of(thread) == UTM_ID_USER_PROFILE ? profiles : app_policies);
+        const long found = std::count(first, first + 256, id_of(thread));
+        if (told->ids[thread] == hold::changing)
+            EXPECT_LE(found, 1) << thread;
+        else
+            EXPECT_EQ(found, told->ids[thread] == hold::reserved ? 1 : 0) << thread;
+    }
+}
+
+void expect_whole_lines()
+{
+    const std::regex shape("\\[thread_[0-9]+\\]round [0-9]+ of some length");
+    std::istringstream log(appcf_log());
+    size_t count = 0;
+    for (std::string line; std::getline(log, line); count++)
+        EXPECT_TRUE(std::regex_match(line, shape)) << line;
+    EXPECT_GE(count, (process_count - process_count / 8) * threads_each * rounds);
+}
+
+TEST(crowd, leaves_what_completed_operations_made)
+{
+    ASSERT_EQ(init_utm_id_shm(), 0);
+    const shared_ledger told;
+    const std::vector<pid_t> processes = start_crowd(told);
+    disturb(told, processes);
+    for (size_t process = 0; process < process_count; process++) {
+        int status = -1;
+        EXPECT_EQ(waitpid(processes[process], &status, 0), processes[process]);
+        EXPECT_EQ(status, is_doomed(process) ? SIGKILL : 0) << process;
+    }
+    EXPECT_EQ(semaphore_value(), 1);
+    expect_ids(told);
+    expect_whole_lines();
+}
+
+} // namespace
