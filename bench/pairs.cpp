@@ -128,13 +128,13 @@ void library_check()
 // So many operations by so many processes together, which take turns where they lock.
 template <int Processes, void (*Operation)()> void by()
 {
-    constexpr int operations = 1600;
+    constexpr int operations = 960;
     at_once(Processes, Operation, operations / Processes);
 }
 
 template <int Processes> pair check_by(const char* name)
 {
-    return {name, by<Processes, floor_check>, by<Processes, library_check>, usual, 0, 0, 30, Processes};
+    return {name, by<Processes, floor_check>, by<Processes, library_check>, usual, 0, 0, 48, Processes};
 }
 
 // Each process has an identifier of its own.
@@ -155,7 +155,7 @@ void library_reserve_own()
 
 template <int Processes> pair reserve_by(const char* name)
 {
-    return {name, by<Processes, floor_reserve_own>, by<Processes, library_reserve_own>, usual, 0, 0, 20, Processes};
+    return {name, by<Processes, floor_reserve_own>, by<Processes, library_reserve_own>, usual, 0, 0, 32, Processes};
 }
 
 void release_mapping(void* list)
@@ -198,7 +198,7 @@ const std::vector<pair>& pairs()
     static const std::vector<pair> all = {
         {"config send", floor_cf_send, [] { utm_cf_debug(1); }, usual, guarded_exchange},
         {"config read", floor_usage<0>, library_usage<0>, usual, guarded_exchange},
-        {"usage list of 1000", floor_usage<1000>, library_usage<1000>, usual, 0, 1000, 300},
+        {"usage list of 1000", floor_usage<1000>, library_usage<1000>, usual, 0, 1000, 600},
         {"domain list of 100, traced", floor_domains,
          [] { release_domains(utm_user_profile_get_browse_domain_list(100)); }, many, guarded_exchange + 100 * line,
          100, 300},
@@ -206,9 +206,9 @@ const std::vector<pair>& pairs()
         {"devid", floor_devid, [] { utm_devid_flush_cache_list(); }, usual, guarded_exchange},
         {"AV", floor_av, [] { utm_av_reset(); }, usual, exchange},
         {"IR", floor::ir_exchange, [] { utm_ir_db_set_update_check_freq(1); }, usual, exchange},
-        devices<0>("device list of 0", usual, 2000),
-        devices<1000>("device list of 1000", usual, 300),
-        devices<100000>("device list of 100000", many, 15),
+        devices<0>("device list of 0", usual, 4000),
+        devices<1000>("device list of 1000", usual, 600),
+        devices<100000>("device list of 100000", many, 24),
         {"check", floor_check, library_check, usual, registry},
         check_by<2>("check by 2 processes"),
         check_by<4>("check by 4 processes"),

@@ -12,7 +12,7 @@ struct pair {
     double goal;       // the ratio of the two times, at most
     long added = 0;    // the library's instructions over the floor's, at most; 0: no goal
     long records = 0;  // of the list that comes
-    int rounds = 2000; // each runs floor, library, library, floor
+    int rounds = 4000; // each runs floor, library, library, floor
     int processes = 1; // that do it at once
 };
 

@@ -4,6 +4,10 @@
 
 namespace bench {
 
+namespace {
+
+constexpr size_t many = 1000;
+
 double quantile(std::vector<double> values, double share)
 {
     const auto place = values.begin() + static_cast<long>(share * static_cast<double>(values.size() - 1));
@@ -11,11 +15,32 @@ double quantile(std::vector<double> values, double share)
     return *place;
 }
 
-void rounds::add(double floor, double library, double library_again, double floor_again)
+} // namespace
+
+void rounds::add(double floor, double library)
 {
-    floor_.insert(floor_.end(), {floor, floor_again});
-    library_.insert(library_.end(), {library, library_again});
-    ratios_.push_back((library + library_again) / (floor + floor_again));
+    rounds_.push_back({floor / 2, library / 2});
+}
+
+rounds::summary rounds::summarize() const
+{
+    std::vector<round> all = rounds_;
+    const auto shorter = [](const round& one, const round& other) {
+        return one.floor + one.library < other.floor + other.library;
+    };
+    std::sort(all.begin(), all.end(), shorter);
+    if (all.size() < many)
+        all.resize((all.size() + 3) / 4);
+    std::vector<double> floor;
+    std::vector<double> library;
+    std::vector<double> ratios;
+    for (const round& each : all) {
+        floor.push_back(each.floor);
+        library.push_back(each.library);
+        ratios.push_back(each.library / each.floor);
+    }
+    return {quantile(floor, 0.5), quantile(library, 0.5), quantile(ratios, 0.5),
+            (quantile(ratios, 0.75) - quantile(ratios, 0.25)) / 2};
 }
 
 } // namespace bench

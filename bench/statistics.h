@@ -4,27 +4,28 @@
 
 namespace bench {
 
-double quantile(std::vector<double> values, double share);
-
-inline double median(const std::vector<double>& values)
-{
-    return quantile(values, 0.5);
-}
-
-// What the rounds of a comparison took, each floor, library, library, floor.
+// What the rounds of a comparison took, each twice the floor and twice the library. Long operations have few rounds,
+// and seldom run undisturbed on a busy machine: of those, the quietest quarter counts, which took the least time in
+// all.
 class rounds {
 public:
-    void add(double floor, double library, double library_again, double floor_again);
+    struct summary {
+        double floor;   // median
+        double library; // the same
+        double ratio;   // of a round, median
+        double spread;  // of that ratio: half the distance of its quartiles
+    };
 
-    double floor() const { return median(floor_); }
-    double library() const { return median(library_); }
-    double ratio() const { return median(ratios_); }
-    double spread() const { return (quantile(ratios_, 0.75) - quantile(ratios_, 0.25)) / 2; }
+    void add(double floor, double library); // of both runs together
+    summary summarize() const;
 
 private:
-    std::vector<double> floor_;
-    std::vector<double> library_;
-    std::vector<double> ratios_;
+    struct round {
+        double floor;
+        double library;
+    };
+
+    std::vector<round> rounds_;
 };
 
 } // namespace bench
