@@ -28,6 +28,7 @@ set(kqutm_sources
     common/sigpipe_guard.cpp
     common/system_v.cpp
     common/uuid.cpp
+    common/version.cpp
     devid/channel.cpp
     devid/controls.cpp
     devid/devices.cpp
@@ -50,6 +51,13 @@ set(kqutm_sources
 add_library(kqutm_objects OBJECT ${kqutm_sources})
 target_include_directories(kqutm_objects PUBLIC include PRIVATE .)
 target_compile_definitions(kqutm_objects PRIVATE _GNU_SOURCE KQUTM_IPC_KEY_FILE="${KQUTM_IPC_KEY_FILE}")
+# The build as `utmctl version` tells it. Nothing in it depends on where or when.
+set(KQUTM_BUILD "${CMAKE_BUILD_TYPE}, ${CMAKE_CXX_COMPILER_ID} ${CMAKE_CXX_COMPILER_VERSION}")
+if(KQUTM_SANITIZE)
+  string(APPEND KQUTM_BUILD ", with sanitizers: ${KQUTM_SANITIZE}")
+endif()
+set_source_files_properties(common/version.cpp PROPERTIES COMPILE_DEFINITIONS
+                                                          "KQUTM_VERSION=\"${PROJECT_VERSION}\";KQUTM_BUILD=\"${KQUTM_BUILD}\"")
 target_compile_options(kqutm_objects PRIVATE -fno-exceptions -fno-rtti -fvisibility=hidden -ffunction-sections
                                              -fstack-protector-strong)
 # It waits for daemons rather than compute: what -O3 adds is size.

@@ -110,28 +110,32 @@ TEST(usage, a_refusal_names_the_command_as_far_as_it_is_known)
 
 TEST(usage, version)
 {
-    EXPECT_EQ(utmctl("version"), (run_result{0, "utmctl 1.0.0\n", ""}));
+    EXPECT_EQ(utmctl("version"), (run_result{0, "utmctl 1.0.0\nlibkqutm 1.0.0\n", ""}));
     EXPECT_EQ(utmctl("--version"), utmctl("version"));
+    const std::string build =
+        "{\"version\":\"1.0.0\",\"key_file\":\"/usr/lib/libkqutm.so\",\"build\":\"" KQUTM_BUILD "\"}";
     EXPECT_EQ(utmctl("version -j"),
               (run_result{0,
-                          "{\"command\":\"version\",\"status\":\"done\",\"exit\":0,\"result\":{\"version\":\"1.0.0\"},"
-                          "\"errors\":[]}\n",
+                          "{\"command\":\"version\",\"status\":\"done\",\"exit\":0,\"result\":{\"version\":\"1.0.0\","
+                          "\"tool\":" +
+                              build + ",\"library\":" + build + "},\"errors\":[]}\n",
                           ""}));
 }
 
 TEST(usage, pretty_json)
 {
-    EXPECT_EQ(utmctl("--json=pretty version"), (run_result{0,
-                                                           "{\n"
-                                                           "  \"command\": \"version\",\n"
-                                                           "  \"status\": \"done\",\n"
-                                                           "  \"exit\": 0,\n"
-                                                           "  \"result\": {\n"
-                                                           "    \"version\": \"1.0.0\"\n"
-                                                           "  },\n"
-                                                           "  \"errors\": []\n"
-                                                           "}\n",
-                                                           ""}));
+    EXPECT_EQ(utmctl("--json=pretty registry reserve profile 7"), (run_result{0,
+                                                                              "{\n"
+                                                                              "  \"command\": \"registry reserve\",\n"
+                                                                              "  \"status\": \"done\",\n"
+                                                                              "  \"exit\": 0,\n"
+                                                                              "  \"result\": {\n"
+                                                                              "    \"kind\": \"profile\",\n"
+                                                                              "    \"id\": 7\n"
+                                                                              "  },\n"
+                                                                              "  \"errors\": []\n"
+                                                                              "}\n",
+                                                                              ""}));
 }
 
 TEST(usage, help_on_one_command)
