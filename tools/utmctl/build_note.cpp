@@ -5,9 +5,11 @@
 #include <link.h>
 #include <string_view>
 
+using namespace std::literals;
+
 namespace {
 
-constexpr std::string_view owner("kqutm", 6); // with its zero byte
+constexpr std::string_view owner = "kqutm\0"sv;
 constexpr uint32_t version_type = 1;
 
 // Takes what stands before the next zero byte off the front of text.
