@@ -45,7 +45,7 @@ read -ra libs < <(pkg-config --libs kqutm)
 for compiler in gcc clang; do compile "$compiler" "c99 c11 c2x" "$examples"/*.c; done
 for compiler in g++ clang++; do
     compile "$compiler" "c++11 c++14 c++17 c++20" "$examples/guests.cpp"
-    compile "$compiler" "c++20" "$examples/devices.cpp"
+    compile "$compiler" "c++20" "$examples"/{devices,usage}.cpp
 done
 
 echo "find_package"
