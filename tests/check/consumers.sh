@@ -50,7 +50,7 @@ done
 
 echo "find_package"
 cmake -S "$examples" -B "$place/examples" -DCMAKE_PREFIX_PATH="$place/usr" >/dev/null
-cmake --build "$place/examples" >/dev/null
+cmake --build "$place/examples" --target example_guests --target example_devices >/dev/null
 gives guests "$place/examples/example_guests"
 gives devices "$place/examples/example_devices"
 
