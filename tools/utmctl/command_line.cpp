@@ -16,6 +16,7 @@ struct global_flags {
     bool quiet = false;
     bool no_headers = false;
     bool dry_run = false;
+    bool explain = false;
     bool help = false;
     bool version = false;
     std::string timeout;
@@ -43,6 +44,7 @@ texts take_globals(const texts& arguments, global_flags& flags)
     parser.add_flag("-q,--quiet", flags.quiet);
     parser.add_flag("--no-headers", flags.no_headers);
     parser.add_flag("--dry-run", flags.dry_run);
+    parser.add_flag("--explain", flags.explain);
     parser.add_flag("-h,--help", flags.help);
     parser.add_flag("--version", flags.version);
     parser.add_option("--timeout", flags.timeout)->type_name("");
@@ -192,6 +194,7 @@ void parse(const texts& arguments, command_line& line)
     line.style.quiet = flags.quiet;
     line.style.headers = !flags.no_headers;
     line.dry_run = flags.dry_run;
+    line.explain = flags.explain;
     line.help = flags.help;
     if (flags.version)
         line.words = {"version"};

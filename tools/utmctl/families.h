@@ -16,5 +16,6 @@ extern const family wait_family;
 extern const family uuid_family;
 extern const family sys_family;
 extern const family complete_family;
+extern const family explain_family;
 extern const family version_family;
 extern const family help_family;

@@ -15,6 +15,7 @@ constexpr global_option global_options[] = {
     {"    --no-headers", "leave out the headings of tables"},
     {"    --timeout SECONDS", "how long each call of the library may take (default 60)"},
     {"    --dry-run", "print the records that would be sent and what else would change, and do nothing"},
+    {"    --explain", "tell what the library logged and printed meanwhile, and what that means"},
     {"-h, --help", "explain utmctl, or the command"},
     {"    --version", "print the version"},
 };

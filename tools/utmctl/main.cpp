@@ -2,6 +2,7 @@
 
 #include "tools/utmctl/command_line.h"
 #include "tools/utmctl/dry_run.h"
+#include "tools/utmctl/explanation.h"
 #include "tools/utmctl/help.h"
 
 #include <fcntl.h>
@@ -39,12 +40,17 @@ int main(int count, char** arguments)
     fill_closed_descriptors();
     const std::vector<std::string> given(arguments + 1, arguments + count);
     command_line line = {.style = style_of(given)};
+    std::optional<explanation> watched;
     outcome result;
     try {
         parse(given, line);
+        if (line.explain)
+            watched.emplace();
         result = run(line);
     } catch (const failure& cause) {
         result = failed(cause);
     }
+    if (watched)
+        result.explanation = watched->tell();
     return static_cast<int>(print(command_of(line), result, line.style));
 }

@@ -60,6 +60,7 @@ struct outcome {
     std::optional<table> rows;              // the same, as a table
     std::vector<std::string> confirmations; // left out by --quiet
     std::vector<problem> problems;
+    std::optional<json> explanation = {}; // where --explain wants it
 };
 
 // A command that works on several things adds up what each of them came to.

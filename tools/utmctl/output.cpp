@@ -1,5 +1,7 @@
 #include "tools/utmctl/output.h"
 
+#include "tools/utmctl/explanation.h"
+
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
@@ -16,11 +18,13 @@ std::string json_text(const std::string& command, const outcome& result, bool pr
     json problems = json::array();
     for (const problem& one : result.problems)
         problems.push_back(json_of(one));
-    const json value = {{"command", command.empty() ? json() : json(command)},
-                        {"status", word_of(result.status)},
-                        {"exit", static_cast<int>(result.status)},
-                        {"result", result.result},
-                        {"errors", problems}};
+    json value = {{"command", command.empty() ? json() : json(command)},
+                  {"status", word_of(result.status)},
+                  {"exit", static_cast<int>(result.status)},
+                  {"result", result.result},
+                  {"errors", problems}};
+    if (result.explanation)
+        value["explanation"] = *result.explanation;
     return value.dump(pretty ? 2 : -1, ' ', false, json::error_handler_t::replace) + "\n";
 }
 
@@ -105,6 +109,8 @@ exit_status print(const std::string& command, const outcome& result, const outpu
     const int error = write_out(style.json ? json_text(command, result, style.pretty) : plain_text(result, style));
     for (const problem& one : result.problems)
         print_problem(one);
+    if (result.explanation && !style.json)
+        fputs(lines_text(lines_of(*result.explanation)).c_str(), stderr);
     if (error == 0)
         return result.status;
     const problem unwritten = untold(result.status, error);

@@ -88,6 +88,12 @@ std::string content_of(int fd)
     return text;
 }
 
+std::string& all_printed()
+{
+    static std::string text;
+    return text;
+}
+
 int wait_for(pid_t worker)
 {
     int status = 0;
@@ -125,6 +131,11 @@ call_result call_here(const std::function<json()>& body)
 
 } // namespace
 
+const std::string& printed_so_far()
+{
+    return all_printed();
+}
+
 call_result call_in_worker(const std::string& what, double seconds, const std::function<json()>& body,
                            const awaited& whom)
 {
@@ -151,10 +162,12 @@ call_result call_in_worker(const std::string& what, double seconds, const std::f
     if (!in_time)
         kill(worker, SIGKILL);
     const int status = wait_for(worker);
+    const std::string text = content_of(printed.get());
+    all_printed() += text;
     if (!in_time)
         tell_overdue(what, seconds, whom);
     const json handed_back = json::from_cbor(bytes, true, false);
     if (status != 0 || handed_back.is_discarded())
         tell_death(what, status, whom);
-    return {handed_back["value"], handed_back["errno"], content_of(printed.get())};
+    return {handed_back["value"], handed_back["errno"], text};
 }

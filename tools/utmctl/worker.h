@@ -14,6 +14,9 @@ struct call_result {
     std::string printed; // what the call printed on standard output or standard error
 };
 
+// What the calls of all workers so far have printed.
+const std::string& printed_so_far();
+
 // Runs body in a worker and returns what it handed back. Throws a failure, which starts with what, when the body has
 // not returned after so many seconds, or when the worker dies. What the body returns may hold binary values, such as
 // whole lists of records.

@@ -1,0 +1,107 @@
+// What the library logs and prints during a command, and what that means.
+
+#include "tests/sandbox/config_daemons.h"
+#include "tests/sandbox/files.h"
+#include "tests/sandbox/registry.h"
+#include "tests/utmctl/run.h"
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+namespace {
+
+using json = nlohmann::ordered_json;
+
+const std::string log_path = "/tmp/utm_log/utm_libappcf_config_log";
+
+json explanation_of(const std::string& line)
+{
+    return json::parse(utmctl("-j --explain " + line).out).at("explanation");
+}
+
+TEST(explain, nothing_to_explain)
+{
+    const config_daemons daemons;
+    EXPECT_EQ(utmctl("--explain profile create 7"), (run_result{0, "7\n", "the library logged and printed nothing\n"}));
+    EXPECT_EQ(utmctl("-j --explain registry check profile 7").out,
+              R"({"command":"registry check","status":"done","exit":0,)"
+              R"("result":{"kind":"profile","id":7,"registered":true},"errors":[],"explanation":[]})"
+              "\n");
+}
+
+TEST(explain, a_failure_with_its_lines_and_their_meaning)
+{
+    const config_daemons daemons({.app = 5});
+    EXPECT_EQ(utmctl("--explain profile set-daily-limit 7 60"),
+              (run_result{1, "",
+                          "utmctl: the daily limit of profile 7 was not set to 60: the application daemon "
+                          "(/dev/utm_app_config_socket) refused with error code 5; the daemon's own log tells the "
+                          "reason\n" +
+                              log_path +
+                              ": [send_utm_config_event]error code = 5\n"
+                              "    The daemon refused with that status, whose meaning is its own.\n" +
+                              log_path +
+                              ": utm_user_profile_set_daily_limit(60) fail\n"
+                              "    The daemon was not reached or did not accept; the line before tells which.\n"}));
+}
+
+TEST(explain, lines_that_repeat_stand_once)
+{
+    const config_daemons daemons({.cf = absent});
+    const json connecting = {{"source", log_path},
+                             {"text", "[send_utm_config_event]connect fail: No such file or directory"},
+                             {"times", 22},
+                             {"meaning", "The daemon is not running, or its socket may not be used."}};
+    const json failing = {{"source", log_path},
+                          {"text", "[utm_cf_debug] fail(activate = 1)"},
+                          {"times", 1},
+                          {"meaning", "The daemon was not reached or did not accept; the line before tells which."}};
+    EXPECT_EQ(explanation_of("cf debug 1"), json::array({connecting, failing}));
+}
+
+// A list whose notes run together on one line.
+TEST(explain, notes_of_entries_are_told_apart)
+{
+    sim::bytes entry = reply(2);
+    std::fill(entry.begin() + 288, entry.begin() + 800, 0);
+    std::copy_n("a.example", 9, entry.begin() + 288);
+    const sim::scripted_daemon cf(cf_path, answer(records{entry, entry, reply(5)}));
+    const json explained = explanation_of("profile domains 7");
+    ASSERT_EQ(explained.size(), 3U) << explained;
+    EXPECT_EQ(explained[0]["text"], "response->cf.domain_browse->domain: a.example");
+    EXPECT_EQ(explained[0]["times"], 2);
+    EXPECT_EQ(explained[0]["meaning"], "This is no failure: it notes an entry of a list that came.");
+    EXPECT_EQ(explained[1]["text"], "[send_utm_event_and_get_response]error code = 5");
+    EXPECT_EQ(explained[2]["text"], "get utm_user_profile_get_browse_domain_list fail");
+}
+
+TEST(explain, what_was_printed)
+{
+    EXPECT_EQ(explanation_of("ir version"),
+              json::parse(R"([{"source":"printed","text":"connect failed","times":1,)"
+                          R"("meaning":"The daemon is not running, or its socket may not be used."}])"));
+}
+
+TEST(explain, earlier_lines_are_not_this_command_s)
+{
+    utmctl("ips reset --yes");
+    EXPECT_EQ(explanation_of("ips reset --yes")[0]["times"], 1);
+}
+
+TEST(explain, a_text_seen_elsewhere)
+{
+    EXPECT_EQ(utmctl("explain 'user profile id(7) not found' 'connect_ips(12) connect failed. Error' 'good morning'"),
+              (run_result{0,
+                          "user profile id(7) not found\n"
+                          "    The registry does not hold that identifier, so nothing was sent.\n"
+                          "connect_ips(12) connect failed. Error\n"
+                          "    The daemon is not running, or its socket may not be used.\n"
+                          "good morning\n"
+                          "    not a text of the library\n",
+                          ""}));
+    EXPECT_EQ(utmctl("-j explain 'size error'").out,
+              done_line("explain", R"([{"text":"size error","meaning":"The library refused an argument, and sent )"
+                                   R"(nothing."}])"));
+}
+
+} // namespace
