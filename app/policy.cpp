@@ -74,7 +74,7 @@ UTM_API int32_t utm_app_policy_config_block(uint32_t id, const void* entries, in
 UTM_API int32_t utm_user_profile_add_app_policy(uint32_t profile, uint32_t policy)
 {
     int32_t result;
-    if (!record_binding(app_policies, profile, policy, result))
+    if (!record_binding(policies::app, profile, policy, result))
         return result;
     // Deliberate: the line names the profile where it says policy, and the policy where it says profile.
     return tell(
@@ -86,5 +86,5 @@ UTM_API int32_t utm_app_dump_all(const char* path)
 {
     if (!begin_dump(path))
         return -1;
-    return finish_dump<utm_app_config_event>(UTM_APP_DUMP, path, app_policies);
+    return finish_dump<utm_app_config_event>(UTM_APP_DUMP, path, policies::app);
 }

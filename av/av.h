@@ -4,12 +4,16 @@
 
 #include "common/engine.h"
 
-inline constexpr engine av_engine = {
+namespace engines {
+
+inline constexpr engine av = {
     .address = local_address(UTM_AV_SOCKET),
     .type = SOCK_STREAM,
     .receive_limit = 10,
     .send_flags = MSG_NOSIGNAL,
 };
+
+} // namespace engines
 
 // Connects and sends the request, as every operation starts. Negative: failed.
 unique_fd request_from_av(const utm_av_message& request);

@@ -78,5 +78,5 @@ UTM_API int32_t utm_cf_dump_all(const char* path)
     if (!begin_dump(path))
         return -1;
     dump_cf_activate(path);
-    return finish_dump<utm_cf_config_event>(UTM_CF_DUMP, path, cf_policies);
+    return finish_dump<utm_cf_config_event>(UTM_CF_DUMP, path, policies::cf);
 }

@@ -33,7 +33,7 @@ UTM_API int32_t utm_cf_policy_config_block(int32_t id, const void* block)
 UTM_API int32_t utm_user_profile_add_cf_policy(int32_t profile, int32_t policy)
 {
     int32_t result;
-    if (!record_binding(cf_policies, static_cast<uint32_t>(profile), static_cast<uint32_t>(policy), result))
+    if (!record_binding(policies::cf, static_cast<uint32_t>(profile), static_cast<uint32_t>(policy), result))
         return result;
     // Deliberate: the line names the profile where it says policy, and the policy where it says profile.
     return tell(

@@ -40,10 +40,10 @@ template <class Node> Node* create_node()
     return node;
 }
 
-// The head of an empty list, of which the links alone are set; null without memory.
+// The head of an empty list, zero but for its links; null without memory.
 template <class Node> Node* create_list()
 {
-    Node* head = allocate_node<Node>();
+    Node* head = create_node<Node>();
     if (head != nullptr)
         list_init(head);
     return head;

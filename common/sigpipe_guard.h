@@ -1,5 +1,7 @@
 #pragma once
 
+#include "common/errno_guard.h"
+
 #include <array>
 #include <bit>
 #include <csignal>
@@ -20,8 +22,10 @@ public:
     sigpipe_guard& operator=(const sigpipe_guard&) = delete;
     ~sigpipe_guard()
     {
-        if (!blocked_before_)
-            pthread_sigmask(SIG_SETMASK, &old_mask_, nullptr); // which tells its failures, but not in errno
+        if (blocked_before_)
+            return;
+        errno_guard keep; // from a handler of the caller's that has waited
+        pthread_sigmask(SIG_SETMASK, &old_mask_, nullptr);
     }
 
     // Takes back the signal that an EPIPE has raised. Call it after each such failure, before the guard ends.

@@ -1,7 +1,5 @@
 #include "common/system_v.h"
 
-const char key_file[] = KQUTM_IPC_KEY_FILE;
-
 namespace {
 
 constexpr int create_anew = IPC_CREAT | IPC_EXCL | permissions;
@@ -9,9 +7,16 @@ constexpr int create_anew = IPC_CREAT | IPC_EXCL | permissions;
 // semctl wants it as a union that no system header declares.
 union semaphore_argument {
     int value;
+    semid_ds* set;
+    unsigned short* values;
 };
 
 } // namespace
+
+key_t key_of(int project)
+{
+    return ftok(KQUTM_IPC_KEY_FILE, project);
+}
 
 int create_semaphore(key_t key)
 {

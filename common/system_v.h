@@ -11,12 +11,8 @@
 // file and a project number. What usually happens is inline; what happens once after a start is not.
 
 inline constexpr int permissions = 0666;
-extern const char key_file[];
 
-inline key_t key_of(int project)
-{
-    return ftok(key_file, project);
-}
+key_t key_of(int project);
 
 int create_semaphore(key_t key);
 

@@ -2,24 +2,24 @@
 
 UTM_API int create_server_socket(void)
 {
-    return listen_at(devid_engine, __func__);
+    return listen_at(engines::devid, __func__);
 }
 
 UTM_API int connect_deviceid(void)
 {
-    dialled devid = dial(devid_engine);
+    dialled devid = dial(engines::devid);
     switch (devid.reached) {
     case dial_step::socket:
-        log_at_line(devid_engine, __func__, "Could not create socket\n");
+        log_at_line(engines::devid, __func__, "Could not create socket\n");
         break;
     case dial_step::receive_limit:
-        log_at_line(devid_engine, __func__, "setsockopt SO_RCVTIMEO fail\n");
+        log_at_line(engines::devid, __func__, "setsockopt SO_RCVTIMEO fail\n");
         break;
     case dial_step::send_limit:
-        log_at_line(devid_engine, __func__, "setsockopt SO_SNDTIMEO fail\n");
+        log_at_line(engines::devid, __func__, "setsockopt SO_SNDTIMEO fail\n");
         break;
     case dial_step::connect:
-        log_at_line(devid_engine, __func__, "connect failed. Error\n");
+        log_at_line(engines::devid, __func__, "connect failed. Error\n");
         break;
     case dial_step::connected:
         break;
@@ -31,11 +31,11 @@ unique_fd request_from_devid(const utm_devid_message& request, const char* opera
 {
     unique_fd devid(connect_deviceid());
     if (devid.get() < 0) {
-        log_at_line(devid_engine, operation, "connect to deviceid fail\n");
+        log_at_line(engines::devid, operation, "connect to deviceid fail\n");
         return devid;
     }
-    if (send_record(devid_engine, devid, request))
+    if (send_record(engines::devid, devid, request))
         return devid;
-    log_at_line(devid_engine, operation, not_sent);
+    log_at_line(engines::devid, operation, not_sent);
     return unique_fd(-1);
 }

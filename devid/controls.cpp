@@ -26,7 +26,7 @@ struct control {
 
 int32_t refuse_argument(const char* text, const char* operation = __builtin_FUNCTION(), int line = __builtin_LINE())
 {
-    log_at_line(devid_engine, operation, text, line);
+    log_at_line(engines::devid, operation, text, line);
     return fail(EINVAL);
 }
 
@@ -37,11 +37,11 @@ int32_t devid_command(const control& control, const char* operation = __builtin_
         return -1;
     utm_devid_message reply;
     if (receive_record(devid, reply, &utm_devid_message::result, -1) < 0) {
-        log_at_line(devid_engine, operation, control.not_received);
+        log_at_line(engines::devid, operation, control.not_received);
         return -1;
     }
     if (control.failed(reply.result))
-        log_at_line(devid_engine, operation, control.refused);
+        log_at_line(engines::devid, operation, control.refused);
     return reply.result;
 }
 
@@ -62,11 +62,11 @@ UTM_API int32_t utm_devid_get_status(utm_devid_status* out)
     if (devid.get() < 0)
         return -1;
     if (receive_record(devid, message, &utm_devid_message::result, -1) < 0) {
-        log_at_line(devid_engine, __func__, "recv fail\n");
+        log_at_line(engines::devid, __func__, "recv fail\n");
         return -1;
     }
     if (minus_one(message.result)) {
-        log_at_line(devid_engine, __func__, "get switch fail\n");
+        log_at_line(engines::devid, __func__, "get switch fail\n");
         return -1;
     }
     out->words[0] = message.debug;
@@ -99,7 +99,7 @@ UTM_API uint64_t utm_devid_get_latest_timestamp(void)
     utm_devid_message reply;
     ssize_t size = receive_record(devid, reply, &utm_devid_message::latest_timestamp, uint64_t(0));
     if (size < 0)
-        log_at_line(devid_engine, __func__, "recv fail\n");
+        log_at_line(engines::devid, __func__, "recv fail\n");
     if (size == static_cast<ssize_t>(sizeof reply))
         errno = 0; // which alone tells a timestamp of 0 from a failure
     return reply.latest_timestamp;

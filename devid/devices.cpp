@@ -43,7 +43,7 @@ bool receive_devices(const unique_fd& devid, utm_device* list, const char* opera
         utm_devid_message record;
         ssize_t size = receive_record(devid, record, &utm_devid_message::result, -1);
         if (size < 0)
-            log_at_line(devid_engine, operation, "recv fail\n");
+            log_at_line(engines::devid, operation, "recv fail\n");
         if (size < static_cast<ssize_t>(sizeof record))
             return false;
         if (record.result == -1)
@@ -63,7 +63,7 @@ answer ask_for_devices(const utm_devid_message& request, const char* operation)
         return {};
     device_list list(create_list<utm_device>());
     if (list == nullptr) {
-        log_at_line(devid_engine, operation, "list init fail\n");
+        log_at_line(engines::devid, operation, "list init fail\n");
         return {};
     }
     bool complete = receive_devices(devid, list.get(), operation);
@@ -167,9 +167,9 @@ UTM_API utm_device* utm_devid_get_device_list_by_ip(const char* ip)
     if (!found.complete || !is_empty(found.list))
         return hand_over(static_cast<device_list&&>(found.list));
     if (!is_own_address(ip))
-        log_at_line(devid_engine, __func__, "this ip address is not one of device\n");
+        log_at_line(engines::devid, __func__, "this ip address is not one of device\n");
     else if (!append_gateway(found.list.get()))
-        log_at_line(devid_engine, __func__, "malloc fail\n");
+        log_at_line(engines::devid, __func__, "malloc fail\n");
     return hand_over(static_cast<device_list&&>(found.list));
 }
 

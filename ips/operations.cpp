@@ -7,7 +7,7 @@ namespace {
 
 int32_t refuse_argument(const char* text, const char* operation = __builtin_FUNCTION(), int line = __builtin_LINE())
 {
-    log_at_line(ips_engine, operation, text, line);
+    log_at_line(engines::ips, operation, text, line);
     return fail(EINVAL);
 }
 
@@ -18,11 +18,11 @@ int32_t ips_command(const utm_ips_message& request, const char* refused, const c
         return -1;
     utm_ips_message reply;
     if (receive_record(ips, reply, &utm_ips_message::result, -1) < 0) {
-        log_at_line(ips_engine, operation, "recv fail\n");
+        log_at_line(engines::ips, operation, "recv fail\n");
         return -1;
     }
     if (reply.result != 0)
-        log_at_line(ips_engine, operation, refused);
+        log_at_line(engines::ips, operation, refused);
     return reply.result;
 }
 
@@ -50,13 +50,13 @@ UTM_API utm_ips_message* utm_ips_show_status(void)
         return nullptr;
     auto* status = create_node<utm_ips_message>();
     if (status == nullptr) {
-        log_at_line(ips_engine, __func__, "memory allocate fail\n");
+        log_at_line(engines::ips, __func__, "memory allocate fail\n");
         return nullptr;
     }
     if (receive_record(ips, *status, &utm_ips_message::result, -1) < 0)
-        log_at_line(ips_engine, __func__, "recv fail\n");
+        log_at_line(engines::ips, __func__, "recv fail\n");
     else if (status->result != 0)
-        log_at_line(ips_engine, __func__, "show status fail\n");
+        log_at_line(engines::ips, __func__, "show status fail\n");
     return status;
 }
 

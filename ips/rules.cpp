@@ -23,12 +23,12 @@ void receive_rules(const unique_fd& ips, utm_ips_rule* list, const char* operati
     for (;;) {
         utm_ips_message record;
         if (receive_record(ips, record, &utm_ips_message::result, int32_t(UTM_IPS_LIST_END)) < 0)
-            return log_at_line(ips_engine, operation, "recv fail\n");
+            return log_at_line(engines::ips, operation, "recv fail\n");
         if (record.result == UTM_IPS_LIST_FULL)
-            return log_at_line(ips_engine, operation, "Reach maximum customizelist rule number\n");
+            return log_at_line(engines::ips, operation, "Reach maximum customizelist rule number\n");
         // Deliberate: a list that ends in the usual way is logged like a failure.
         if (record.result != UTM_IPS_LIST_ENTRY)
-            return log_at_line(ips_engine, operation, "without white list\n");
+            return log_at_line(engines::ips, operation, "without white list\n");
         if (!append_rule(list, record))
             return;
     }
@@ -51,7 +51,7 @@ UTM_API utm_ips_rule* utm_ips_show_customizelist(void)
         return nullptr;
     auto* list = create_list<utm_ips_rule>();
     if (list == nullptr) {
-        log_at_line(ips_engine, __func__, "list init fail\n");
+        log_at_line(engines::ips, __func__, "list init fail\n");
         return nullptr;
     }
     receive_rules(ips, list, __func__);

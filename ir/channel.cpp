@@ -6,7 +6,7 @@ namespace {
 
 int ir_connect()
 {
-    dialled ir = dial(ir_engine);
+    dialled ir = dial(engines::ir);
     if (ir.reached == dial_step::socket)
         print_line("open domain socket failed\n");
     if (ir.reached == dial_step::connect)
@@ -34,7 +34,7 @@ ir_connection::ir_connection() : fd_(without_descriptor_0(ir_connect())) {}
 
 bool ir_connection::send(const utm_ir_request& request) const
 {
-    if (send_record(ir_engine, fd_, request))
+    if (send_record(engines::ir, fd_, request))
         return true;
     print_line("send failed\n");
     return false;

@@ -4,11 +4,15 @@
 
 #include "common/engine.h"
 
-inline constexpr engine ir_engine = {
+namespace engines {
+
+inline constexpr engine ir = {
     .address = local_address(UTM_IR_SOCKET),
     .type = SOCK_SEQPACKET,
     .send_flags = MSG_NOSIGNAL,
 };
+
+} // namespace engines
 
 // A connection to the daemon. Closes it again, unless it has descriptor 0.
 class ir_connection {

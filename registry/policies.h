@@ -10,14 +10,18 @@ struct policy_kind {
     id_table utm_id_registry::*policies;
 };
 
-inline constexpr policy_kind cf_policies = {.kind = UTM_ID_CF_POLICY,
-                                            .name = "cf",
-                                            .bindings = &utm_id_registry::cf_bindings,
-                                            .policies = &utm_id_registry::cf_policies};
-inline constexpr policy_kind app_policies = {.kind = UTM_ID_APP_POLICY,
-                                             .name = "app",
-                                             .bindings = &utm_id_registry::app_bindings,
-                                             .policies = &utm_id_registry::app_policies};
+namespace policies {
+
+inline constexpr policy_kind cf = {.kind = UTM_ID_CF_POLICY,
+                                   .name = "cf",
+                                   .bindings = &utm_id_registry::cf_bindings,
+                                   .policies = &utm_id_registry::cf_policies};
+inline constexpr policy_kind app = {.kind = UTM_ID_APP_POLICY,
+                                    .name = "app",
+                                    .bindings = &utm_id_registry::app_bindings,
+                                    .policies = &utm_id_registry::app_policies};
+
+} // namespace policies
 
 // Reserves an identifier of a kind, clearing the registry on the first use after a start. Returns the identifier, or
 // -1; text, with the name of the operation, is logged when there is none to be had.

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Headers, export list and library name the same functions, each in its version node: KQUTM_1.0 for the operations,
-# KQUTM_PRIVATE for the routines without the prefix. Usage: exports.sh LIBRARY, from the root of the sources.
+# KQUTM_PRIVATE for the routines without the prefix. What the static library shows besides has C++ names, which a program
+# cannot have by accident. Usage: exports.sh LIBRARY STATIC_LIBRARY, from the root of the sources.
 set -euo pipefail
 
 # NAME in NODE, as each of the three has it.
@@ -17,6 +18,9 @@ exported() {
     nm -D --defined-only --with-symbol-versions "$1" | awk '$2 != "A" { sub("@@", " ", $3); print $3 }' | sort
 }
 
+shown_by_archive() { nm -g --defined-only "$1" | awk 'NF == 3 && $3 !~ /^(_Z|__odr_asan)/ { print $3 }' | sort -u; }
+
 diff <(declared) <(listed)
 diff <(listed) <(exported "$1")
+diff <(listed | cut -d ' ' -f 1) <(shown_by_archive "$2")
 echo "Headers, export list and library agree on $(listed | wc -l) functions."
