@@ -1,5 +1,7 @@
 #pragma once
 
+#include "tests/sandbox/files.h"
+
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
@@ -8,19 +10,17 @@
 #include <sys/mount.h>
 #include <unistd.h>
 
-// While it lives, this thread sees a machine on which the library is not installed.
-class missing_key_file {
+// While it lives, what this thread mounts is seen by it alone, and by the processes that it starts.
+class mounts_of_its_own {
 public:
-    missing_key_file()
+    mounts_of_its_own()
         : mounts_(open("/proc/self/ns/mnt", O_RDONLY | O_CLOEXEC)), folder_(open(".", O_PATH | O_CLOEXEC))
     {
         EXPECT_EQ(unshare(CLONE_NEWNS), 0) << strerror(errno);
-        EXPECT_EQ(umount2("/usr/lib", MNT_DETACH), 0) << strerror(errno);
-        EXPECT_NE(access("/usr/lib/libkqutm.so", F_OK), 0);
     }
-    missing_key_file(const missing_key_file&) = delete;
-    missing_key_file& operator=(const missing_key_file&) = delete;
-    ~missing_key_file()
+    mounts_of_its_own(const mounts_of_its_own&) = delete;
+    mounts_of_its_own& operator=(const mounts_of_its_own&) = delete;
+    ~mounts_of_its_own()
     {
         EXPECT_EQ(setns(mounts_, CLONE_NEWNS), 0) << strerror(errno);
         EXPECT_EQ(fchdir(folder_), 0) << strerror(errno);
@@ -31,4 +31,24 @@ public:
 private:
     int mounts_;
     int folder_;
+};
+
+// While it lives, this thread sees a machine on which the library is not installed.
+class missing_key_file : mounts_of_its_own {
+public:
+    missing_key_file()
+    {
+        EXPECT_EQ(umount2("/usr/lib", MNT_DETACH), 0) << strerror(errno);
+        EXPECT_NE(access("/usr/lib/libkqutm.so", F_OK), 0);
+    }
+};
+
+// While it lives, this thread sees a machine on which another library file has been installed.
+class replaced_key_file : mounts_of_its_own {
+public:
+    replaced_key_file()
+    {
+        write_file("/tmp/newer_library", "");
+        EXPECT_EQ(mount("/tmp/newer_library", "/usr/lib/libkqutm.so", nullptr, MS_BIND, nullptr), 0) << strerror(errno);
+    }
 };

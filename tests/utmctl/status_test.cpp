@@ -85,7 +85,7 @@ TEST(status, each_failure_has_its_state)
     const seven_daemons all({cf_path}, {{ips.path, {sim::receive(), sim::await_close()}},
                                         {devid.path, {sim::receive()}},
                                         {ir.path, {sim::receive(), sim::send(sim::bytes(15))}}});
-    const run_result told = without_numbers(utmctl("status --timeout 0.1"));
+    const run_result told = without_numbers(utmctl("status --timeout 1"));
     EXPECT_EQ(
         told,
         (run_result{7,
@@ -111,7 +111,7 @@ TEST(status, each_failure_has_its_state)
 TEST(status, failures_in_json)
 {
     const seven_daemons all({av.path}, {{ips.path, {sim::receive(), sim::await_close()}}});
-    const run_result told = without_numbers(utmctl("-j status --timeout 0.1"));
+    const run_result told = without_numbers(utmctl("-j status --timeout 1"));
     EXPECT_TRUE(told.out.starts_with(R"({"command":"status","status":"unreachable","exit":4,"result":[)")) << told;
     EXPECT_NE(told.out.find(in_json("ips", ips.path, "no-answer", no_time)), std::string::npos) << told;
     EXPECT_NE(told.out.find(in_json("av", av.path, "unreachable", nobody)), std::string::npos) << told;
@@ -145,14 +145,13 @@ TEST(status, a_wait_ends_when_the_last_daemon_comes)
 TEST(status, a_wait_in_vain_ends_with_the_highest_status)
 {
     const seven_daemons all({cf_path}, {{ips.path, {sim::receive(), sim::await_close()}}});
-    EXPECT_EQ(
-        utmctl("wait cf ips av --timeout 0.2"),
-        (run_result{4, "av answers\n",
-                    "utmctl: cf was not ready within 0.2 s: the content-filter daemon (/dev/utm_cf_config_socket) "
-                    "cannot be reached: No such file or directory; start what cannot be reached, then run the "
-                    "command again\n"
-                    "utmctl: ips was not ready within 0.2 s: the IPS daemon (/tmp/utm_ips) did not answer in time; "
-                    "find out why the daemon hangs, then run the command again\n"}));
+    EXPECT_EQ(utmctl("wait cf ips av --timeout 1"),
+              (run_result{4, "av answers\n",
+                          "utmctl: cf was not ready within 1 s: the content-filter daemon (/dev/utm_cf_config_socket) "
+                          "cannot be reached: No such file or directory; start what cannot be reached, then run the "
+                          "command again\n"
+                          "utmctl: ips was not ready within 1 s: the IPS daemon (/tmp/utm_ips) did not answer in time; "
+                          "find out why the daemon hangs, then run the command again\n"}));
 }
 
 TEST(status, a_daemon_that_does_not_exist_is_refused)

@@ -25,7 +25,8 @@ public:
         if (process_ == 0) {
             take_lock();
             raise(SIGSTOP);
-            _exit(0);
+            for (;;)
+                pause();
         }
         int status;
         waitpid(process_, &status, WUNTRACED);
@@ -39,6 +40,9 @@ public:
     }
 
     pid_t process() const { return process_; }
+
+    // From now on it only sleeps.
+    void go_on() const { kill(process_, SIGCONT); }
 
     // What utmctl says when it does not get the lock in so many seconds.
     std::string told_within(const std::string& seconds) const

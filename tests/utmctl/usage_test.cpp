@@ -155,7 +155,7 @@ TEST(usage, every_command_prints_one_json_value)
     const config_daemons daemons;
     const auto help = nlohmann::json::parse(utmctl("-j help").out);
     const std::string text = utmctl("help").out;
-    EXPECT_EQ(help["result"]["exit_statuses"].size(), 10U);
+    EXPECT_EQ(help["result"]["exit_statuses"].size(), 12U);
     ASSERT_GE(help["result"]["commands"].size(), 14U);
     for (const auto& command : help["result"]["commands"]) {
         const std::string words = command["command"];

@@ -11,7 +11,9 @@ enum class exit_status {
     unknown_identifier = 6,
     protocol_error = 7,
     done_in_part = 8,
-    unsafe = 9
+    unsafe = 9,
+    warning = 10,
+    error = 11
 };
 
 struct exit_status_row {
@@ -32,6 +34,8 @@ constexpr exit_status_row exit_statuses[] = {
     {exit_status::protocol_error, "protocol-error", "an answer that is none, or a process that died"},
     {exit_status::done_in_part, "done-in-part", "done in part: the message tells what is left where"},
     {exit_status::unsafe, "unsafe", "refused for safety: --yes is missing"},
+    {exit_status::warning, "warning", "looked around, and found something that should be put right"},
+    {exit_status::error, "error", "looked around, and found something that does not work"},
 };
 
 constexpr const char* word_of(exit_status status)

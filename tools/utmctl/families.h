@@ -11,6 +11,7 @@ extern const family ips_family;
 extern const family devid_family;
 extern const family av_family;
 extern const family ir_family;
+extern const family doctor_family;
 extern const family status_family;
 extern const family wait_family;
 extern const family uuid_family;

@@ -2,8 +2,14 @@
 
 #include "kqutm/registry.h"
 
+#include <algorithm>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <string>
 #include <sys/ipc.h>
 #include <sys/sem.h>
+#include <sys/syscall.h>
 
 namespace {
 
@@ -13,6 +19,20 @@ constexpr char key_file[] = KQUTM_IPC_KEY_FILE;
 union semaphore_argument {
     semid_ds* status;
 };
+
+// Whether the call that /proc shows of a sleeping thread, "NUMBER ARGUMENT...", waits for a semaphore of the set.
+bool waits_for(const std::string& call, int set)
+{
+    long number = -1;
+    unsigned long first = 0;
+    return sscanf(call.c_str(), "%ld %lx", &number, &first) == 2 && (number == SYS_semop || number == SYS_semtimedop) &&
+           first == static_cast<unsigned long>(set);
+}
+
+bool is_number(const std::string& name)
+{
+    return name.find_first_not_of("0123456789") == std::string::npos;
+}
 
 } // namespace
 
@@ -26,8 +46,24 @@ std::optional<lock_view> look_at(const lock& one)
     semid_ds status;
     if (set < 0 || semctl(set, 0, IPC_STAT, semaphore_argument{.status = &status}) != 0)
         return {};
-    return lock_view{.value = semctl(set, 0, GETVAL),
+    return lock_view{.set = set,
+                     .value = semctl(set, 0, GETVAL),
                      .process = semctl(set, 0, GETPID),
                      .waiting = semctl(set, 0, GETNCNT),
                      .mode = status.sem_perm.mode};
+}
+
+std::vector<int> waiting_for(const lock_view& seen)
+{
+    std::vector<int> processes;
+    std::error_code ignored;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc", ignored)) {
+        const std::string name = entry.path().filename();
+        std::string call;
+        if (is_number(name) && std::getline(std::ifstream("/proc/" + name + "/syscall"), call) &&
+            waits_for(call, seen.set))
+            processes.push_back(std::stoi(name));
+    }
+    std::sort(processes.begin(), processes.end());
+    return processes;
 }

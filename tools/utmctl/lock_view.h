@@ -1,6 +1,7 @@
 #pragma once
 
 #include <optional>
+#include <vector>
 
 // The library's locks as they stand. Looking at one neither takes nor creates it.
 
@@ -14,6 +15,7 @@ extern const lock registry_lock;
 extern const lock uuid_lock;
 
 struct lock_view {
+    int set;
     int value;   // 1 while the lock is free
     int process; // the last one that changed the value; where the lock is taken, the one that took it
     int waiting; // processes that wait for it
@@ -24,3 +26,6 @@ struct lock_view {
 
 // Nothing, with errno, where there is no such lock or it may not be looked at.
 std::optional<lock_view> look_at(const lock& one);
+
+// The processes that wait for it, as far as the kernel shows what they wait for.
+std::vector<int> waiting_for(const lock_view& seen);

@@ -61,8 +61,26 @@ int receive(int fd, operations::record& reply)
     return static_cast<size_t>(size) == reply.size() ? 0 : EPROTO;
 }
 
+bool announces_another(const operations::daemon_row& daemon, const operations::record& reply)
+{
+    return daemon.more != 0 && operations::number_at(reply, daemon.result.offset, daemon.result.size) == daemon.more;
+}
+
+// The whole answer, of which the last record is kept: a daemon may not bear that its client goes early.
+int receive_all(int fd, const operations::daemon_row& daemon, clock_type::time_point end, operations::record& reply)
+{
+    int error = 0;
+    do {
+        if (clock_type::now() > end)
+            return ETIMEDOUT;
+        error = receive(fd, reply);
+    } while (error == 0 && announces_another(daemon, reply));
+    return error;
+}
+
 // How the exchange failed: 0 when it did not.
-int talk(int fd, const operations::daemon_row& daemon, const operations::record& request, probe& seen)
+int talk(int fd, const operations::daemon_row& daemon, const operations::record& request, clock_type::time_point end,
+         probe& seen)
 {
     if (fd < 0 || !connect_to(fd, daemon.path))
         return error_now();
@@ -72,7 +90,7 @@ int talk(int fd, const operations::daemon_row& daemon, const operations::record&
     if (send(fd, request.data(), request.size(), MSG_NOSIGNAL) != static_cast<ssize_t>(request.size()))
         return error_now();
     seen.reply.resize(daemon.reply_size);
-    return receive(fd, seen.reply);
+    return receive_all(fd, daemon, end, seen.reply);
 }
 
 } // namespace
@@ -83,7 +101,8 @@ probe exchange_with(const operations::daemon_row& daemon, const operations::reco
     const descriptor fd(socket(AF_UNIX, daemon.type | SOCK_CLOEXEC, 0));
     limit(fd.get(), seconds);
     probe seen;
-    seen.error = talk(fd.get(), daemon, request, seen);
+    const auto end = start + std::chrono::duration_cast<clock_type::duration>(std::chrono::duration<double>(seconds));
+    seen.error = talk(fd.get(), daemon, request, end, seen);
     if (seen.error != 0)
         seen.failed = exchange_failure(seen.error);
     seen.milliseconds = milliseconds(clock_type::now() - start).count();

@@ -39,7 +39,7 @@ struct probe {
     bool works() const { return failed.status == exit_status::done; }
 };
 
-// Sends the request, if there is one, and waits for the first record of the answer.
+// Sends the request, if there is one, and waits for the answer, of which the last record is kept.
 probe exchange_with(const operations::daemon_row& daemon, const operations::record& request, double seconds);
 
 // The daemon's harmless request. Every answer of the right size will do: a refusal shows a daemon that works.

@@ -2,6 +2,7 @@
 
 #include "tools/utmctl/arguments.h"
 #include "tools/utmctl/families.h"
+#include "tools/utmctl/registry_audit.h"
 #include "tools/utmctl/registry_table.h"
 #include "tools/utmctl/registry_view.h"
 #include "tools/utmctl/worker.h"
@@ -147,6 +148,14 @@ constexpr argument kind_and_new_id[] = {
 
 constexpr command commands[] = {
     {"show", {}, show, "show every slot in use"},
+    {.word = "audit",
+     .run = audit_registry,
+     .help =
+         "find out what is wrong with the slots, and which profiles the daemons refuse; each answer may take 2 s, or "
+         "the --timeout",
+     .example = "registry audit",
+     .timeout = 2},
+    {"lock-status", {}, show_lock, "show which process holds the registry's lock, and which wait for it"},
     {"check", kind_and_id, check, "tell by the exit status whether an identifier is registered", nullptr,
      "registry check profile 7"},
     {"reserve", kind_and_new_id, reserve, "reserve an identifier, without telling any daemon, and print it", nullptr,

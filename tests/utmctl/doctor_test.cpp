@@ -1,0 +1,180 @@
+#include "kqutm/common.h"
+
+#include "tests/utmctl/box.h"
+
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <sys/ipc.h>
+#include <sys/sem.h>
+#include <sys/shm.h>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+TEST(doctor, is_silent_on_a_healthy_box)
+{
+    const kept alive = whole_box();
+    EXPECT_EQ(utmctl(doctor_line), (run_result{0, "nothing wrong\n", ""}));
+    EXPECT_EQ(utmctl("-q " + std::string(doctor_line)), (run_result{0, "", ""}));
+    EXPECT_EQ(utmctl("-j " + std::string(doctor_line)), (run_result{0, done_line("doctor", "[]"), ""}));
+}
+
+TEST(doctor, is_silent_on_a_box_in_use)
+{
+    const kept alive = whole_box();
+    register_ids({{0, 7}, {256, 70}, {512, 70}, {513, 71}});
+    ASSERT_EQ(utm_uuid_set("home"), 0);
+    make_sparse_file(log_file, 5242881);
+    write_file(safe_browsing_file, "1\n");
+    write_file(filter_marker, "");
+    write_file(kernel_enable, "1\n");
+    write_file(kernel_hdf_enable, "yes\n");
+    write_file(command_file, "29\n");
+    EXPECT_EQ(utmctl(doctor_line), (run_result{0, "nothing wrong\n", ""}));
+}
+
+TEST(doctor, tells_all_that_is_wrong_by_the_worst_status)
+{
+    const kept alive = box_without(ips.path);
+    chmod("/tmp", 0777);
+    EXPECT_EQ(
+        utmctl(doctor_line),
+        (run_result{11,
+                    "error: the socket /tmp/utm_ips of the IPS daemon cannot be found: No such file or directory; "
+                    "start the IPS daemon\n"
+                    "warning: /tmp is not sticky, so any user may remove the daemons' sockets and the registry's "
+                    "marker; 'chmod 1777 /tmp' makes it so\n",
+                    ""}));
+}
+
+TEST(doctor, names_who_waits_for_a_lock)
+{
+    const kept alive = whole_box();
+    const stopped_lock_holder holder;
+    running_utmctl waiting("registry show");
+    const pid_t worker = waiting.worker();
+    while (semctl(semaphore(), 0, GETNCNT, 0L) != 1)
+        usleep(1000);
+    EXPECT_EQ(utmctl(doctor_line), (run_result{11,
+                                               "error: " + process(holder.process()) +
+                                                   " is stopped and holds the registry lock, and 1 waits: process " +
+                                                   std::to_string(worker) + " (utmctl); continue it with 'kill -CONT " +
+                                                   std::to_string(holder.process()) + "', or end it\n",
+                                               ""}));
+    kill(waiting.process(), SIGKILL);
+    waiting.wait();
+}
+
+TEST(doctor, an_empty_registry_of_an_older_library_is_a_note)
+{
+    const kept alive = whole_box();
+    set_slots({});
+    const int id = shmget(ftok(key_path, 'a'), 0, 0);
+    const replaced_key_file replaced;
+    EXPECT_EQ(
+        utmctl(doctor_line),
+        (run_result{0,
+                    "note: the library file /usr/lib/libkqutm.so was replaced while the gateway ran, so that the "
+                    "ID registry (shared memory " +
+                        std::to_string(id) + ") with 0 identifiers is out of everybody's reach; restart the gateway\n",
+                    ""}));
+}
+
+// What utmctl finds on a box where its library has another text in its note.
+run_result doctor_with_library(const std::string& text, const std::string& other)
+{
+    std::string library = content_of(key_path);
+    const size_t at = library.find(text);
+    EXPECT_NE(at, std::string::npos);
+    library.replace(at, text.size(), other);
+    fs::create_directory("/tmp/other");
+    std::ofstream("/tmp/other/libkqutm.so.1", std::ios::binary) << library;
+    setenv("LD_LIBRARY_PATH", "/tmp/other", 1);
+    const run_result told = utmctl(doctor_line);
+    unsetenv("LD_LIBRARY_PATH");
+    return told;
+}
+
+TEST(doctor, compares_library_and_tool)
+{
+    const kept alive = whole_box();
+    const std::string version = nlohmann::json::parse(utmctl("-j version").out)["result"]["version"];
+    const std::string other = std::string(version.size(), '9');
+    const std::string subject = "utmctl " + version + " runs with a library ";
+    const std::string remedy = "; install utmctl and library from one version\n";
+    const std::string name("kqutm\0\0\0", 8);
+    EXPECT_EQ(doctor_with_library(name + version, name + other),
+              (run_result{10, "warning: " + subject + "of version " + other + remedy, ""}));
+    EXPECT_EQ(doctor_with_library(name + version, "other" + std::string(3, '\0') + version),
+              (run_result{10, "warning: " + subject + "that does not tell its version" + remedy, ""}));
+    const std::string front = name + version + std::string(1, '\0');
+    EXPECT_EQ(doctor_with_library(front + "/usr/lib/libkqutm.so", front + "/usr/lib/libother.so"),
+              (run_result{11,
+                          "error: " + subject +
+                              "that has another key file, /usr/lib/libother.so instead of "
+                              "/usr/lib/libkqutm.so" +
+                              remedy,
+                          ""}));
+}
+
+// Only a superuser can give files away; nobody else can meet a foreign owner of his own making.
+TEST(doctor, distrusts_the_files_of_other_users)
+{
+    const kept alive = whole_box();
+    fs::create_directory(log_folder);
+    const bool given = chown(log_folder, 1000, 1000) == 0 && chown(ips.path, 1000, 1000) == 0;
+    EXPECT_EQ(utmctl(doctor_line),
+              given ? (run_result{10,
+                                  "warning: /tmp/utm_ips belongs to user 1000, who may have put something else in the "
+                                  "place of the IPS daemon; see that the IPS daemon runs as that user, or remove the "
+                                  "socket and start the daemon again\n"
+                                  "warning: the log folder /tmp/utm_log belongs to user 1000, who may change what the "
+                                  "logs tell; 'chown root /tmp/utm_log' takes it over\n",
+                                  ""})
+                    : (run_result{0, "nothing wrong\n", ""}));
+}
+
+std::vector<std::string> all_paths()
+{
+    std::vector<std::string> paths;
+    for (const char* folder : {"/tmp", "/dev", "/run"}) {
+        const auto unreadable = fs::directory_options::skip_permission_denied;
+        for (auto entry = fs::recursive_directory_iterator(folder, unreadable); entry != fs::end(entry); ++entry) {
+            if (entry->path() == KQUTM_BUILD_FOLDER || entry->path() == "/dev/pts")
+                entry.disable_recursion_pending();
+            paths.push_back(entry->path());
+        }
+    }
+    std::sort(paths.begin(), paths.end());
+    return paths;
+}
+
+TEST(doctor, changes_nothing_on_a_fresh_box)
+{
+    const std::vector<std::string> paths = all_paths();
+    EXPECT_EQ(utmctl(doctor_line).status, 11);
+    EXPECT_EQ(all_paths(), paths);
+    EXPECT_EQ(std::count(paths.begin(), paths.end(), log_folder), 0);
+    const std::string headings_alone = content_of("/proc/sysvipc/shm");
+    EXPECT_EQ(std::count(headings_alone.begin(), headings_alone.end(), '\n'), 1);
+    const std::string no_locks = content_of("/proc/sysvipc/sem");
+    EXPECT_EQ(std::count(no_locks.begin(), no_locks.end(), '\n'), 1);
+}
+
+TEST(doctor, changes_nothing_on_a_box_in_use)
+{
+    const kept alive = whole_box();
+    register_ids({{0, 7}});
+    semaphore();
+    const std::vector<std::string> paths = all_paths();
+    const slots before = all_slots();
+    const std::string locks = content_of("/proc/sysvipc/sem");
+    EXPECT_EQ(utmctl(doctor_line).status, 0);
+    EXPECT_EQ(all_paths(), paths);
+    EXPECT_EQ(all_slots(), before);
+    EXPECT_EQ(content_of("/proc/sysvipc/sem"), locks);
+}
+
+} // namespace
