@@ -17,6 +17,7 @@ struct byte_range {
 // What one has to know of a daemon to talk to it, or to stand for it.
 struct daemon_row {
     const char* name;
+    const char* title; // in sentences: "the TITLE daemon"
     const char* path;
     int type = SOCK_STREAM; // of its socket
     size_t code_width = 4;  // of the code that a request begins with
@@ -34,10 +35,11 @@ inline constexpr byte_range named_in_responses[] = {{16, 12}, {48, 8},  {80, 128
                                                     {264, 8}, {280, 4}, {288, 516}};
 
 // The config daemons differ in path, request and codes alone.
-constexpr daemon_row config_daemon(const char* name, const char* path, size_t request_size,
+constexpr daemon_row config_daemon(const char* name, const char* title, const char* path, size_t request_size,
                                    std::span<const code_row> (*codes)(), const char* pid_file = nullptr)
 {
     return {.name = name,
+            .title = title,
             .path = path,
             .code_width = 1,
             .request_size = request_size,
@@ -50,15 +52,16 @@ constexpr daemon_row config_daemon(const char* name, const char* path, size_t re
 }
 
 inline constexpr daemon_row cf_daemon =
-    config_daemon("cf", UTM_CF_CONFIG_SOCKET, sizeof(utm_cf_config_event), cf_codes, UTM_CF_PID_FILE);
+    config_daemon("cf", "content-filter", UTM_CF_CONFIG_SOCKET, sizeof(utm_cf_config_event), cf_codes, UTM_CF_PID_FILE);
 
 inline constexpr daemon_row app_daemon =
-    config_daemon("app", UTM_APP_CONFIG_SOCKET, sizeof(utm_app_config_event), app_codes);
+    config_daemon("app", "application", UTM_APP_CONFIG_SOCKET, sizeof(utm_app_config_event), app_codes);
 
-inline constexpr daemon_row user_profile_daemon =
-    config_daemon("user_profile", UTM_USER_PROFILE_SOCKET, sizeof(utm_user_profile_config_event), user_profile_codes);
+inline constexpr daemon_row user_profile_daemon = config_daemon(
+    "user_profile", "user-profile", UTM_USER_PROFILE_SOCKET, sizeof(utm_user_profile_config_event), user_profile_codes);
 
 inline constexpr daemon_row ips_daemon = {.name = "ips",
+                                          .title = "IPS",
                                           .path = UTM_IPS_SOCKET,
                                           .request_size = sizeof(utm_ips_message),
                                           .reply_size = sizeof(utm_ips_message),
@@ -67,6 +70,7 @@ inline constexpr daemon_row ips_daemon = {.name = "ips",
                                           .codes = ips_codes};
 
 inline constexpr daemon_row devid_daemon = {.name = "devid",
+                                            .title = "device-identification",
                                             .path = UTM_DEVID_SOCKET,
                                             .request_size = sizeof(utm_devid_message),
                                             .reply_size = sizeof(utm_devid_message),
@@ -74,6 +78,7 @@ inline constexpr daemon_row devid_daemon = {.name = "devid",
                                             .codes = devid_codes};
 
 inline constexpr daemon_row av_daemon = {.name = "av",
+                                         .title = "anti-virus",
                                          .path = UTM_AV_SOCKET,
                                          .request_size = sizeof(utm_av_message),
                                          .reply_size = sizeof(utm_av_message),
@@ -81,6 +86,7 @@ inline constexpr daemon_row av_daemon = {.name = "av",
                                          .codes = av_codes};
 
 inline constexpr daemon_row ir_daemon = {.name = "ir",
+                                         .title = "IR",
                                          .path = UTM_IR_SOCKET,
                                          .type = SOCK_SEQPACKET,
                                          .request_size = sizeof(utm_ir_request),

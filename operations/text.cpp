@@ -1,5 +1,7 @@
 #include "operations/text.h"
 
+#include "operations/number.h"
+
 #include <cstdio>
 #include <cstring>
 
@@ -19,6 +21,20 @@ std::string hex_of(std::span<const uint8_t> bytes)
         text += digits[byte & 15];
     }
     return text;
+}
+
+std::optional<std::vector<uint8_t>> parse_hex(std::string_view text)
+{
+    if (text.size() % 2 != 0)
+        return {};
+    std::vector<uint8_t> bytes;
+    for (size_t at = 0; at < text.size(); at += 2) {
+        const std::optional<uint8_t> byte = number_of<uint8_t>(text.substr(at, 2), 16);
+        if (!byte)
+            return {};
+        bytes.push_back(*byte);
+    }
+    return bytes;
 }
 
 std::string mac_text(std::span<const uint8_t, 6> mac)

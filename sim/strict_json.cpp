@@ -1,6 +1,8 @@
 #include "sim/strict_json.h"
 
-#include <charconv>
+#include "operations/text.h"
+
+#include <algorithm>
 #include <cstdint>
 #include <utility>
 
@@ -58,12 +60,10 @@ bool truth_at(const json& value, const std::string& where)
 
 void bytes_at(const json& value, const std::string& where, std::span<uint8_t> bytes)
 {
-    const std::string text = text_at(value, where);
-    const bool is_hex = text.find_first_not_of("0123456789abcdefABCDEF") == std::string::npos;
-    if (!is_hex || text.size() != 2 * bytes.size())
+    const std::optional<std::vector<uint8_t>> given = operations::parse_hex(text_at(value, where));
+    if (!given || given->size() != bytes.size())
         throw input_error(where + ": " + std::to_string(2 * bytes.size()) + " hexadecimal digits are expected");
-    for (size_t byte = 0; byte < bytes.size(); byte++)
-        std::from_chars(&text[2 * byte], &text[2 * byte] + 2, bytes[byte], 16);
+    std::ranges::copy(*given, bytes.begin());
 }
 
 template <class Number> Number number_at(const json& value, const std::string& where)

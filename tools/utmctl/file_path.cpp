@@ -1,5 +1,6 @@
 #include "tools/utmctl/file_path.h"
 
+#include "operations/text.h"
 #include "tools/utmctl/outcome.h"
 #include "tools/utmctl/text_argument.h"
 
@@ -8,7 +9,6 @@
 namespace {
 
 constexpr size_t longest_path = 127;
-constexpr char harmless[] = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789/._-+,:@%=";
 
 } // namespace
 
@@ -30,7 +30,7 @@ std::string check_shell_path(const std::string& text)
 {
     const std::string path = path_of(text);
     const std::string wrong = wrong_path(text, longest_path);
-    if (!wrong.empty() || path.find_first_not_of(harmless) == std::string::npos)
+    if (!wrong.empty() || path.find_first_not_of(operations::harmless_to_shells) == std::string::npos)
         return wrong;
     return in_quotes(path) + " has characters that a shell may interpret; letters, digits and /._-+,:@%= are safe";
 }

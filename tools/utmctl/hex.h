@@ -1,15 +1,11 @@
 #pragma once
 
-#include <cstdint>
-#include <optional>
-#include <span>
-#include <string>
-#include <vector>
+#include "operations/text.h"
 
 // Bytes as pairs of hexadecimal digits, without anything between them.
 
-std::string hex_of(std::span<const uint8_t> bytes);
-std::optional<std::vector<uint8_t>> parse_hex(const std::string& text);
+using operations::hex_of;
+using operations::parse_hex;
 
 std::string wrong_hex(const std::string& text, size_t least, size_t most);
 

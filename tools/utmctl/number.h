@@ -1,31 +1,14 @@
 #pragma once
 
+#include "operations/number.h"
 #include "tools/utmctl/outcome.h"
 
-#include <charconv>
-#include <cstdint>
-#include <optional>
 #include <string>
-#include <string_view>
 
 // Numbers as arguments.
 
-// The whole text as a number, or nothing.
-template <class Number, class... Format> std::optional<Number> number_of(std::string_view text, Format... format)
-{
-    Number number = 0;
-    auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number, format...);
-    if (error != std::errc() || end != text.data() + text.size())
-        return {};
-    return number;
-}
-
-// A whole number, in decimal or with 0x in hexadecimal digits.
-inline std::optional<int64_t> parse_whole(std::string_view text)
-{
-    return text.starts_with("0x") && !text.starts_with("0x-") ? number_of<int64_t>(text.substr(2), 16)
-                                                              : number_of<int64_t>(text);
-}
+using operations::number_of;
+using operations::parse_whole;
 
 // Checks for the command tables: check_whole<1, 10>.
 template <int64_t low, int64_t high> std::string check_whole(const std::string& text)
