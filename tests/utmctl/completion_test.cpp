@@ -33,6 +33,8 @@ TEST_F(completing, it_follows_the_command_table)
         {"help profile delete ''", ""},
         {"wait ''", "all\napp\nav\ncf\ndevid\nips\nir\nuser_profile\n"},
         {"wait i", "ips\nir\n"},
+        {"describe utm_uuid", "utm_uuid_get\nutm_uuid_set\n"},
+        {"call utm_ips_a", "utm_ips_activate\n"},
         {"wait ips i", "ir\n"},
         {"cf dump ''", ":files\n"},
         {"cf add-keyword 70 -f ''", ":files\n"},

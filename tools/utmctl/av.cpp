@@ -45,21 +45,28 @@ constexpr list_row<utm_av_entry> whitelist = {av, "the whitelist entries", white
 constexpr list_row<utm_av_entry> cache = {av, "the cache entries", cache_fields};
 
 constexpr command commands[] = {
-    {"switch", state, perform<switching>, "switch the engine on or off", nullptr, "av switch on"},
-    {"status", raw_block, show_status<status>, "show the engine's status, in words that the daemon defines"},
-    {"cache-size", cache_limit, perform<sizing>, "limit the scan cache"},
+    {"switch", state, {perform<switching>, "utm_av_activate"}, "switch the engine on or off", nullptr, "av switch on"},
+    {"status",
+     raw_block,
+     {show_status<status>, "utm_av_show_status"},
+     "show the engine's status, in words that the daemon defines"},
+    {"cache-size", cache_limit, {perform<sizing>, "utm_av_cache_set_max_size"}, "limit the scan cache"},
     {"cache",
      {},
-     show_list<cache, utm_av_show_cache>,
+     {show_list<cache, utm_av_show_cache>, "utm_av_show_cache"},
      "list the scan cache, the newest entry first",
      nullptr,
      "av cache --json"},
-    {"set-whitelist", entry_and_operation, perform<setting_whitelist>, "set an entry in the whitelist", nullptr,
+    {"set-whitelist",
+     entry_and_operation,
+     {perform<setting_whitelist>, "utm_av_set_whitelist"},
+     "set an entry in the whitelist",
+     nullptr,
      "av set-whitelist 275a021bbfb6489e54d471899f7db9d1 0"},
-    {"whitelist", {}, show_list<whitelist, utm_av_show_whitelist>, "list the whitelist"},
-    {"debug", state, perform<debugging>, "switch the daemon's debug output on or off"},
-    {"reset", {}, perform<resetting>, "set the engine back", "the engine's settings"},
-    {"flush", {}, perform<flushing>, "flush the engine", "what the daemon flushes", "av flush --yes"},
+    {"whitelist", {}, {show_list<whitelist, utm_av_show_whitelist>, "utm_av_show_whitelist"}, "list the whitelist"},
+    {"debug", state, {perform<debugging>, "utm_av_debug"}, "switch the daemon's debug output on or off"},
+    {"reset", {}, {perform<resetting>, "utm_av_reset"}, "set the engine back", "the engine's settings"},
+    {"flush", {}, {perform<flushing>, "utm_av_flush"}, "flush the engine", "what the daemon flushes", "av flush --yes"},
 };
 
 } // namespace

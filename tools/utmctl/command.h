@@ -5,6 +5,7 @@
 #include <map>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 // The commands: each family lists its own in a table, which drives dispatch, help and errors alike.
@@ -41,10 +42,25 @@ struct request {
     const std::string& one(const char* name) const { return all(name).front(); }
 };
 
+// What a command does, and the functions of the library that it uses, with spaces between their names.
+class action {
+public:
+    constexpr action(outcome (*run)(const request&), std::string_view functions = "") : run_(run), functions_(functions)
+    {
+    }
+
+    outcome operator()(const request& asked) const { return run_(asked); }
+    std::vector<std::string> functions() const;
+
+private:
+    outcome (*run_)(const request&);
+    std::string_view functions_;
+};
+
 struct command {
     const char* word; // empty: the family's word alone is the command
     std::span<const argument> arguments;
-    outcome (*run)(const request&);
+    action run;
     const char* help;
     const char* destroys = nullptr; // what is lost, where the command wants --yes
     const char* example = nullptr;
@@ -61,6 +77,9 @@ std::span<const family* const> all_families();
 
 // Refuses arguments that are good each for itself.
 [[noreturn]] void refuse_arguments(const request& asked, const std::string& wrong);
+
+// Refuses what destroys something and is not allowed to.
+[[noreturn]] void refuse_to_destroy(const std::string& words, const std::string& what);
 
 std::string words_of(const family& group, const command& one);
 

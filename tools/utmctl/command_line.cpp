@@ -110,10 +110,7 @@ request parse_arguments(const family& group, const command& what, const texts& a
     if (parser.remaining_size() > 0)
         refuse_usage(words + ": unexpected argument " + in_quotes(parser.remaining().front()), help);
     if (what.destroys && !yes && !dry_run)
-        throw failure({.status = exit_status::unsafe,
-                       .what = words + " destroys " + what.destroys + ", and was not carried out",
-                       .culprits = {},
-                       .next = "add --yes if that is what you want"});
+        refuse_to_destroy(words, what.destroys);
     return asked;
 }
 

@@ -1,6 +1,6 @@
 #include "tools/utmctl/completion.h"
 
-#include "operations/daemons.h"
+#include "operations/function.h"
 #include "tools/utmctl/arguments.h"
 #include "tools/utmctl/command_line.h"
 #include "tools/utmctl/families.h"
@@ -81,6 +81,16 @@ texts daemons(const typed_line&)
     return names;
 }
 
+texts functions(const typed_line&)
+{
+    texts names;
+    for (const operations::function_family& family : operations::function_families()) {
+        for (const operations::function_row& one : family.functions())
+            names.emplace_back(one.name());
+    }
+    return names;
+}
+
 texts interfaces(const typed_line&)
 {
     texts names;
@@ -113,6 +123,7 @@ constexpr source sources[] = {
     {"FILE", nullptr, nullptr, files},
     {"PATH", nullptr, nullptr, files},
     {"-f", nullptr, nullptr, files},
+    {"FUNCTION", nullptr, nullptr, functions},
     {"ID", "profile", "create", nullptr},
     {"ID", "profile", nullptr, profiles},
     {"ID", "registry", "reserve", nullptr},

@@ -18,5 +18,7 @@ extern const family uuid_family;
 extern const family sys_family;
 extern const family complete_family;
 extern const family explain_family;
+extern const family call_family;
+extern const family describe_family;
 extern const family version_family;
 extern const family help_family;

@@ -69,6 +69,7 @@ json json_of(const family& group, const command& one)
             {"usage", std::string("utmctl ").append(synopsis(group, one))},
             {"help", one.help},
             {"arguments", arguments},
+            {"functions", one.run.functions()},
             {"destroys", one.destroys ? json(one.destroys) : json()},
             {"example", one.example ? json(std::string("utmctl ") + one.example) : json()}};
 }
@@ -107,6 +108,15 @@ void add_examples(std::vector<std::string>& lines, std::span<const command> comm
     }
 }
 
+void add_functions(std::vector<std::string>& lines, const command& one)
+{
+    const std::vector<std::string> functions = one.run.functions();
+    if (!functions.empty())
+        lines.insert(lines.end(), {"", "Calls, as 'utmctl describe' tells more of:"});
+    for (const std::string& function : functions)
+        lines.push_back("  " + function);
+}
+
 outcome show_help(const request& asked)
 {
     return help_on(asked.all("COMMAND"));
@@ -137,6 +147,7 @@ outcome help_on_command(const family& group, const command& one)
     if (!entries.empty())
         help.lines.push_back("");
     add_entries(help.lines, entries);
+    add_functions(help.lines, one);
     if (one.example != nullptr)
         help.lines.insert(help.lines.end(), {"", "Example:", std::string("  utmctl ") + one.example});
     add_options(help.lines);

@@ -146,8 +146,11 @@ constexpr argument kind_and_new_id[] = {
     {"ID", occurs::at_most_once, check_id_or_zero, "the identifier to take; 0 or none: the current time in seconds"},
 };
 
+constexpr char lock_and_segment[] =
+    "init_utm_id_config_sem utm_id_config_lock attach_utm_id_data_shm detach_utm_id_data_shm utm_id_config_unlock";
+
 constexpr command commands[] = {
-    {"show", {}, show, "show every slot in use"},
+    {"show", {}, {show, lock_and_segment}, "show every slot in use"},
     {.word = "audit",
      .run = audit_registry,
      .help =
@@ -156,16 +159,28 @@ constexpr command commands[] = {
      .example = "registry audit",
      .timeout = 2},
     {"lock-status", {}, show_lock, "show which process holds the registry's lock, and which wait for it"},
-    {"check", kind_and_id, check, "tell by the exit status whether an identifier is registered", nullptr,
+    {"check",
+     kind_and_id,
+     {check, "check_shm_utm_id"},
+     "tell by the exit status whether an identifier is registered",
+     nullptr,
      "registry check profile 7"},
-    {"reserve", kind_and_new_id, reserve, "reserve an identifier, without telling any daemon, and print it", nullptr,
+    {"reserve",
+     kind_and_new_id,
+     {reserve, "init_utm_id_shm get_unique_id"},
+     "reserve an identifier, without telling any daemon, and print it",
+     nullptr,
      "registry reserve cf-policy 70"},
-    {"release", kind_and_id, release, "release an identifier, a policy's as both kinds; the daemons keep theirs",
-     nullptr, "registry release cf-policy 70"},
-    {"init", {}, init, "clear the registry if that was not done since the gateway started"},
+    {"release",
+     kind_and_id,
+     {release, "reset_utm_id_shm"},
+     "release an identifier, a policy's as both kinds; the daemons keep theirs",
+     nullptr,
+     "registry release cf-policy 70"},
+    {"init", {}, {init, "init_utm_id_shm"}, "clear the registry if that was not done since the gateway started"},
     {"clear",
      {},
-     clear,
+     {clear, "init_utm_id_shm"},
      "clear the registry now; the daemons keep theirs",
      "every identifier and binding",
      "registry clear --yes"},

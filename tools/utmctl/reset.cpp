@@ -119,7 +119,7 @@ outcome reset(const request& asked)
 constexpr command commands[] = {
     {"",
      {},
-     reset,
+     {reset, "utm_user_profile_cf_app_policy_reset"},
      "delete all profiles, flush the content filter, and switch it and application control off",
      "all profiles, the policies bound to them, and what the content filter holds",
      "reset --yes"},

@@ -32,7 +32,11 @@ outcome switch_debug_events(const request& asked)
 }
 
 constexpr command commands[] = {
-    {"debug-events", state, switch_debug_events, "switch the recording of debug events on or off", nullptr,
+    {"debug-events",
+     state,
+     {switch_debug_events, "utm_notify_debug"},
+     "switch the recording of debug events on or off",
+     nullptr,
      "sys debug-events on"},
 };
 

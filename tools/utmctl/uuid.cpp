@@ -72,9 +72,14 @@ constexpr argument new_text[] = {
 };
 
 constexpr command commands[] = {
-    {"get", {}, get, "print the device UUID"},
-    {"set", new_text, set, "set the device UUID", nullptr, "uuid set 123e4567-e89b-12d3-a456-426614174000"},
-    {"clear", {}, clear, "take the device UUID away", "the device UUID", "uuid clear --yes"},
+    {"get", {}, {get, "utm_uuid_get"}, "print the device UUID"},
+    {"set",
+     new_text,
+     {set, "utm_uuid_set"},
+     "set the device UUID",
+     nullptr,
+     "uuid set 123e4567-e89b-12d3-a456-426614174000"},
+    {"clear", {}, {clear, "utm_uuid_set"}, "take the device UUID away", "the device UUID", "uuid clear --yes"},
 };
 
 } // namespace

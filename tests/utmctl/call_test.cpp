@@ -1,0 +1,279 @@
+#include "sim/gateway.h"
+#include "tests/sandbox/config_daemons.h"
+#include "tests/sandbox/files.h"
+#include "tests/utmctl/engines.h"
+#include "tests/utmctl/records.h"
+#include "tests/utmctl/run.h"
+
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+// The functions of the library by their names, with raw values.
+
+namespace {
+
+using json = nlohmann::ordered_json;
+
+json result_of(const std::string& line)
+{
+    const run_result result = utmctl("-j " + line);
+    EXPECT_EQ(result.status, 0) << line << "\n" << result;
+    return json::parse(result.out).at("result");
+}
+
+run_result failed(int status, const std::string& sentence)
+{
+    return refused(status, sentence + "\n");
+}
+
+run_result wrong(const std::string& what)
+{
+    return failed(2, "call: " + what + "; 'utmctl help call' tells what it takes");
+}
+
+TEST(call, tells_what_a_function_returns_and_errno)
+{
+    const engine_daemon daemon(ips, answer_with(reply_of(ips, 0)));
+    EXPECT_EQ(utmctl("call utm_ips_activate 1"), (run_result{0, "returned: 0\nerrno: 0\n", ""}));
+    EXPECT_EQ(utmctl("-j call utm_ips_activate 0x1"),
+              (run_result{0,
+                          done_line("call", R"({"function":"utm_ips_activate","returned":0,"errno":null,)"
+                                            R"("outputs":{},"printed":[]})"),
+                          ""}));
+    const sim::bytes request = request_to(ips, {{0, 0}, {4, 1}});
+    EXPECT_EQ(daemon.requests(), (std::vector<sim::bytes>{request, request}));
+}
+
+TEST(call, fails_with_the_class_of_errno)
+{
+    const engine_daemon daemon(ips, answer_with(reply_of(ips, 7)));
+    EXPECT_EQ(utmctl("call utm_ips_activate 1"),
+              (run_result{1, "returned: 7\nerrno: EREMOTEIO\n",
+                          "utmctl: utm_ips_activate returned 7: errno is EREMOTEIO: the daemon refused; 'utmctl "
+                          "describe utm_ips_activate' tells more\n"}));
+    EXPECT_EQ(utmctl("call utm_ips_activate 2"),
+              (run_result{2, "returned: -1\nerrno: EINVAL\n",
+                          "utmctl: utm_ips_activate returned -1: errno is EINVAL: an argument is refused; nothing was "
+                          "sent; 'utmctl describe utm_ips_activate' tells more\n"}));
+    EXPECT_EQ(utmctl("call utm_av_reset --yes").status, 4);
+    EXPECT_EQ(utmctl("call check_shm_utm_id 7 1").status, 5);
+}
+
+TEST(call, ends_with_6_where_an_identifier_is_unknown)
+{
+    const config_daemons daemons;
+    EXPECT_EQ(utmctl("call utm_user_profile_delete 7").status, 6);
+    EXPECT_EQ(daemons.told(), std::vector<std::string>{});
+}
+
+TEST(call, ends_a_call_that_does_not_return)
+{
+    const engine_daemon daemon(ips, {sim::receive(), sim::await_close()});
+    EXPECT_EQ(utmctl("--timeout 0.05 call utm_ips_activate 1"),
+              failed(3, "utm_ips_activate did not return: the IPS daemon (/tmp/utm_ips) did not answer within 0.05 s, "
+                        "and the call was ended; find out why the daemon hangs; --timeout sets a longer limit"));
+}
+
+TEST(call, refuses_what_does_not_fit_the_type)
+{
+    EXPECT_EQ(utmctl("call utm_ips_activate -1"), wrong("on: '-1' is not a whole number from 0 to 4294967295"));
+    EXPECT_EQ(utmctl("call utm_ips_activate 0x100000000"),
+              wrong("on: '0x100000000' is not a whole number from 0 to 4294967295"));
+    EXPECT_EQ(utmctl("call utm_ir_db_set_whitelist 1 65536 0"),
+              wrong("second_value: '65536' is not a whole number from 0 to 65535"));
+    EXPECT_EQ(utmctl("call utm_cf_debug -2147483649"),
+              wrong("value: '-2147483649' is not a whole number from -2147483648 to 2147483647"));
+    EXPECT_EQ(utmctl("call utm_ips_activate"), wrong("utm_ips_activate takes 1 argument: on"));
+    EXPECT_EQ(utmctl("call utm_user_profile_add_dev 7 0242ac1100"),
+              wrong("mac: '0242ac1100' is not 6 bytes, each of two hexadecimal digits, or null"));
+    EXPECT_EQ(utmctl("call utm_app_policy_config_block 80 0100000001000000 2"),
+              wrong("count: '2' is more than the entries before it"));
+    EXPECT_EQ(utmctl("call utm_app_daemon_status out out 7"), wrong("third: '7' is neither out nor null"));
+    EXPECT_EQ(utmctl("call utm_cf_dump_all '/tmp/a b'"),
+              wrong("path: '/tmp/a b' has characters that a shell may interpret; letters, digits and /._-+,:@%= are "
+                    "safe"));
+    EXPECT_EQ(utmctl("call utm_frob"), wrong("FUNCTION: 'utm_frob' is not a function of the library; 'utmctl "
+                                             "describe' lists them"));
+}
+
+TEST(call, sends_negative_numbers)
+{
+    const engine_daemon daemon(ir, answer_with(reply_of(ir, 0)));
+    result_of("call utm_ir_db_set_max_size_mb -1");
+    EXPECT_EQ(daemon.requests(), std::vector<sim::bytes>{request_to(ir, {{0, 3}, {4, UINT32_MAX}})});
+}
+
+TEST(call, takes_texts_as_they_are)
+{
+    const engine_daemon daemon(ips, answer_with(reply_of(ips, 0)));
+    result_of("call utm_ips_set_whitelist '' 0");
+    result_of("call utm_ips_set_whitelist text:null 1");
+    EXPECT_EQ(daemon.requests(),
+              (std::vector<sim::bytes>{request_to(ips, {{0, 3}}), request_to(ips, {{0, 3}, {52, 1}}, 20, "null")}));
+    EXPECT_EQ(utmctl("call utm_ips_set_whitelist null 0").status, 2);
+}
+
+TEST(call, takes_bytes_as_hexadecimal_digits)
+{
+    register_ids({{0, 7}});
+    const config_daemons daemons;
+    result_of("call utm_user_profile_add_dev 7 0242ac110005");
+    EXPECT_EQ(daemons.request_of(user_profile_path),
+              (sim::bytes{3, 0, 0, 0, 7, 0, 0, 0, 0x02, 0x42, 0xac, 0x11, 0x00, 0x05, 0, 0}));
+}
+
+TEST(call, tells_what_came_in_outputs)
+{
+    sim::bytes status(832, 0xa5);
+    status[0] = 0;
+    put_u32(status, 236, 5);
+    put_u32(status, 240, 6);
+    put_u32(status, 244, 7);
+    const sim::scripted_daemon daemon(app_path, answer(records{status}));
+    EXPECT_EQ(utmctl("call utm_app_daemon_status out out out"),
+              (run_result{0, "returned: 0\nerrno: 0\nfirst: 5\nsecond: 6\nthird: 7\n", ""}));
+}
+
+TEST(call, tells_an_output_that_is_null)
+{
+    const run_result result = utmctl("call utm_app_get_export_interval null");
+    EXPECT_EQ(result.status, 2);
+    EXPECT_EQ(result.out, "returned: -1\nerrno: EINVAL\ninterval: null\n");
+}
+
+TEST(call, prints_buffers_back)
+{
+    result_of("call utm_uuid_set 'home 7'");
+    EXPECT_EQ(utmctl("call utm_uuid_get out 1"), (run_result{0, "returned: 0\nerrno: 0\nbuffer: home 7\n", ""}));
+    EXPECT_EQ(result_of("call utm_getSystemCommandResult 'echo seven' out 4 1"),
+              json::parse(R"({"function":"utm_getSystemCommandResult","returned":null,"errno":null,)"
+                          R"("outputs":{"out":"sev"},"printed":[]})"));
+}
+
+TEST(call, takes_nothing_there_for_no_failure)
+{
+    EXPECT_EQ(utmctl("call utm_uuid_get out 256"), (run_result{0, "returned: -1\nerrno: 0\nbuffer: \n", ""}));
+}
+
+TEST(call, walks_lists)
+{
+    sim::bytes entry = reply_of(ir, 0);
+    put_u32(entry, 4, 0xc0a80107);
+    entry[8] = 0xbb;
+    entry[9] = 1;
+    const engine_daemon daemon(ir, send_records({entry, reply_of(ir, 1)}));
+    EXPECT_EQ(utmctl("call utm_ir_db_get_whitelist"),
+              (run_result{0,
+                          "returned: a list of 1 entry\nerrno: 0\n     value second_value\n3232235783          443\n"
+                          "the list is released\n",
+                          ""}));
+    EXPECT_EQ(result_of("call utm_ir_db_get_whitelist")["returned"],
+              json::parse(R"([{"value":3232235783,"second_value":443}])"));
+}
+
+TEST(call, tells_a_list_that_broke_off)
+{
+    const engine_daemon daemon(ir, {sim::receive(), sim::send(reply_of(ir, 0))});
+    const run_result result = utmctl("call utm_ir_db_get_blacklist");
+    EXPECT_EQ(result.status, 8);
+    EXPECT_TRUE(result.out.starts_with("returned: a list of 1 entry\nerrno: ENODATA\n")) << result;
+    EXPECT_EQ(result.err, "utmctl: utm_ir_db_get_blacklist returned a list that is not whole: errno is ENODATA: the "
+                          "daemon ended the connection instead of answering; 'utmctl describe utm_ir_db_get_blacklist' "
+                          "tells more\n");
+}
+
+TEST(call, tells_what_a_function_prints)
+{
+    const json told = json::parse(utmctl("-j call utm_ir_db_get_whitelist").out);
+    EXPECT_EQ(told["result"]["printed"], json::array({"connect failed"}));
+    EXPECT_EQ(told["exit"], 4);
+}
+
+TEST(call, makes_lists_to_be_released)
+{
+    EXPECT_EQ(utmctl("call utm_devid_free_device_list 3"), (run_result{0, "errno: 0\n", ""}));
+    EXPECT_EQ(utmctl("call utm_user_profile_free_app_usage_list null"), (run_result{0, "errno: 0\n", ""}));
+}
+
+TEST(call, destroys_nothing_without_yes)
+{
+    EXPECT_EQ(utmctl("call ips_create_server_socket"),
+              failed(9, "ips_create_server_socket destroys the socket at the daemon's path: the daemon can no longer "
+                        "be reached there, and was not carried out; add --yes if that is what you want"));
+    EXPECT_FALSE(exists("/tmp/utm_ips"));
+    EXPECT_EQ(utmctl("call ips_create_server_socket --yes").status, 0);
+    EXPECT_TRUE(std::filesystem::is_socket("/tmp/utm_ips"));
+}
+
+TEST(call, closes_descriptors)
+{
+    const engine_daemon daemon(av, {sim::await_close()});
+    const run_result result = utmctl("call connect_avd");
+    EXPECT_EQ(result.status, 0);
+    EXPECT_TRUE(result.out.ends_with("errno: 0\nthe descriptor is closed\n")) << result;
+}
+
+TEST(call, gives_a_lock_back_at_once)
+{
+    const std::string semaphore = result_of("call init_utm_id_config_sem")["returned"].dump();
+    EXPECT_EQ(utmctl("call utm_id_config_lock " + semaphore),
+              (run_result{0,
+                          "returned: 0\nerrno: 0\nthe kernel undoes it when the process of the call ends, which is at "
+                          "once\n",
+                          ""}));
+    EXPECT_EQ(utmctl("call utm_id_config_lock " + semaphore).status, 0);
+}
+
+TEST(call, shows_the_slots_of_the_registry)
+{
+    register_ids({{0, 7}, {256, 70}, {512, 70}});
+    EXPECT_EQ(result_of("call attach_utm_id_data_shm")["returned"],
+              json::parse(R"({"profiles":{"0":7},"cf_bindings":{"0":70},"cf_policies":{"0":70},"app_bindings":{},)"
+                          R"("app_policies":{}})"));
+    EXPECT_EQ(result_of("call detach_utm_id_data_shm attached")["returned"], 0);
+}
+
+TEST(call, writes_a_message_to_a_log)
+{
+    result_of("call utm_log /tmp/utm_log/utm_libips_log '100%s done'");
+    EXPECT_EQ(content_of("/tmp/utm_log/utm_libips_log"), "100%s done");
+}
+
+TEST(call, sends_an_event_and_tells_its_response)
+{
+    const sim::gateway gateway;
+    result_of("call send_utm_config_event 010000000000000007 1");
+    const json told = result_of("call send_utm_event_and_get_response 1d0000000000000007 1");
+    EXPECT_EQ(told["returned"], json::parse(R"({"status":0,"fields":{"limit":0},"list":[]})"));
+}
+
+// A word that the function takes there, by what 'describe' tells of it.
+std::string word_for(const json& argument)
+{
+    constexpr std::pair<const char*, const char*> words[] = {
+        {"a whole number", "1"},        {"a text", "x"},          {"a path", "/tmp/x"}, {"out", "out"},
+        {"the number of entries", "2"}, {"attached", "attached"},
+    };
+    const auto given_as = argument.at("given_as").get<std::string>();
+    for (const auto& [start, word] : words) {
+        if (given_as.starts_with(start))
+            return word;
+    }
+    return "null";
+}
+
+// On a gateway where everything answers, every function comes back and is told.
+TEST(call, reaches_every_function)
+{
+    const sim::gateway gateway;
+    for (const json& function : result_of("describe")) {
+        std::string line = "call " + function["function"].get<std::string>();
+        for (const json& argument : function["arguments"])
+            line += " " + word_for(argument);
+        const run_result result = utmctl("-j " + line + (function["destroys"].is_null() ? "" : " --yes"));
+        EXPECT_EQ(json::parse(result.out)["result"]["function"], function["function"]) << result;
+    }
+}
+
+} // namespace

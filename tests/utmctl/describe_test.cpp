@@ -1,0 +1,194 @@
+#include "tests/sandbox/files.h"
+#include "tests/utmctl/run.h"
+
+#include <algorithm>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+#include <set>
+#include <sstream>
+
+// The one table of functions: what it tells, and that it is whole.
+
+namespace {
+
+using json = nlohmann::ordered_json;
+using names = std::set<std::string>;
+
+json result_of(const std::string& line)
+{
+    return json::parse(utmctl("-j " + line).out).at("result");
+}
+
+constexpr char described_set_whitelist[] = R"(int32_t utm_ips_set_whitelist(const char* rule, uint32_t action)
+
+Does: sets a rule in the whitelist.
+
+Arguments:
+  rule: the rule's identifier, in the daemon's own terms; cut at 10 characters
+    given as a text, or null
+  action: 0 or 1, and the daemon defines which is which; anything else is refused
+    given as a whole number from 0 to 4294967295
+
+In this order:
+  exchange with the IPS daemon (/tmp/utm_ips): code 3, set whitelist: 316 bytes, answered by 316
+
+Waits: up to 10 s for each reply, and for each record of a list; to connect and to send without a limit.
+
+Returns:
+  0: the daemon accepted
+  -1: an argument was refused, no answer came, or the daemon answered so
+  other: the daemon's own number of a refusal, unchanged
+
+errno, when it has failed:
+  EINVAL: an argument is refused; nothing was sent
+  EREMOTEIO: the daemon refused
+  ETIMEDOUT: the daemon did not answer in time
+  ENODATA: the daemon ended the connection instead of answering
+  EPROTO: a record that is too short, or none that belongs here
+  ENOENT: the daemon's socket is missing; or an identifier is not registered, where the registry is asked
+  ECONNREFUSED: nobody listens on the daemon's socket
+  EINTR: a signal ended the wait; whether the daemon acted is not known
+
+Commands that use it:
+  utmctl ips set-whitelist
+
+Its records:
+DAEMON CODE RECORD  OFFSET SIZE TYPE          FIELD
+ips       3 request      0    4 number        code
+ips       3 request     20   11 text          rule
+ips       3 request     52    4 number        action
+ips       3 reply      312    4 signed number result
+)";
+
+TEST(describe, tells_a_function_field_by_field)
+{
+    EXPECT_EQ(utmctl("describe utm_ips_set_whitelist"), (run_result{0, described_set_whitelist, ""}));
+}
+
+constexpr char described_debug[] = R"json({
+        "function": "utm_app_debug",
+        "family": "app",
+        "prototype": "int32_t utm_app_debug(int32_t value)",
+        "does": "hands the daemon a debug value",
+        "arguments": [{"name": "value", "type": "int32_t", "help": "the value, which the daemon defines",
+                       "given_as": "a whole number from -2147483648 to 2147483647"}],
+        "steps": [{"daemon": "app", "title": "application", "socket": "/dev/utm_app_config_socket", "code": 41,
+                   "name": "debug",
+                   "request": {"size": 136, "fields": [
+                       {"name": "code", "type": "number", "offset": 0, "size": 1},
+                       {"name": "value", "type": "signed number", "offset": 8, "size": 4}]},
+                   "reply": {"size": 832, "fields": [
+                       {"name": "result", "type": "number", "offset": 0, "size": 1}], "list": false},
+                   "when": null}],
+        "waits": "up to 2.1 s while the daemon cannot be reached (22 attempts, 100 ms apart), and up to 10 s for its answer",
+        "returns": [{"value": "0", "meaning": "the daemon accepted"},
+                    {"value": "-1", "meaning": "failed; errno tells the cause"}],
+        "errno": [{"value": "EINVAL", "meaning": "an argument is refused; nothing was sent"},
+                  {"value": "EREMOTEIO", "meaning": "the daemon refused"},
+                  {"value": "ETIMEDOUT", "meaning": "the daemon did not answer in time"},
+                  {"value": "ENODATA", "meaning": "the daemon ended the connection instead of answering"},
+                  {"value": "EPROTO", "meaning": "a record that is too short, or none that belongs here"},
+                  {"value": "ENOENT", "meaning": "the daemon's socket is missing; or an identifier is not registered, where the registry is asked"},
+                  {"value": "ECONNREFUSED", "meaning": "nobody listens on the daemon's socket"},
+                  {"value": "EINTR", "meaning": "a signal ended the wait; whether the daemon acted is not known"}],
+        "afterwards": null,
+        "destroys": null,
+        "commands": ["app debug"]
+})json";
+
+TEST(describe, tells_the_same_in_json)
+{
+    EXPECT_EQ(result_of("describe utm_app_debug"), json::parse(described_debug));
+}
+
+TEST(describe, lists_the_functions_by_family)
+{
+    const run_result list = utmctl("describe --no-headers");
+    EXPECT_EQ(list.status, 0);
+    EXPECT_TRUE(
+        list.out.starts_with("profile  utm_user_profile_create                        creates a user profile in "
+                             "the registry, then in three daemons; all three are told\n"))
+        << list;
+}
+
+TEST(describe, refuses_what_is_no_function)
+{
+    EXPECT_EQ(utmctl("describe utm_frob"),
+              refused(2, "describe: FUNCTION: 'utm_frob' is not a function of the library; 'utmctl describe' lists "
+                         "them; 'utmctl help describe' tells what it takes\n"));
+}
+
+// The names between the braces of the export list.
+names exported_names()
+{
+    std::istringstream list(content_of(KQUTM_EXPORT_LIST));
+    names exported;
+    for (std::string line; std::getline(list, line);) {
+        if (line.starts_with('\t') && line != "\t*;")
+            exported.insert(line.substr(1, line.size() - 2));
+    }
+    return exported;
+}
+
+TEST(describe, knows_every_exported_function)
+{
+    names described;
+    for (const json& function : result_of("describe"))
+        described.insert(function["function"]);
+    EXPECT_EQ(described, exported_names());
+}
+
+TEST(describe, knows_what_each_argument_is)
+{
+    for (const json& function : result_of("describe")) {
+        for (const json& argument : function["arguments"])
+            EXPECT_TRUE(argument["help"].is_string()) << function["function"] << " " << argument["name"];
+    }
+}
+
+// What no command of its own is for.
+const names without_command = {
+    // The daemons' and the library's own work.
+    "utm_log",
+    // The shell itself does that better.
+    "utm_getSystemCommandResult",
+    // A lock that ends with the command locks nothing; 'uuid' takes it for as long as it needs it.
+    "utm_commoc_lock",
+    "utm_commoc_unlock",
+    // The process that fetched a list gives it back as it ends.
+    "utm_devid_free_device_list",
+    "utm_free_profile_mapping_list",
+    "utm_user_profile_free_app_usage_list",
+    "utm_user_profile_free_app_usage_prev_days_list",
+    "utm_user_profile_free_weekday_limit_list",
+};
+
+TEST(describe, every_operation_has_a_command_of_its_own)
+{
+    names lonely;
+    for (const json& function : result_of("describe")) {
+        const auto name = function["function"].get<std::string>();
+        if (name.find("utm_") <= 2 && function["commands"].empty())
+            lonely.insert(name);
+    }
+    EXPECT_EQ(lonely, without_command);
+}
+
+TEST(describe, every_function_of_a_command_is_known)
+{
+    const names exported = exported_names();
+    for (const json& command : result_of("help")["commands"]) {
+        for (const std::string function : command["functions"])
+            EXPECT_TRUE(exported.contains(function)) << command["command"] << " " << function;
+    }
+}
+
+TEST(help, tells_the_functions_of_a_command)
+{
+    const run_result help = utmctl("help registry reserve");
+    EXPECT_NE(help.out.find("\nCalls, as 'utmctl describe' tells more of:\n  init_utm_id_shm\n  get_unique_id\n"),
+              std::string::npos)
+        << help;
+}
+
+} // namespace
