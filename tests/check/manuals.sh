@@ -8,10 +8,13 @@ pages=$1
 utmctl=$2
 gateway=$3
 
+# Each by itself: where one page ends would decide whether a cell of the next still fits.
 typeset_well() {
-    local warnings
-    warnings=$(groff -man -t -ww -z -Tutf8 -rcR=1 "$pages"/man1/* "$pages"/man3/kqutm_* "$pages"/man7/* 2>&1)
-    [[ -z $warnings ]] || { echo "$warnings" && return 1; }
+    local page warnings
+    for page in "$pages"/man1/* "$pages"/man3/kqutm_* "$pages"/man7/*; do
+        warnings=$(groff -man -t -ww -z -Tutf8 -rcR=1 "$page" 2>&1)
+        [[ -z $warnings ]] || { echo "$page: $warnings" && return 1; }
+    done
 }
 
 # The prototypes of a family's header, one a line and without white space.
