@@ -11,7 +11,7 @@ class entry_count : public argument<int32_t> {
 public:
     static std::string wrong(words given, size_t at)
     {
-        const std::string no_number = argument::wrong(given, at);
+        std::string no_number = argument::wrong(given, at);
         if (!no_number.empty() || given[at - 1] == null_word)
             return no_number;
         const auto there = static_cast<int64_t>(given[at - 1].size() / 2 / UTM_APP_ENTRY_SIZE);

@@ -48,7 +48,7 @@ constexpr signature parse_prototype(std::string_view prototype)
 }
 
 // How C spells a type.
-template <class T> constexpr std::string_view spelling = "";
+template <class T> constexpr std::string_view spelling = {};
 template <> inline constexpr std::string_view spelling<void> = "void";
 template <> inline constexpr std::string_view spelling<int32_t> = "int32_t";
 template <> inline constexpr std::string_view spelling<uint16_t> = "uint16_t";
