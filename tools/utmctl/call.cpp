@@ -43,7 +43,7 @@ void check(const request& asked, const function_row& function)
             refuse_arguments(asked,
                              std::string(parsed.parameters.at(at).name) + ": " + in_quotes(given[at]) + " " + wrong);
     }
-    if (function.destroys != nullptr && !asked.has("--yes") && rehearsal::current() == nullptr)
+    if (function.destroys != nullptr && !asked.has("--yes") && !asked.yes && rehearsal::current() == nullptr)
         refuse_to_destroy(name, function.destroys);
 }
 

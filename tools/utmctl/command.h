@@ -1,6 +1,7 @@
 #pragma once
 
 #include "tools/utmctl/outcome.h"
+#include "tools/utmctl/output_style.h"
 
 #include <map>
 #include <span>
@@ -15,7 +16,8 @@ enum class occurs {
     at_most_once,
     at_least_once,
     any_number,
-    flag // an option without a value
+    flag,        // an option without a value
+    command_line // of another command, with its options
 };
 
 // A positional argument, or an option where the name starts with a hyphen. The check says what is wrong with one of the
@@ -32,10 +34,16 @@ struct command;
 
 // What the user asked for: the texts given for each argument, all of them checked.
 struct request {
-    std::map<std::string, std::vector<std::string>> values;
-    double timeout;         // seconds for each call of the library
-    std::string words = {}; // of the command
+    std::map<std::string, std::vector<std::string>> values = {};
+    double timeout = 0;                       // seconds for each call of the library
+    std::optional<double> given_timeout = {}; // those that --timeout tells
+    double wait = 0;                          // seconds in which the daemons that it needs may yet come up
+    bool yes = false;                         // what the command destroys may be destroyed
+    bool dry_run = false;                     // it is told, not done
+    bool explain = false;                     // what the library said is told, too
+    std::string words = {};                   // of the command
     const command* what = nullptr;
+    output_style style = {};
 
     const std::vector<std::string>& all(const char* name) const { return values.at(name); }
     bool has(const char* name) const { return !all(name).empty(); }
@@ -64,7 +72,8 @@ struct command {
     const char* help;
     const char* destroys = nullptr; // what is lost, where the command wants --yes
     const char* example = nullptr;
-    double timeout = 60; // seconds for each call, where --timeout tells no other
+    double timeout = 60;                       // seconds for each call, where --timeout tells no other
+    bool (*streams)(const request&) = nullptr; // whether it prints as it goes, so that no other command can hold it
 };
 
 struct family {

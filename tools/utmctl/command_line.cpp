@@ -1,6 +1,7 @@
 #include "tools/utmctl/command_line.h"
 
 #include "tools/utmctl/arguments.h"
+#include "tools/utmctl/columns.h"
 #include "tools/utmctl/families.h"
 #include "tools/utmctl/lookup.h"
 
@@ -12,14 +13,16 @@ namespace {
 constexpr char options_help[] = "'utmctl help' lists the options";
 
 struct global_flags {
-    std::string json;
+    std::string json = {};
     bool quiet = false;
     bool no_headers = false;
     bool dry_run = false;
     bool explain = false;
     bool help = false;
     bool version = false;
-    std::string timeout;
+    std::optional<std::string> columns = {};
+    std::optional<std::string> timeout = {};
+    std::optional<std::string> wait = {};
 };
 
 using texts = std::vector<std::string>;
@@ -47,7 +50,9 @@ texts take_globals(const texts& arguments, global_flags& flags)
     parser.add_flag("--explain", flags.explain);
     parser.add_flag("-h,--help", flags.help);
     parser.add_flag("--version", flags.version);
+    parser.add_option("--columns", flags.columns)->type_name("");
     parser.add_option("--timeout", flags.timeout)->type_name("");
+    parser.add_option("--wait", flags.wait)->type_name("");
     parse_with(parser, arguments, "wrong option", options_help);
     return parser.remaining();
 }
@@ -58,18 +63,25 @@ std::string check_json(const std::string& text)
 }
 
 // Not before the words are known, so that the refusal can name the command.
+void check_global(const char* name, const std::optional<std::string>& text, std::string (*check)(const std::string&))
+{
+    const std::string wrong = text ? check(*text) : "";
+    if (!wrong.empty())
+        refuse_usage(std::string("wrong option: ") + name + ": " + wrong, options_help);
+}
+
 void check_globals(const global_flags& flags)
 {
-    const std::string wrong_json = flags.json.empty() ? "" : check_json(flags.json);
-    const std::string wrong_timeout = flags.timeout.empty() ? "" : check_seconds(flags.timeout);
-    if (!wrong_json.empty())
-        refuse_usage("wrong option: --json: " + wrong_json, options_help);
-    if (!wrong_timeout.empty())
-        refuse_usage("wrong option: --timeout: " + wrong_timeout, options_help);
+    check_global("--json", flags.json.empty() ? std::nullopt : std::optional(flags.json), check_json);
+    check_global("--columns", flags.columns, check_headings);
+    check_global("--timeout", flags.timeout, check_seconds);
+    check_global("--wait", flags.wait, check_seconds);
 }
 
 void declare(CLI::App& parser, const argument& one, texts& values)
 {
+    if (one.count == occurs::command_line)
+        return;
     if (one.count == occurs::flag) {
         parser.add_flag_callback(one.name, [&values] { values = {""}; });
         return;
@@ -89,29 +101,44 @@ void declare(CLI::App& parser, const argument& one, texts& values)
         option->expected(1, CLI::detail::expected_max_vector_size);
         break;
     case occurs::flag:
+    case occurs::command_line:
         break;
     }
 }
 
-request parse_arguments(const family& group, const command& what, const texts& arguments, bool dry_run)
+// What the command's own arguments leave over: the line of another command, or one argument too many.
+void take_rest(const texts& rest, const std::string& help, request& asked)
+{
+    for (const argument& one : asked.what->arguments) {
+        if (one.count != occurs::command_line)
+            continue;
+        if (rest.empty())
+            refuse_usage(asked.words + ": " + one.name + " is required", help);
+        asked.values[one.name] = rest;
+        return;
+    }
+    if (!rest.empty())
+        refuse_usage(asked.words + ": unexpected argument " + in_quotes(rest.front()), help);
+}
+
+void parse_arguments(const family& group, const command& what, const texts& arguments, request& asked)
 {
     const std::string words = words_of(group, what);
-    request asked = {.values = {}, .timeout = what.timeout, .words = words, .what = &what};
+    asked.words = words;
+    asked.what = &what;
+    asked.timeout = asked.given_timeout.value_or(what.timeout);
     CLI::App parser;
     parser.set_help_flag();
     parser.allow_extras();
-    bool yes = false;
     if (what.destroys)
-        parser.add_flag("--yes", yes);
+        parser.add_flag("--yes", asked.yes);
     for (const argument& one : what.arguments)
         declare(parser, one, asked.values[one.name]);
     const std::string help = "'utmctl help " + words + "' tells what it takes";
     parse_with(parser, arguments, words, help);
-    if (parser.remaining_size() > 0)
-        refuse_usage(words + ": unexpected argument " + in_quotes(parser.remaining().front()), help);
-    if (what.destroys && !yes && !dry_run)
+    take_rest(parser.remaining(), help, asked);
+    if (what.destroys && !asked.yes && !asked.dry_run)
         refuse_to_destroy(words, what.destroys);
-    return asked;
 }
 
 problem incomplete(const std::string& what, const std::string& next)
@@ -188,18 +215,23 @@ void parse(const texts& arguments, command_line& line)
     }
     global_flags flags;
     line.words = take_globals(arguments, flags);
-    line.style.quiet = flags.quiet;
-    line.style.headers = !flags.no_headers;
-    line.dry_run = flags.dry_run;
-    line.explain = flags.explain;
+    line.style.quiet |= flags.quiet;
+    line.style.headers &= !flags.no_headers;
+    line.asked.dry_run |= flags.dry_run;
+    line.asked.explain |= flags.explain;
     line.help = flags.help;
     if (flags.version)
         line.words = {"version"};
     if (!flags.help)
         find_words(line);
     check_globals(flags);
+    if (flags.columns)
+        line.style.columns = headings_in(*flags.columns);
+    if (flags.timeout)
+        line.asked.given_timeout = seconds_of(*flags.timeout);
+    if (flags.wait)
+        line.asked.wait = seconds_of(*flags.wait);
+    line.asked.style = line.style;
     if (line.what != nullptr)
-        line.asked = parse_arguments(*line.group, *line.what, arguments_of(line), line.dry_run);
-    if (!flags.timeout.empty())
-        line.asked.timeout = seconds_of(flags.timeout);
+        parse_arguments(*line.group, *line.what, arguments_of(line), line.asked);
 }

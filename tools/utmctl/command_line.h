@@ -13,8 +13,6 @@ struct command_line {
     const command* what = nullptr;
     request asked;
     std::vector<std::string> words;
-    bool dry_run = false;
-    bool explain = false;
     bool help = false;                 // is wanted on what the words name
     std::optional<problem> incomplete; // the words name no command yet, so that help may serve
 };

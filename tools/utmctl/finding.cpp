@@ -1,6 +1,9 @@
 #include "tools/utmctl/finding.h"
 
+#include "tools/utmctl/colour.h"
+
 #include <algorithm>
+#include <unistd.h>
 
 namespace {
 
@@ -32,7 +35,8 @@ void tell(outcome& told, const findings& found, const char* check)
     for (const finding& one : found) {
         const severity_row& row = row_of(one);
         told.status = std::max(told.status, row.status);
-        told.lines.push_back(std::string(row.word) + ": " + one.what + "; " + one.remedy);
+        const std::string word = coloured(row.word, colour_of_word(row.word), takes_colours(STDOUT_FILENO));
+        told.lines.push_back(word + ": " + one.what + "; " + one.remedy);
         json value = {{"severity", row.word}, {"what", one.what}, {"remedy", one.remedy}};
         if (check != nullptr)
             value["check"] = check;

@@ -25,6 +25,8 @@ std::string shown(const argument& one)
         return std::string("[").append(name).append("]");
     case occurs::at_least_once:
         return name + "...";
+    case occurs::command_line:
+        return name + " [ARGUMENT...]";
     case occurs::any_number:
         return std::string("[").append(name).append("...]");
     }

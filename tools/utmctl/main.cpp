@@ -1,25 +1,21 @@
 // utmctl: the operations of the UTM client library on the command line.
 
-#include "tools/utmctl/command_line.h"
-#include "tools/utmctl/dry_run.h"
-#include "tools/utmctl/explanation.h"
-#include "tools/utmctl/help.h"
+#include "tools/utmctl/run_line.h"
 
 #include <fcntl.h>
 #include <unistd.h>
+#include <utility>
 
 namespace {
 
-outcome run(const command_line& line)
+outcome parse_and_run(const std::vector<std::string>& given, command_line& line)
 {
-    if (line.what != nullptr)
-        return line.dry_run ? dry_run(line.asked) : line.what->run(line.asked);
-    outcome help = help_on(line.words);
-    if (line.incomplete) {
-        help.status = line.incomplete->status;
-        help.problems = {*line.incomplete};
+    try {
+        parse(given, line);
+    } catch (const failure& cause) {
+        return failed(cause);
     }
-    return help;
+    return run_line(line);
 }
 
 // A descriptor that the caller closed would be taken by a connection, and descriptor 0 is none to the library.
@@ -40,17 +36,6 @@ int main(int count, char** arguments)
     fill_closed_descriptors();
     const std::vector<std::string> given(arguments + 1, arguments + count);
     command_line line = {.style = style_of(given)};
-    std::optional<explanation> watched;
-    outcome result;
-    try {
-        parse(given, line);
-        if (line.explain)
-            watched.emplace();
-        result = run(line);
-    } catch (const failure& cause) {
-        result = failed(cause);
-    }
-    if (watched)
-        result.explanation = watched->tell();
-    return static_cast<int>(print(command_of(line), result, line.style));
+    outcome result = parse_and_run(given, line);
+    return static_cast<int>(print(command_of(line), std::move(result), line.style));
 }

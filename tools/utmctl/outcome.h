@@ -44,7 +44,8 @@ private:
 
 struct column {
     const char* heading;
-    bool number = true; // stands at the right
+    bool number = true;  // stands at the right
+    bool status = false; // its words tell how something is, and are coloured at a terminal
 };
 
 struct table {
@@ -59,8 +60,10 @@ struct outcome {
     std::vector<std::string> lines;         // what was asked for
     std::optional<table> rows;              // the same, as a table
     std::vector<std::string> confirmations; // left out by --quiet
+    std::vector<std::string> notices;       // for standard error, though nothing has failed; left out by --quiet
     std::vector<problem> problems;
     std::optional<json> explanation = {}; // where --explain wants it
+    bool printed = false; // by the command itself, piece by piece; what is left are the problems
 };
 
 // A command that works on several things adds up what each of them came to.

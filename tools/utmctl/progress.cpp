@@ -13,8 +13,14 @@ progress::progress(size_t total) : total_(total), wanted_(total > 1 && isatty(ST
 
 progress::~progress()
 {
+    hide();
+}
+
+void progress::hide()
+{
     if (shown_ != 0)
         fputs(wipe, stderr);
+    shown_ = 0;
 }
 
 void progress::show(size_t done)

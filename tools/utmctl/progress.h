@@ -11,6 +11,7 @@ public:
     ~progress();
 
     void show(size_t done);
+    void hide(); // until it is shown again
 
 private:
     const size_t total_;

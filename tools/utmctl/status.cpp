@@ -48,7 +48,7 @@ void tell(outcome& told, const watched_daemon& daemon, const probe& seen, const 
 }
 
 constexpr shown_member shown[] = {
-    {"daemon", {"DAEMON", false}},   {"state", {"STATE", false}}, {"milliseconds", {"MS"}}, {"pid", {"PID"}},
+    {"daemon", {"DAEMON", false}},   {"state", {"STATE", false, true}}, {"milliseconds", {"MS"}}, {"pid", {"PID"}},
     {"process", {"PROCESS", false}},
 };
 

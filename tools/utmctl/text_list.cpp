@@ -2,59 +2,20 @@
 
 #include "tools/utmctl/hex.h"
 #include "tools/utmctl/text_argument.h"
+#include "tools/utmctl/text_file.h"
 
-#include <cerrno>
-#include <cstring>
-#include <fcntl.h>
 #include <sstream>
-#include <unistd.h>
 
 namespace {
 
-std::string name_of(const request& asked)
+const std::string& file_of(const request& asked)
 {
-    const std::string& file = asked.one(texts_from_file.name);
-    return file == "-" ? "standard input" : file;
-}
-
-[[noreturn]] void tell_unreadable(const request& asked, const std::string& what)
-{
-    const std::string cause = std::string("cannot be read: ") + strerror(errno);
-    throw failure({.status = exit_status::usage,
-                   .what = what,
-                   .culprits = {{"the file", name_of(asked), cause}},
-                   .next = "name a file that can be read, or - for standard input"});
-}
-
-// What the descriptor holds up to its end; false when it cannot be read.
-bool read_all(int fd, std::string& text)
-{
-    char block[65536];
-    for (;;) {
-        const ssize_t size = read(fd, block, sizeof block);
-        if (size < 0 && errno == EINTR)
-            continue;
-        if (size <= 0)
-            return size == 0;
-        text.append(block, static_cast<size_t>(size));
-    }
-}
-
-std::string content_of(const request& asked, const std::string& what)
-{
-    const std::string& file = asked.one(texts_from_file.name);
-    const int fd = file == "-" ? STDIN_FILENO : open(file.c_str(), O_RDONLY | O_CLOEXEC);
-    std::string text;
-    if (fd < 0 || !read_all(fd, text))
-        tell_unreadable(asked, what);
-    if (fd != STDIN_FILENO)
-        close(fd);
-    return text;
+    return asked.one(texts_from_file.name);
 }
 
 void add_lines(std::vector<text_entry>& entries, const request& asked, const argument& texts, const std::string& what)
 {
-    std::istringstream stream(content_of(asked, what));
+    std::istringstream stream(content_of_file(file_of(asked), what));
     size_t number = 0;
     for (std::string line; std::getline(stream, line);) {
         ++number;
@@ -65,7 +26,8 @@ void add_lines(std::vector<text_entry>& entries, const request& asked, const arg
         entries.push_back({line, number});
         const std::string wrong = texts.check(line);
         if (!wrong.empty())
-            refuse_arguments(asked, "line " + std::to_string(number) + " of " + name_of(asked) + ": " + wrong);
+            refuse_arguments(asked,
+                             "line " + std::to_string(number) + " of " + name_of_file(file_of(asked)) + ": " + wrong);
     }
 }
 
@@ -85,7 +47,7 @@ std::vector<text_entry> texts_of(const request& asked, const argument& texts, co
 
 std::string place_of(const text_entry& entry, const request& asked)
 {
-    return entry.line == 0 ? "" : " (line " + std::to_string(entry.line) + " of " + name_of(asked) + ")";
+    return entry.line == 0 ? "" : " (line " + std::to_string(entry.line) + " of " + name_of_file(file_of(asked)) + ")";
 }
 
 std::vector<uint8_t> bytes_of(const std::vector<text_entry>& entries)
