@@ -20,5 +20,6 @@ extern const family complete_family;
 extern const family explain_family;
 extern const family call_family;
 extern const family describe_family;
+extern const family logs_family;
 extern const family version_family;
 extern const family help_family;

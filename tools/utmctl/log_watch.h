@@ -1,7 +1,8 @@
 #pragma once
 
+#include "tools/utmctl/log_tail.h"
+
 #include <string>
-#include <sys/types.h>
 #include <vector>
 
 // What is appended to a diagnostic log from now on, even when the log is rotated meanwhile.
@@ -16,6 +17,5 @@ public:
 private:
     std::string path_;
     bool took_lines_;
-    ino_t inode_ = 0;
-    off_t size_ = 0;
+    log_place start_;
 };
