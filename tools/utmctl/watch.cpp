@@ -1,0 +1,181 @@
+#include "tools/utmctl/arguments.h"
+#include "tools/utmctl/changes.h"
+#include "tools/utmctl/colour.h"
+#include "tools/utmctl/ending.h"
+#include "tools/utmctl/families.h"
+#include "tools/utmctl/json_table.h"
+#include "tools/utmctl/number.h"
+#include "tools/utmctl/readings.h"
+#include "tools/utmctl/run_line.h"
+#include "tools/utmctl/time_text.h"
+
+#include <unistd.h>
+
+// A command again and again, and what changes in its results.
+
+namespace {
+
+constexpr char its_help[] = "'utmctl help watch' tells what can be watched";
+
+void check_watched(const command_line& line)
+{
+    if (streams(line) || !is_reading(line.asked.words))
+        refuse_usage("watch: " + line.asked.words + " cannot be watched: it " +
+                         (streams(line) ? "goes on by itself" : "is no command that only reads"),
+                     its_help);
+}
+
+// What needs a --yes is refused because it does not only read.
+command_line parse_watched(const request& asked)
+{
+    command_line line = {.style = asked.style,
+                         .asked = {.given_timeout = asked.given_timeout, .wait = asked.wait, .yes = true}};
+    parse(asked.all("COMMAND"), line);
+    if (line.incomplete)
+        throw failure(*line.incomplete);
+    check_watched(line);
+    return line;
+}
+
+class watcher {
+public:
+    explicit watcher(command_line line) : line_(std::move(line)), out_(line_.style) {}
+
+    // False when nobody looks any more.
+    bool look()
+    {
+        const outcome now = run_line(line_);
+        const unbroken line_by_line;
+        if (!last_)
+            show_first(now);
+        else
+            show_changes(now);
+        if (now.status == exit_status::done)
+            known_ = now.result;
+        last_ = now;
+        return out_.is_taken();
+    }
+
+    void tell_loss(outcome& told) const { out_.tell_loss(told); }
+
+private:
+    void show_first(const outcome& now)
+    {
+        if (line_.style.json) {
+            json told = {{"time", time_now()}};
+            told.update(json_of(line_.asked.words, now));
+            out_.print(told);
+        } else {
+            out_.print(text_of(now, line_.style));
+        }
+        for (const problem& one : now.problems)
+            print_problem(one);
+    }
+
+    // A run that failed tells nothing of what is watched, so that its results are not compared.
+    void show_changes(const outcome& now)
+    {
+        const bool failed_now = now.status != exit_status::done;
+        const bool failed_before = last_->status != exit_status::done;
+        if (failed_now && sentences_of(now) != sentences_of(*last_))
+            show({"failed", "status", word_of(last_->status), word_of(now.status)}, now);
+        if (!failed_now && failed_before)
+            show({"recovered", "status", word_of(last_->status), word_of(now.status)}, now);
+        if (failed_now)
+            return;
+        if (!known_) {
+            show({"added", "result", {}, now.result}, now);
+            return;
+        }
+        for (const change& one : changes_between("result", *known_, now.result))
+            show(one, now);
+    }
+
+    static std::vector<std::string> sentences_of(const outcome& told)
+    {
+        std::vector<std::string> sentences;
+        for (const problem& one : told.problems)
+            sentences.push_back(sentence_of(one));
+        return sentences;
+    }
+
+    void show(const change& one, const outcome& now)
+    {
+        if (line_.style.json)
+            show_object(one, now);
+        else
+            show_line(one, now);
+    }
+
+    void show_object(const change& one, const outcome& now)
+    {
+        json errors = json::array();
+        for (const problem& each : now.problems)
+            errors.push_back(json_of(each));
+        out_.print(json{{"time", time_now()},
+                        {"change", one.kind},
+                        {"path", one.path},
+                        {"before", one.before},
+                        {"after", one.after},
+                        {"errors", errors}});
+    }
+
+    void show_line(const change& one, const outcome& now)
+    {
+        std::string line =
+            time_now() + " " + coloured(one.kind, colour_of_word(one.kind), takes_colours(STDOUT_FILENO));
+        line += " " + printable(one.path) + ": " + values_of(one);
+        for (const std::string& sentence : sentences_of(now))
+            line += ": " + sentence;
+        out_.print(line + "\n");
+    }
+
+    static std::string values_of(const change& one)
+    {
+        if (one.before.is_null() != one.after.is_null() && one.kind != std::string("changed"))
+            return printable(cell_of(one.before.is_null() ? one.after : one.before));
+        return printable(cell_of(one.before)) + " -> " + printable(cell_of(one.after));
+    }
+
+    command_line line_;
+    result_stream out_;
+    std::optional<outcome> last_; // of the run before
+    std::optional<json> known_;   // the result of the last run that did not fail
+};
+
+outcome run_watch(const request& asked)
+{
+    const double interval = asked.has("--interval") ? seconds_of(asked.one("--interval")) : 2;
+    const uint64_t most = asked.has("--count") ? whole_of<uint64_t>(asked.one("--count")) : UINT64_MAX;
+    watcher watched(parse_watched(asked));
+    end_on_signals();
+    for (uint64_t runs = 1; watched.look() && runs < most; ++runs)
+        sleep_for(interval);
+    outcome told = {.printed = true};
+    watched.tell_loss(told);
+    return told;
+}
+
+constexpr argument command_and_times[] = {
+    {"COMMAND", occurs::command_line, nullptr, "a command that only reads, with its arguments"},
+    {"--interval", occurs::at_most_once, check_seconds, "the time between two runs, 2 seconds without it", "SECONDS"},
+    {"--count", occurs::at_most_once, check_whole<1, INT64_MAX>, "how many runs; without it, until a signal", "NUMBER"},
+};
+
+bool always(const request&)
+{
+    return true;
+}
+
+constexpr command commands[] = {
+    {.word = "",
+     .arguments = command_and_times,
+     .run = run_watch,
+     .help = "run a command again and again, and print what changes in its results",
+     .example = "watch devid devices --interval 5",
+     .streams = always},
+};
+
+} // namespace
+
+constinit const family watch_family = {"watch", "a command that is run again and again", commands};
