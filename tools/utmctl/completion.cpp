@@ -5,6 +5,7 @@
 #include "tools/utmctl/command_line.h"
 #include "tools/utmctl/families.h"
 #include "tools/utmctl/help.h"
+#include "tools/utmctl/log_entry.h"
 #include "tools/utmctl/registry_view.h"
 
 #include <algorithm>
@@ -100,13 +101,25 @@ texts interfaces(const typed_line&)
     return names;
 }
 
-texts command_words(const typed_line& line)
+texts log_words(const typed_line&)
 {
-    if (line.arguments.size() > 1)
-        return {};
+    texts words;
+    for (const log_family& one : log_families)
+        words.emplace_back(one.word);
+    return words;
+}
+
+// Of a command that another one takes.
+texts held_words(const typed_line& line)
+{
     texts words = line.arguments;
     words.emplace_back();
     return completions_of(words);
+}
+
+texts command_words(const typed_line& line)
+{
+    return line.arguments.size() > 1 ? texts() : held_words(line);
 }
 
 // Where the candidates for an argument come from: by its name, and the family and command that it belongs to.
@@ -119,7 +132,9 @@ struct source {
 
 constexpr source sources[] = {
     {"COMMAND", "help", nullptr, command_words},
+    {"COMMAND", "watch", nullptr, held_words},
     {"DAEMON", nullptr, nullptr, daemons},
+    {"FAMILY", "log", nullptr, log_words},
     {"FILE", nullptr, nullptr, files},
     {"PATH", nullptr, nullptr, files},
     {"-f", nullptr, nullptr, files},
@@ -275,7 +290,7 @@ texts second_words(const family& group)
 
 bool repeats(const argument& one)
 {
-    return one.count == occurs::at_least_once || one.count == occurs::any_number;
+    return one.count == occurs::at_least_once || one.count == occurs::any_number || one.count == occurs::command_line;
 }
 
 texts without(texts candidates, const texts& given)

@@ -9,7 +9,7 @@ constexpr const family* families[] = {
     &profile_family, &cf_family,    &app_family,      &reset_family,   &ips_family,  &devid_family,
     &av_family,      &ir_family,    &registry_family, &uuid_family,    &sys_family,  &doctor_family,
     &status_family,  &wait_family,  &complete_family, &explain_family, &call_family, &describe_family,
-    &logs_family,    &watch_family, &version_family,  &help_family,
+    &logs_family,    &watch_family, &batch_family,    &version_family, &help_family,
 };
 
 } // namespace

@@ -20,6 +20,7 @@ extern const family complete_family;
 extern const family explain_family;
 extern const family call_family;
 extern const family describe_family;
+extern const family batch_family;
 extern const family watch_family;
 extern const family logs_family;
 extern const family version_family;
