@@ -1,3 +1,4 @@
+#include "sim/gateway.h"
 #include "tests/sandbox/config_daemons.h"
 #include "tests/sandbox/files.h"
 #include "tests/sandbox/key_file.h"
@@ -117,6 +118,124 @@ TEST(failures, a_reader_who_went_away_is_no_failure)
     EXPECT_EQ(running_utmctl("-j registry check profile 7", pipe.fd()).wait(),
               refused(6, "profile 7 is not registered: the ID registry does not hold it; 'utmctl registry show' tells "
                          "what it holds\n"));
+}
+
+// One command of each family that is one exchange with one daemon.
+struct exchange {
+    const char* line;
+    const char* daemon;
+};
+
+constexpr exchange exchanges[] = {
+    {"profile set-daily-limit 7 120", "app"},
+    {"cf debug 3", "cf"},
+    {"app debug 3", "app"},
+    {"ips debug on", "ips"},
+    {"devid debug on", "devid"},
+    {"av debug on", "av"},
+    {"ir debug on", "ir"},
+};
+
+struct fault_class {
+    const char* fault;
+    int status;
+    const char* word;
+};
+
+constexpr fault_class fault_classes[] = {
+    {"any:refuse=-1", 1, "refused"},
+    {"any:silence", 3, "no-answer"},
+    {"any:close", 7, "protocol-error"},
+    {"any:short=3", 7, "protocol-error"},
+};
+
+void expect_failure(const std::string& line, int status, const std::string& word)
+{
+    const run_result result = utmctl("-j " + line);
+    const auto told = nlohmann::json::parse(result.out);
+    EXPECT_EQ(result.status, status) << line << "\n" << result;
+    EXPECT_EQ(told.at("status"), word) << line;
+}
+
+TEST(failures, each_fault_of_a_daemon_has_a_status_of_its_own)
+{
+    const sim::gateway gateway;
+    register_ids({{0, 7}});
+    for (const exchange& one : exchanges) {
+        for (const fault_class& fault : fault_classes) {
+            SCOPED_TRACE(fault.fault);
+            gateway.fault(one.daemon, fault.fault);
+            expect_failure(std::string("--timeout 0.2 ") + one.line, fault.status, fault.word);
+            gateway.clear_faults(one.daemon);
+        }
+    }
+}
+
+// The config channel tries for two seconds.
+TEST(failures, a_daemon_that_is_not_there_is_unreachable)
+{
+    const sim::gateway gateway;
+    for (const exchange& one : exchanges) {
+        gateway.stop(one.daemon);
+        expect_failure(one.line, 4, "unreachable");
+        gateway.restart(one.daemon);
+    }
+}
+
+// What goes wrong before a daemon is told, or for a part of what was asked.
+struct refusal {
+    const char* line;
+    int status;
+    const char* word;
+};
+
+constexpr refusal refusals[] = {
+    {"profile delete x", 2, "usage"},
+    {"cf debug x", 2, "usage"},
+    {"app debug x", 2, "usage"},
+    {"ips debug x", 2, "usage"},
+    {"devid debug x", 2, "usage"},
+    {"av debug x", 2, "usage"},
+    {"ir debug x", 2, "usage"},
+    {"registry check x 7", 2, "usage"},
+    {"uuid set", 2, "usage"},
+    {"sys debug-events x", 2, "usage"},
+    {"log av", 2, "usage"},
+    {"batch -f /tmp/none", 2, "usage"},
+    {"watch profile create", 2, "usage"},
+    {"profile delete 9", 6, "unknown-identifier"},
+    {"cf set-block 9 00", 2, "usage"},
+    {"cf flush-policy 0 9 --yes", 6, "unknown-identifier"},
+    {"profile bind-app 7 9", 6, "unknown-identifier"},
+    {"registry release profile 9", 6, "unknown-identifier"},
+    {"registry reserve profile 7", 1, "refused"},
+    {"profile delete 9 7", 8, "done-in-part"},
+    {"profile flush", 9, "unsafe"},
+    {"cf flush 0", 9, "unsafe"},
+    {"app clear-entries 80", 9, "unsafe"},
+    {"ips reset", 9, "unsafe"},
+    {"devid reset", 9, "unsafe"},
+    {"av reset", 9, "unsafe"},
+    {"ir reset", 9, "unsafe"},
+    {"registry clear", 9, "unsafe"},
+    {"uuid clear", 9, "unsafe"},
+    {"reset", 9, "unsafe"},
+};
+
+TEST(failures, each_refusal_has_a_status_of_its_own)
+{
+    const sim::gateway gateway;
+    EXPECT_EQ(utmctl("profile create 7").status, 0);
+    for (const refusal& one : refusals)
+        expect_failure(one.line, one.status, one.word);
+}
+
+TEST(failures, a_registry_out_of_reach_has_a_status_of_its_own)
+{
+    const missing_key_file missing;
+    for (const char* line :
+         {"profile create 7", "cf create-policy 70", "app create-policy 80", "registry show", "reset --yes"})
+        expect_failure(line, 5, "registry-unusable");
 }
 
 } // namespace
