@@ -12,6 +12,16 @@ std::string text_of(const json& value)
     return value.is_string() ? printable(value.get_ref<const std::string&>()) : value.dump();
 }
 
+std::string member_of(std::string path, const std::string& name)
+{
+    return path.append(".").append(name);
+}
+
+std::string entry_of(std::string path, const std::string& key)
+{
+    return path.append("[").append(key).append("]");
+}
+
 changes one_change(const char* kind, const std::string& path, const json& before, const json& after)
 {
     return {{.kind = kind, .path = path, .before = before, .after = after}};
@@ -37,13 +47,13 @@ changes compare_objects(const std::string& path, const json& before, const json&
     changes found;
     for (const auto& [name, value] : before.items()) {
         if (!after.contains(name))
-            append(found, removed(path + "." + name, value));
+            append(found, removed(member_of(path, name), value));
         else
-            append(found, changes_between(path + "." + name, value, after.at(name)));
+            append(found, changes_between(member_of(path, name), value, after.at(name)));
     }
     for (const auto& [name, value] : after.items()) {
         if (!before.contains(name))
-            append(found, added(path + "." + name, value));
+            append(found, added(member_of(path, name), value));
     }
     return found;
 }
@@ -71,7 +81,7 @@ changes compare_keyed(const std::string& path, const json& before, const json& a
     const json new_entries = by_keys(after);
     changes found;
     for (const auto& [key, entry] : old_entries.items()) {
-        const std::string place = path + "[" + key + "]";
+        const std::string place = entry_of(path, key);
         if (!new_entries.contains(key))
             append(found, removed(place, entry));
         else
@@ -79,7 +89,7 @@ changes compare_keyed(const std::string& path, const json& before, const json& a
     }
     for (const auto& [key, entry] : new_entries.items()) {
         if (!old_entries.contains(key))
-            append(found, added(path + "[" + key + "]", entry));
+            append(found, added(entry_of(path, key), entry));
     }
     return found;
 }
@@ -88,7 +98,7 @@ changes compare_places(const std::string& path, const json& before, const json& 
 {
     changes found;
     for (size_t place = 0; place < before.size(); ++place)
-        append(found, changes_between(path + "[" + std::to_string(place) + "]", before[place], after[place]));
+        append(found, changes_between(entry_of(path, std::to_string(place)), before[place], after[place]));
     return found;
 }
 

@@ -171,7 +171,7 @@ void print_entries(result_stream& out, const output_style& style, const shown_en
     out.print(text);
 }
 
-outcome follow(std::vector<shown_log>& logs, const shown_entries& first, outcome told, const output_style& style)
+outcome follow(std::vector<shown_log>& logs, const shown_entries& first, const outcome& told, const output_style& style)
 {
     end_on_signals();
     print_notices(told, style);
@@ -196,7 +196,7 @@ outcome show_log(const request& asked)
     shown_entries entries = read_whole(logs);
     keep_last(entries, asked.has("--lines") ? whole_of<size_t>(asked.one("--lines")) : unless_asked);
     if (asked.has("-f"))
-        return follow(logs, entries, std::move(told), asked.style);
+        return follow(logs, entries, told, asked.style);
     for (const shown_entry& one : entries) {
         told.result["entries"].push_back(json_of(one, {}));
         told.lines.push_back(line_of(one));
