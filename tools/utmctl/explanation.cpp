@@ -12,7 +12,8 @@ namespace {
 
 constexpr const char* logs[] = {UTM_APPCF_LOG, UTM_IPS_LOG, UTM_DEVID_LOG, UTM_COMMON_LOG};
 constexpr char standard_output[] = "printed";
-constexpr char by_the_shell[] = "A shell command that the library runs said so: look whether what it was to do was done.";
+constexpr char by_the_shell[] =
+    "A shell command that the library runs said so: look whether what it was to do was done.";
 constexpr char by_another[] = "That is not a text of this library.";
 
 constexpr std::string_view trace_mark = "response->";

@@ -63,7 +63,7 @@ struct outcome {
     std::vector<std::string> notices;       // for standard error, though nothing has failed; left out by --quiet
     std::vector<problem> problems;
     std::optional<json> explanation = {}; // where --explain wants it
-    bool printed = false; // by the command itself, piece by piece; what is left are the problems
+    bool printed = false;                 // by the command itself, piece by piece; what is left are the problems
 };
 
 // A command that works on several things adds up what each of them came to.
