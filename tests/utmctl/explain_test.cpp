@@ -90,18 +90,62 @@ TEST(explain, earlier_lines_are_not_this_command_s)
 
 TEST(explain, a_text_seen_elsewhere)
 {
-    EXPECT_EQ(utmctl("explain 'user profile id(7) not found' 'connect_ips(12) connect failed. Error' 'good morning'"),
+    EXPECT_EQ(utmctl("explain 'user profile id(7) not found' 'connect_ips(12) connect failed. Error'"),
               (run_result{0,
                           "user profile id(7) not found\n"
                           "    The registry does not hold that identifier, so nothing was sent.\n"
                           "connect_ips(12) connect failed. Error\n"
-                          "    The daemon is not running, or its socket may not be used.\n"
-                          "good morning\n"
-                          "    not a text of the library\n",
+                          "    The daemon is not running, or its socket may not be used.\n",
                           ""}));
     EXPECT_EQ(utmctl("-j explain 'size error'").out,
               done_line("explain", R"([{"text":"size error","meaning":"The library refused an argument, and sent )"
                                    R"(nothing."}])"));
+}
+
+TEST(explain, a_text_of_others_is_a_failure)
+{
+    EXPECT_EQ(utmctl("explain 'my disk did fail' 'size error'"),
+              (run_result{1,
+                          "my disk did fail\n"
+                          "    not a text of the library\n"
+                          "size error\n"
+                          "    The library refused an argument, and sent nothing.\n",
+                          "utmctl: 'my disk did fail' is not a text of the library; 'utmctl explain' lists all of "
+                          "them\n"}));
+    EXPECT_EQ(utmctl("explain 'disk fail'").status, 1);
+    EXPECT_EQ(utmctl("explain 'utm_cf_flush fail'").status, 0);
+}
+
+TEST(explain, a_line_that_utmctl_printed)
+{
+    const std::pair<const char*, const char*> lines[] = {
+        {"config: add cf policy(9) to user profile(70) fail",
+         "The registry has the binding, but the daemon did not take it. The line names the profile where it says "
+         "policy, and the policy where it says profile."},
+        {"ips: connect_ips(61) connect failed. Error", "The daemon is not running, or its socket may not be used."},
+        {"printed: connect failed", "The daemon is not running, or its socket may not be used."},
+        {"/tmp/utm_log/utm_libappcf_config_log: [send_utm_config_event]error code = 5 (2 times)",
+         "The daemon refused with that status, whose meaning is its own."},
+        {"config: user profile id(7) not found (22 times)",
+         "The registry does not hold that identifier, so nothing was sent."},
+    };
+    for (const auto& [line, means] : lines)
+        EXPECT_EQ(utmctl("explain '" + std::string(line) + "'"),
+                  (run_result{0, line + std::string("\n    ") + means + "\n", ""}));
+}
+
+TEST(explain, the_words_of_a_text_without_quotes)
+{
+    EXPECT_EQ(utmctl("explain '[connect]connect fail: x' 'size error'").out,
+              "[connect]connect fail: x\n"
+              "    The daemon is not running, or its socket may not be used.\n"
+              "size error\n"
+              "    The library refused an argument, and sent nothing.\n");
+    EXPECT_EQ(utmctl("explain user profile 'id(7)' not found"),
+              (run_result{0,
+                          "user profile id(7) not found\n"
+                          "    The registry does not hold that identifier, so nothing was sent.\n",
+                          ""}));
 }
 
 } // namespace

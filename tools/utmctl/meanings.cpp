@@ -151,6 +151,13 @@ bool is_in_number(char c)
     return isdigit(static_cast<unsigned char>(c)) != 0 || c == '-';
 }
 
+// As of a function of the library: "utm_cf_debug".
+bool is_name(std::string_view text)
+{
+    return text.find('_') != std::string_view::npos &&
+           std::all_of(text.begin(), text.end(), [](unsigned char c) { return isalnum(c) != 0 || c == '_'; });
+}
+
 bool fits(std::string_view format, std::string_view text)
 {
     while (!format.empty() && format.front() != '%') {
@@ -171,6 +178,17 @@ bool fits(std::string_view format, std::string_view text)
             return false;
     }
     return false;
+}
+
+// Whether the text has the form; what a form begins with, if anything that differs, is the name of the function.
+bool is_of(std::string_view format, std::string_view text)
+{
+    constexpr std::string_view name = "%s";
+    if (!format.starts_with(name))
+        return fits(format, text);
+    const size_t end = text.find_first_of(" (:");
+    return end != std::string_view::npos && is_name(text.substr(0, end)) &&
+           fits(format.substr(name.size()), text.substr(end));
 }
 
 // Without the operation and the line of its call, as in "connect_ips(57) connect failed. Error".
@@ -198,7 +216,7 @@ const meaning* meaning_of(std::string_view written)
     for (const meaning& one : meanings) {
         const std::string_view text = one.text;
         const bool better = best == nullptr || text.size() > std::string_view(best->text).size();
-        if (better && (fits(text, written) || fits(text, without_place(written))))
+        if (better && (is_of(text, written) || is_of(text, without_place(written))))
             best = &one;
     }
     return best;
