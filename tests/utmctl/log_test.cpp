@@ -157,7 +157,22 @@ TEST(logs, what_cannot_be_read_is_told)
 TEST(logs, an_unknown_family_is_refused)
 {
     EXPECT_EQ(utmctl("log av"), refused(2, "log: FAMILY: 'av' has no log; these have one: config, ips, devid, common; "
-                                           "'utmctl help log' tells what it takes\n"));
+                                           "profile, cf, app and registry write to config, uuid to common, av and ir "
+                                           "to none; 'utmctl help log' tells what it takes\n"));
+}
+
+TEST(logs, a_message_that_repeats_stands_once)
+{
+    write_log(ips, "one\none\ntwo\none\n");
+    EXPECT_EQ(utmctl("log ips").out, "ips: one (2 times)\nips: two\nips: one\n");
+    EXPECT_EQ(utmctl("log ips --lines 3").out, "ips: one\nips: two\nips: one\n");
+    EXPECT_EQ(nlohmann::json::parse(utmctl("-j log ips").out)["result"]["entries"].size(), 4U);
+}
+
+TEST(logs, those_without_messages_are_told_in_one_line)
+{
+    write_log(ips, "one\n");
+    EXPECT_EQ(utmctl("log"), (run_result{0, "ips: one\n", "utmctl: no messages yet: config, devid, common\n"}));
 }
 
 std::string wait_for_lines(const captured& out, ptrdiff_t count)

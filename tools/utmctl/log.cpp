@@ -39,7 +39,8 @@ std::string check_family(const std::string& text)
             return "";
         words += (words.empty() ? "" : ", ") + std::string(one.word);
     }
-    return in_quotes(text) + " has no log; these have one: " + words;
+    return in_quotes(text) + " has no log; these have one: " + words +
+           "; profile, cf, app and registry write to config, uuid to common, av and ir to none";
 }
 
 timespec last_change(const log_family& family)
@@ -141,6 +142,23 @@ std::string line_of(const shown_entry& one)
     return std::string(one.family->word) + ": " + printable(one.entry.text);
 }
 
+std::string list_of(const json& words)
+{
+    std::string list;
+    for (const json& one : words)
+        list.append(list.empty() ? "" : ", ").append(one.get<std::string>());
+    return list;
+}
+
+// Of one log its place is told; where all are shown, those without messages are what is to be expected.
+std::string notice_of(const json& missing, const std::vector<shown_log>& logs)
+{
+    if (logs.size() > 1)
+        return "no messages yet: " + list_of(missing);
+    const log_family& only = *logs.front().family;
+    return std::string("there is no log of ") + only.word + " (" + only.path + "): nothing was written to it yet";
+}
+
 // What is not there, or cannot be read.
 outcome look_at(const std::vector<shown_log>& logs)
 {
@@ -149,13 +167,29 @@ outcome look_at(const std::vector<shown_log>& logs)
         const std::string path = one.family->path;
         tell_obstacle(told, *one.family, older_generation(path));
         tell_obstacle(told, *one.family, path);
-        if (!is_missing(path) || !is_missing(older_generation(path)))
-            continue;
-        told.result["missing"].push_back(one.family->word);
-        told.notices.push_back(std::string("there is no log of ") + one.family->word + " (" + path +
-                               "): nothing was written to it yet");
+        if (is_missing(path) && is_missing(older_generation(path)))
+            told.result["missing"].push_back(one.family->word);
     }
+    const json& missing = told.result["missing"];
+    if (!missing.empty())
+        told.notices.push_back(notice_of(missing, logs));
     return told;
+}
+
+// A line that repeats stands once.
+std::vector<std::string> lines_of(const shown_entries& entries)
+{
+    std::vector<std::string> lines;
+    for (size_t at = 0; at < entries.size();) {
+        const std::string line = line_of(entries[at]);
+        const auto begin = entries.begin() + static_cast<ptrdiff_t>(at);
+        const auto end =
+            std::find_if(begin, entries.end(), [&](const shown_entry& one) { return line_of(one) != line; });
+        const auto times = end - begin;
+        lines.push_back(line + (times > 1 ? " (" + std::to_string(times) + " times)" : ""));
+        at += static_cast<size_t>(times);
+    }
+    return lines;
 }
 
 void print_entries(result_stream& out, const output_style& style, const shown_entries& entries, const json& time)
@@ -197,10 +231,9 @@ outcome show_log(const request& asked)
     keep_last(entries, asked.has("--lines") ? whole_of<size_t>(asked.one("--lines")) : unless_asked);
     if (asked.has("-f"))
         return follow(logs, entries, told, asked.style);
-    for (const shown_entry& one : entries) {
+    for (const shown_entry& one : entries)
         told.result["entries"].push_back(json_of(one, {}));
-        told.lines.push_back(line_of(one));
-    }
+    told.lines = lines_of(entries);
     return told;
 }
 
