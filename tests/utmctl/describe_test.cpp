@@ -186,8 +186,9 @@ TEST(describe, every_function_of_a_command_is_known)
 TEST(help, tells_the_functions_of_a_command)
 {
     const run_result help = utmctl("help registry reserve");
-    EXPECT_NE(help.out.find("\nCalls, as 'utmctl describe' tells more of:\n  init_utm_id_shm\n  get_unique_id\n"),
-              std::string::npos)
+    EXPECT_NE(
+        help.out.find("\nFunctions it calls ('utmctl describe' explains them):\n  init_utm_id_shm\n  get_unique_id\n"),
+        std::string::npos)
         << help;
 }
 

@@ -51,6 +51,8 @@ constexpr bad_line bad_lines[] = {
      "02:42:ac:11:00:05; 'utmctl help profile del-device' tells what it takes"},
     {"registry check policy 7", "registry check: KIND: 'policy' is not a kind of identifier: profile, cf-policy or "
                                 "app-policy; 'utmctl help registry check' tells what it takes"},
+    {"help ips switch extra", "help: unexpected argument 'extra'; 'utmctl help' lists the commands"},
+    {"help status extra", "help: unexpected argument 'extra'; 'utmctl help' lists the commands"},
     {"--timeout 0 version",
      "wrong option: --timeout: '0' is not a number of seconds above 0 and up to 86400; 'utmctl help' "
      "lists the options"},

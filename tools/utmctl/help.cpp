@@ -114,14 +114,18 @@ void add_functions(std::vector<std::string>& lines, const command& one)
 {
     const std::vector<std::string> functions = one.run.functions();
     if (!functions.empty())
-        lines.insert(lines.end(), {"", "Calls, as 'utmctl describe' tells more of:"});
+        lines.insert(lines.end(), {"", "Functions it calls ('utmctl describe' explains them):"});
     for (const std::string& function : functions)
         lines.push_back("  " + function);
 }
 
 outcome show_help(const request& asked)
 {
-    return help_on(asked.all("COMMAND"));
+    const std::vector<std::string>& given = asked.all("COMMAND");
+    const size_t most = !given.empty() && is_one_word(find_family(given[0])) ? 1 : 2;
+    if (given.size() > most)
+        refuse_usage("help: unexpected argument " + in_quotes(given[most]), "'utmctl help' lists the commands");
+    return help_on(given);
 }
 
 constexpr argument words[] = {
