@@ -59,7 +59,7 @@ TEST(batch, the_first_failure_ends_it)
     EXPECT_EQ(batch(day), (run_result{6, before_eight + eight_unknown,
                                       std::string(eight_told) +
                                           "utmctl: the batch ended with line 5, and 2 more commands were not run; "
-                                          "--keep-going runs all commands, whatever fails\n"}));
+                                          "--keep-going runs all commands, even when one fails\n"}));
 }
 
 TEST(batch, it_keeps_going_where_that_is_wanted)
@@ -84,7 +84,8 @@ TEST(batch, a_failure_in_the_last_line_leaves_nothing_out)
 
 TEST(batch, an_empty_file_is_done)
 {
-    EXPECT_EQ(batch("# nothing\n\n \t\n"), (run_result{0, "", ""}));
+    EXPECT_EQ(batch("# nothing\n\n \t\n"), (run_result{0, "", "utmctl: the batch holds no commands\n"}));
+    EXPECT_EQ(batch("", "-q"), (run_result{0, "", ""}));
 }
 
 TEST(batch, wrong_lines_are_refused_before_anything_is_run)
@@ -100,7 +101,8 @@ TEST(batch, wrong_lines_are_refused_before_anything_is_run)
                                     "batch -f other\n"
                                     "watch registry show\n"
                                     "log -f\n"
-                                    "--timeout 0 registry show\n");
+                                    "--timeout 0 registry show\n"
+                                    "utmctl registry show\n");
     EXPECT_EQ(result.status, 2);
     EXPECT_EQ(result.err,
               "utmctl: line 2: unknown command 'registry cheek'; did you mean 'registry check'? 'utmctl help registry' "
@@ -115,9 +117,12 @@ TEST(batch, wrong_lines_are_refused_before_anything_is_run)
               "utmctl: line 8: the line cannot be taken apart: it has control characters; see 'utmctl help batch'\n"
               "utmctl: line 9: batch has no place in a batch; 'utmctl help batch' tells what a line may hold\n"
               "utmctl: line 10: watch has no place in a batch; 'utmctl help batch' tells what a line may hold\n"
-              "utmctl: line 11: log has no place in a batch; 'utmctl help batch' tells what a line may hold\n"
+              "utmctl: line 11: log -f has no place in a batch; 'utmctl help batch' tells what a line may hold\n"
               "utmctl: line 12: wrong option: --timeout: '0' is not a number of seconds above 0 and up to 86400; "
-              "'utmctl help' lists the options\n");
+              "'utmctl help' lists the options\n"
+              "utmctl: line 13: 'utmctl' is no command; lines stand without the word utmctl\n"
+              "utmctl: the batch was not run: 12 lines are wrong; put them right, or give --yes to the batch, then run "
+              "it again\n");
     EXPECT_TRUE(result.out.starts_with(
         failed_at(2, R"("registry")", "usage", 2, "null", "unknown command 'registry cheek'", "", "",
                   "did you mean 'registry check'? 'utmctl help registry' lists the commands")))
@@ -217,7 +222,8 @@ TEST(batch, commands_come_from_standard_input)
     const run_result twice = batch_of_input("cf add-trusted-url -f -\n");
     EXPECT_EQ(twice.status, 2);
     EXPECT_EQ(twice.err, "utmctl: line 1: cf add-trusted-url: standard input is the batch itself; 'utmctl help batch' "
-                         "tells what a line may hold\n");
+                         "tells what a line may hold\n"
+                         "utmctl: the batch was not run: line 1 is wrong; put it right, then run it again\n");
 }
 
 TEST(batch, a_file_that_cannot_be_read_is_told)

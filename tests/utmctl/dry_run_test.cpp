@@ -273,4 +273,16 @@ TEST(dry_run_alone, without_the_key_file_there_is_no_registry)
     EXPECT_EQ(utmctl("--dry-run profile create 7").status, 5);
 }
 
+// What looks how daemons and logs do calls nothing that could be rehearsed.
+TEST(dry_run_alone, what_only_looks_says_so)
+{
+    for (const std::string words : {"status", "doctor", "wait cf", "log", "log -f"}) {
+        const std::string command = words.substr(0, words.find(' '));
+        EXPECT_EQ(utmctl("--dry-run " + words),
+                  (run_result{0, command + " only looks; nothing would be changed\n", ""}));
+        EXPECT_EQ(steps_of(words), json::array());
+    }
+    EXPECT_FALSE(exists("/tmp/utm_log"));
+}
+
 } // namespace

@@ -53,12 +53,12 @@ TEST(watch, it_prints_the_first_result_and_then_what_changes)
     const std::string first = "ID CF-POLICY APP-POLICY\n 7         -          -\n 8         -          -\n";
     EXPECT_EQ(watch.lines(3), first);
     set_slots({{256, 70}});
-    const std::string bound = "TIME changed result[0].cf_policy: - -> 70\n";
+    const std::string bound = "TIME changed result[7].cf_policy: - -> 70\n";
     EXPECT_EQ(watch.lines(4), first + bound);
     set_slots({{1, 0}, {2, 9}});
-    const std::string replaced = R"(TIME removed result[1]: {"slot":1,"id":8,"cf_policy":null,"app_policy":null})"
+    const std::string replaced = R"(TIME removed result[8]: {"slot":1,"id":8,"cf_policy":null,"app_policy":null})"
                                  "\n"
-                                 R"(TIME added result[2]: {"slot":2,"id":9,"cf_policy":null,"app_policy":null})"
+                                 R"(TIME added result[9]: {"slot":2,"id":9,"cf_policy":null,"app_policy":null})"
                                  "\n";
     EXPECT_EQ(watch.lines(6), first + bound + replaced);
     EXPECT_EQ(watch.end(SIGINT), (run_result{0, first + bound + replaced, ""}));
@@ -196,12 +196,24 @@ TEST(watch, only_what_reads_is_watched)
 {
     const std::string help = "; 'utmctl help watch' tells what can be watched\n";
     EXPECT_EQ(utmctl("watch profile create 7"),
-              refused(2, "watch: profile create cannot be watched: it is no command that only reads" + help));
+              refused(2, "watch: profile create cannot be watched: it changes something" + help));
     EXPECT_EQ(utmctl("watch profile flush"),
-              refused(2, "watch: profile flush cannot be watched: it is no command that only reads" + help));
+              refused(2, "watch: profile flush cannot be watched: it changes something" + help));
     EXPECT_EQ(utmctl("watch watch profile list"),
               refused(2, "watch: watch cannot be watched: it goes on by itself" + help));
-    EXPECT_EQ(utmctl("watch log -f"), refused(2, "watch: log cannot be watched: it goes on by itself" + help));
+    EXPECT_EQ(utmctl("watch log -f"), refused(2, "watch: log -f cannot be watched: it goes on by itself" + help));
+    EXPECT_EQ(utmctl("watch batch -f /tmp/none"),
+              refused(2, "watch: batch cannot be watched: it runs other commands" + help));
+    EXPECT_EQ(utmctl("watch wait cf"), refused(2, "watch: wait cannot be watched: it waits by itself" + help));
+    for (const char* still : {"help", "describe", "explain", "version"})
+        EXPECT_EQ(
+            utmctl("watch " + std::string(still)),
+            refused(2, std::string("watch: ") + still + " cannot be watched: it tells the same each time" + help));
+    EXPECT_EQ(utmctl("watch 'profile list'"),
+              refused(2, "watch: 'profile list' is one word; give the words of the command one by one, without "
+                         "quotes\n"));
+    EXPECT_EQ(utmctl("--dry-run watch profile list"),
+              refused(2, "watch: --dry-run has nothing to tell: what is watched changes nothing; leave it out\n"));
     EXPECT_EQ(utmctl("watch profile"),
               refused(2, "incomplete command 'profile'; 'utmctl help profile' lists its commands\n"));
     EXPECT_EQ(utmctl("watch"), refused(2, "watch: COMMAND is required; 'utmctl help watch' tells what it takes\n"));

@@ -5,6 +5,7 @@
 #include "tools/utmctl/text_file.h"
 #include "tools/utmctl/text_list.h"
 
+#include <algorithm>
 #include <sstream>
 
 // Many commands in one go.
@@ -34,7 +35,7 @@ void check_nesting(const command_line& line, const request& batch)
     if (line.what == nullptr)
         return;
     if (streams(line))
-        refuse_usage(line.asked.words + " has no place in a batch", next);
+        refuse_usage(streaming_words(line) + " has no place in a batch", next);
     const auto texts = line.asked.values.find(texts_from_file.name);
     if (file_of(batch) == "-" && texts != line.asked.values.end() && texts->second == std::vector<std::string>{"-"})
         refuse_usage(line.asked.words + ": standard input is the batch itself", next);
@@ -44,6 +45,8 @@ void parse_words(batch_line& one, const shell_words& found, const request& batch
 {
     if (!found.wrong.empty())
         refuse_usage("the line cannot be taken apart: " + found.wrong, "see 'utmctl help batch'");
+    if (found.words.front() == "utmctl")
+        refuse_usage("'utmctl' is no command", "lines stand without the word utmctl");
     parse(found.words, one.line);
     if (one.line.incomplete)
         throw failure(*one.line.incomplete);
@@ -100,15 +103,38 @@ void count(outcome& sum, const outcome& result)
         sum.status = result.status;
 }
 
+// A line without a --yes is right in itself.
+std::string next_without(const std::vector<const batch_line*>& wrong)
+{
+    const bool unsafe = std::any_of(wrong.begin(), wrong.end(),
+                                    [](const batch_line* one) { return one->wrong->status == exit_status::unsafe; });
+    return std::string("put ") + (wrong.size() == 1 ? "it" : "them") + " right" +
+           (unsafe ? ", or give --yes to the batch" : "") + ", then run it again";
+}
+
+problem not_run(const std::vector<const batch_line*>& wrong, exit_status status)
+{
+    const culprit one = {name_of(*wrong.front()), "", "is wrong"};
+    const culprit several = {std::to_string(wrong.size()) + " lines", "", "are wrong"};
+    return {.status = status,
+            .what = "the batch was not run",
+            .culprits = {wrong.size() == 1 ? one : several},
+            .next = next_without(wrong)};
+}
+
 outcome refuse_lines(const std::vector<batch_line>& lines, result_stream& out)
 {
     outcome sum = {.printed = true};
+    std::vector<const batch_line*> wrong;
     for (const batch_line& one : lines) {
         if (!one.wrong)
             continue;
         print_outcome(out, one, *one.wrong);
         count(sum, *one.wrong);
+        wrong.push_back(&one);
     }
+    if (!wrong.empty())
+        sum.problems.push_back(not_run(wrong, sum.status));
     return sum;
 }
 
@@ -118,7 +144,7 @@ problem stopped(const batch_line& at, exit_status status, size_t left)
             .what = "the batch ended with " + name_of(at) + ", and " + std::to_string(left) + " more " +
                     (left == 1 ? "command was" : "commands were") + " not run",
             .culprits = {},
-            .next = "--keep-going runs all commands, whatever fails"};
+            .next = "--keep-going runs all commands, even when one fails"};
 }
 
 outcome run_lines(const std::vector<batch_line>& lines, bool keep_going, result_stream& out)
@@ -143,6 +169,8 @@ outcome run_lines(const std::vector<batch_line>& lines, bool keep_going, result_
 outcome run_batch(const request& asked)
 {
     const std::vector<batch_line> lines = read_lines(asked);
+    if (lines.empty())
+        return {.notices = {"the batch holds no commands"}, .printed = true};
     result_stream out(asked.style);
     outcome sum = refuse_lines(lines, out);
     if (sum.status == exit_status::done)
@@ -155,7 +183,8 @@ constexpr argument file_and_ways[] = {
     {"-f", occurs::once, check_file_name,
      "a file with one command a line, - is standard input; quotes and backslashes as in a shell, # starts a comment",
      "FILE"},
-    {"--keep-going", occurs::flag, nullptr, "run all commands, whatever fails"},
+    {"--keep-going", occurs::flag, nullptr,
+     "run all commands even when one fails; a line that is wrong still keeps the batch from starting"},
     {"--yes", occurs::flag, nullptr, "what the commands destroy may be destroyed, without a --yes of their own"},
 };
 

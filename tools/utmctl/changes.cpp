@@ -42,10 +42,18 @@ void append(changes& to, const changes& from)
     to.insert(to.end(), from.begin(), from.end());
 }
 
+// How long an answer took is another time each time, and no change.
+bool is_noise(const std::string& member)
+{
+    return member == "milliseconds";
+}
+
 changes compare_objects(const std::string& path, const json& before, const json& after)
 {
     changes found;
     for (const auto& [name, value] : before.items()) {
+        if (is_noise(name))
+            continue;
         if (!after.contains(name))
             append(found, removed(member_of(path, name), value));
         else
@@ -58,12 +66,18 @@ changes compare_objects(const std::string& path, const json& before, const json&
     return found;
 }
 
-// Whether the first member of each entry tells it from all others.
+// The member by which an entry is known.
+const json& key_of(const json& entry)
+{
+    return entry.contains("id") ? entry.at("id") : entry.front();
+}
+
+// Whether the key of each entry tells it from all others.
 bool has_keys(const json& list)
 {
     std::set<std::string> keys;
     return std::all_of(list.begin(), list.end(), [&](const json& entry) {
-        return entry.is_object() && !entry.empty() && keys.insert(text_of(entry.front())).second;
+        return entry.is_object() && !entry.empty() && keys.insert(text_of(key_of(entry))).second;
     });
 }
 
@@ -71,7 +85,7 @@ json by_keys(const json& list)
 {
     json entries = json::object();
     for (const json& entry : list)
-        entries[text_of(entry.front())] = entry;
+        entries[text_of(key_of(entry))] = entry;
     return entries;
 }
 

@@ -11,6 +11,6 @@ struct change {
     json after;       // null for what was removed
 };
 
-// Entries of a list are known by their first member, where that tells them apart; else by their place, where the list
-// kept its length; else by all they are.
+// Entries of a list are known by their id, or without one by their first member, where that tells them apart; else by
+// their place, where the list kept its length; else by all they are.
 std::vector<change> changes_between(const std::string& path, const json& before, const json& after);

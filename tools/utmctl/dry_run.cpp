@@ -1,5 +1,6 @@
 #include "tools/utmctl/dry_run.h"
 
+#include "tools/utmctl/readings.h"
 #include "tools/utmctl/rehearsal.h"
 #include "tools/utmctl/worker.h"
 
@@ -123,6 +124,9 @@ json rehearse(const request& asked)
 
 outcome dry_run(const request& asked)
 {
+    if (only_looks(asked.words))
+        return {.result = {{"dry_run", true}, {"steps", json::array()}},
+                .confirmations = {asked.words + " only looks; nothing would be changed"}};
     const json rehearsed = call_in_worker(asked.words + " was not rehearsed", asked.timeout,
                                           [&] { return rehearse(asked); }, {.daemons = {}, .registry_lock = false})
                                .value;

@@ -48,9 +48,16 @@ constexpr std::string_view readings[] = {
     "help",
 };
 
+constexpr std::string_view lookouts[] = {"doctor", "log", "status", "wait"};
+
 } // namespace
 
 bool is_reading(const std::string& words)
 {
     return std::find(std::begin(readings), std::end(readings), words) != std::end(readings);
+}
+
+bool only_looks(const std::string& words)
+{
+    return std::find(std::begin(lookouts), std::end(lookouts), words) != std::end(lookouts);
 }

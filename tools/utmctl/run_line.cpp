@@ -3,7 +3,9 @@
 #include "tools/utmctl/columns.h"
 #include "tools/utmctl/dry_run.h"
 #include "tools/utmctl/explanation.h"
+#include "tools/utmctl/families.h"
 #include "tools/utmctl/help.h"
+#include "tools/utmctl/readings.h"
 #include "tools/utmctl/waiting.h"
 
 namespace {
@@ -11,9 +13,10 @@ namespace {
 // A command that holds others leaves it to them whether they wait and are carried out.
 outcome carry_out(const command_line& line)
 {
-    if (streams(line))
+    const bool rehearsed = line.asked.dry_run && (!streams(line) || only_looks(line.asked.words));
+    if (streams(line) && !rehearsed)
         return line.what->run(line.asked);
-    if (line.asked.dry_run)
+    if (rehearsed)
         return dry_run(line.asked);
     if (line.asked.wait > 0)
         wait_for_daemons(line.asked);
@@ -54,6 +57,11 @@ outcome run_to_its_end(const command_line& line)
 bool streams(const command_line& line)
 {
     return line.what != nullptr && line.what->streams != nullptr && line.what->streams(line.asked);
+}
+
+std::string streaming_words(const command_line& line)
+{
+    return line.asked.words + (line.group == &logs_family ? " -f" : "");
 }
 
 outcome run_line(const command_line& line)

@@ -64,10 +64,10 @@ const watched_daemon& daemon_named(const std::string& name)
 [[noreturn]] void tell_absent(const request& asked, const watched_daemon& daemon, const probe& seen)
 {
     char within[32];
-    snprintf(within, sizeof within, " within %g s", asked.wait);
+    snprintf(within, sizeof within, "within %g s", asked.wait);
     throw failure({.status = exit_status::unreachable,
-                   .what = asked.words + " was not begun",
-                   .culprits = {{name_of(daemon.who), daemon.row.path, seen.failed.cause + within}},
+                   .what = asked.words + " was not begun " + within,
+                   .culprits = {{name_of(daemon.who), daemon.row.path, seen.failed.cause}},
                    .next = next_after(exit_status::unreachable)});
 }
 

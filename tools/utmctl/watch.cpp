@@ -17,17 +17,53 @@ namespace {
 
 constexpr char its_help[] = "'utmctl help watch' tells what can be watched";
 
+struct unwatched {
+    std::string_view words;
+    const char* reason;
+};
+
+constexpr unwatched unwatched_commands[] = {
+    {"batch", "runs other commands"},         {"wait", "waits by itself"},
+    {"complete", "tells the same each time"}, {"describe", "tells the same each time"},
+    {"explain", "tells the same each time"},  {"help", "tells the same each time"},
+    {"version", "tells the same each time"},
+};
+
+// Why the command cannot be watched; null when it can.
+const char* hindrance(const command_line& line)
+{
+    for (const unwatched& one : unwatched_commands) {
+        if (line.asked.words == one.words)
+            return one.reason;
+    }
+    if (streams(line))
+        return "goes on by itself";
+    return is_reading(line.asked.words) ? nullptr : "changes something";
+}
+
 void check_watched(const command_line& line)
 {
-    if (streams(line) || !is_reading(line.asked.words))
-        refuse_usage("watch: " + line.asked.words + " cannot be watched: it " +
-                         (streams(line) ? "goes on by itself" : "is no command that only reads"),
+    const char* reason = hindrance(line);
+    if (reason != nullptr)
+        refuse_usage("watch: " + (streams(line) ? streaming_words(line) : line.asked.words) +
+                         " cannot be watched: it " + reason,
                      its_help);
+}
+
+void check_words(const request& asked)
+{
+    const std::string& first = asked.all("COMMAND").front();
+    if (first.find(' ') != std::string::npos)
+        refuse_usage("watch: " + in_quotes(first) + " is one word",
+                     "give the words of the command one by one, without quotes");
+    if (asked.dry_run)
+        refuse_usage("watch: --dry-run has nothing to tell: what is watched changes nothing", "leave it out");
 }
 
 // What needs a --yes is refused because it does not only read.
 command_line parse_watched(const request& asked)
 {
+    check_words(asked);
     command_line line = {.style = asked.style,
                          .asked = {.given_timeout = asked.given_timeout, .wait = asked.wait, .yes = true}};
     parse(asked.all("COMMAND"), line);
@@ -157,7 +193,10 @@ outcome run_watch(const request& asked)
 }
 
 constexpr argument command_and_times[] = {
-    {"COMMAND", occurs::command_line, nullptr, "a command that only reads, with its arguments"},
+    {"COMMAND", occurs::command_line, nullptr,
+     "a command that changes nothing, with its arguments: what is listed, counted or read, as by 'profile list', "
+     "'devid "
+     "devices', 'registry show', 'status' or 'doctor'"},
     {"--interval", occurs::at_most_once, check_seconds, "the time between two runs, 2 seconds without it", "SECONDS"},
     {"--count", occurs::at_most_once, check_whole<1, INT64_MAX>, "how many runs; without it, until a signal", "NUMBER"},
 };
