@@ -18,6 +18,9 @@ TEST(options, columns_are_chosen_and_put_in_order)
                                                                          "       70  7\n"
                                                                          "        -  8\n",
                                                                          ""}));
+    EXPECT_EQ(utmctl("--columns 'cf_policy , id' profile list"), utmctl("--columns CF-POLICY,ID profile list"));
+    EXPECT_EQ(utmctl("--columns ID,id profile list"),
+              refused(2, "wrong option: --columns: 'ID,id' has a heading twice; 'utmctl help' lists the options\n"));
     EXPECT_EQ(utmctl("profile list --columns ID --no-headers"), (run_result{0, " 7\n 8\n", ""}));
 }
 

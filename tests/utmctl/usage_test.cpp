@@ -22,7 +22,7 @@ constexpr bad_line bad_lines[] = {
      "unknown command 'registry res'; did you mean 'registry reserve'? 'utmctl help registry' lists the "
      "commands"},
     {"profile create 5 6", "profile create: unexpected argument '6'; 'utmctl help profile create' tells what it takes"},
-    {"profile list --all", "profile list: unexpected argument '--all'; 'utmctl help profile list' tells what it takes"},
+    {"profile list --all", "profile list: unknown option '--all'; 'utmctl help profile list' tells what it takes"},
     {"profile delete", "profile delete: ID is required; 'utmctl help profile delete' tells what it takes"},
     {"profile delete 0",
      "profile delete: ID: '0' is not an identifier, a whole number from 1 to 2147483647; 'utmctl help "
@@ -51,6 +51,10 @@ constexpr bad_line bad_lines[] = {
      "02:42:ac:11:00:05; 'utmctl help profile del-device' tells what it takes"},
     {"registry check policy 7", "registry check: KIND: 'policy' is not a kind of identifier: profile, cf-policy or "
                                 "app-policy; 'utmctl help registry check' tells what it takes"},
+    {"log --lines", "log: --lines needs a value; 'utmctl help log' tells what it takes"},
+    {"log --lines 1 --lines 2", "log: --lines may be given once; 'utmctl help log' tells what it takes"},
+    {"version --timeout", "wrong option: --timeout needs a value; 'utmctl help' lists the options"},
+    {"--wait 1 --wait 2 version", "wrong option: --wait may be given once; 'utmctl help' lists the options"},
     {"help ips switch extra", "help: unexpected argument 'extra'; 'utmctl help' lists the commands"},
     {"help status extra", "help: unexpected argument 'extra'; 'utmctl help' lists the commands"},
     {"--timeout 0 version",

@@ -1,8 +1,9 @@
 #include "tools/utmctl/columns.h"
 
 #include <algorithm>
+#include <cctype>
+#include <set>
 #include <sstream>
-#include <strings.h>
 
 namespace {
 
@@ -14,10 +15,24 @@ std::string list_of(const std::vector<column>& columns)
     return list;
 }
 
+// A heading as it is compared: JSON has "cf_policy" where a table has CF-POLICY.
+std::string normal(std::string heading)
+{
+    std::replace(heading.begin(), heading.end(), '_', '-');
+    std::transform(heading.begin(), heading.end(), heading.begin(), [](unsigned char c) { return toupper(c); });
+    return heading;
+}
+
+std::string without_blanks(const std::string& text)
+{
+    const size_t begin = text.find_first_not_of(' ');
+    return begin == std::string::npos ? "" : text.substr(begin, text.find_last_not_of(' ') + 1 - begin);
+}
+
 size_t place_of(const table& all, const std::string& heading)
 {
     const auto found = std::find_if(all.columns.begin(), all.columns.end(),
-                                    [&](const column& one) { return strcasecmp(one.heading, heading.c_str()) == 0; });
+                                    [&](const column& one) { return normal(one.heading) == heading; });
     if (found == all.columns.end())
         refuse_usage("wrong option: --columns: there is no column " + in_quotes(heading),
                      "the table has " + list_of(all.columns));
@@ -31,7 +46,7 @@ std::vector<std::string> headings_in(const std::string& text)
     std::vector<std::string> headings;
     std::istringstream stream(text);
     for (std::string heading; std::getline(stream, heading, ',');)
-        headings.push_back(heading);
+        headings.push_back(normal(without_blanks(heading)));
     return headings;
 }
 
@@ -39,8 +54,10 @@ std::string check_headings(const std::string& text)
 {
     const std::vector<std::string> headings = headings_in(text);
     const bool gap = std::find(headings.begin(), headings.end(), "") != headings.end();
-    return gap || text.empty() || text.ends_with(',') ? in_quotes(text) + " is not a list of headings such as ID,MAC"
-                                                      : "";
+    if (gap || text.empty() || text.ends_with(','))
+        return in_quotes(text) + " is not a list of headings such as ID,MAC";
+    const std::set<std::string> different(headings.begin(), headings.end());
+    return different.size() < headings.size() ? in_quotes(text) + " has a heading twice" : "";
 }
 
 table with_columns(const table& all, const std::vector<std::string>& headings)

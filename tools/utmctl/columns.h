@@ -4,7 +4,7 @@
 
 // The choice of columns of --columns.
 
-// The headings in a text like "ID,MAC".
+// The headings in a text like "ID, mac", in capitals.
 std::vector<std::string> headings_in(const std::string& text);
 std::string check_headings(const std::string& text);
 

@@ -7,6 +7,7 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <cctype>
 
 namespace {
 
@@ -27,11 +28,23 @@ struct global_flags {
 
 using texts = std::vector<std::string>;
 
+// The parser counts values: "--lines: 1 required TEXT missing", "--lines: At Most 1 required but received 2".
+std::string wording_of(const CLI::ArgumentMismatch& error)
+{
+    const std::string text = error.what();
+    const std::string name = text.substr(0, text.find(": "));
+    if (text.ends_with("missing"))
+        return name + " needs a value";
+    return text.find(": At Most ") != std::string::npos ? name + " may be given once" : text;
+}
+
 void parse_with(CLI::App& parser, texts arguments, const std::string& subject, const std::string& help)
 {
     std::reverse(arguments.begin(), arguments.end()); // as the parser wants it
     try {
         parser.parse(arguments);
+    } catch (const CLI::ArgumentMismatch& error) {
+        refuse_usage(subject + ": " + wording_of(error), help);
     } catch (const CLI::ParseError& error) {
         refuse_usage(subject + ": " + error.what(), help);
     }
@@ -106,6 +119,12 @@ void declare(CLI::App& parser, const argument& one, texts& values)
     }
 }
 
+bool is_option(const std::string& text)
+{
+    return text.starts_with("--") ||
+           (text.size() > 1 && text[0] == '-' && isalpha(static_cast<unsigned char>(text[1])));
+}
+
 // What the command's own arguments leave over: the line of another command, or one argument too many.
 void take_rest(const texts& rest, const std::string& help, request& asked)
 {
@@ -118,7 +137,9 @@ void take_rest(const texts& rest, const std::string& help, request& asked)
         return;
     }
     if (!rest.empty())
-        refuse_usage(asked.words + ": unexpected argument " + in_quotes(rest.front()), help);
+        refuse_usage(asked.words + (is_option(rest.front()) ? ": unknown option " : ": unexpected argument ") +
+                         in_quotes(rest.front()),
+                     help);
 }
 
 void parse_arguments(const family& group, const command& what, const texts& arguments, request& asked)
