@@ -76,6 +76,20 @@ TEST(profile_delete, delete_refused_by_both_that_hold_policies_stays_registered)
             "daemon (/dev/utm_app_config_socket) refused with error code 5; the daemon's own log tells the reason\n"));
 }
 
+TEST(profile_delete, delete_refused_by_all_names_what_frees_it)
+{
+    const config_daemons daemons({.cf = 2, .app = 2, .user_profile = 2});
+    register_ids({{0, 9}});
+    EXPECT_EQ(utmctl("profile delete 9"),
+              refused(1,
+                      "profile 9 was not deleted: the content-filter daemon (/dev/utm_cf_config_socket) refused "
+                      "with error code 2, and the application daemon (/dev/utm_app_config_socket) refused with error "
+                      "code 2, and the user-profile daemon (/dev/utm_user_profile_socket) refused with error code "
+                      "2; the daemon's own log tells the reason; the registry still holds it; 'utmctl registry "
+                      "release profile 9' frees it there\n"));
+    EXPECT_EQ(utmctl("registry release profile 9"), (run_result{0, "profile 9 released\n", ""}));
+}
+
 TEST(profile_delete, flush_wants_a_yes)
 {
     const config_daemons daemons;

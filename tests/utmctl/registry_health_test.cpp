@@ -62,7 +62,7 @@ const wrong_slots cases[] = {
      {{2, 0x80000000}},
      10,
      "warning: profile 2147483648 in slot 2 is above 2147483647, and reads as a failure where it is returned; have the "
-     "program that reserved it release it and take a smaller one\n"},
+     "program that reserved it take a smaller one; 'utmctl registry release profile 2147483648' frees it\n"},
     {"policy_of_no_profile",
      {{512, 70}},
      0,
@@ -121,8 +121,8 @@ TEST(registry_audit, asks_the_daemons_for_each_profile)
         (run_result{10,
                     R"({"command":"registry audit","status":"warning","exit":10,"result":[{"severity":"warning",)"
                     R"("what":"the application daemon refuses to tell of profile 7 with error code 5, and may not )"
-                    R"(know it","remedy":"if the daemon's own log tells so, 'utmctl profile delete 7' and create )"
-                    R"(it again"}],"errors":[]})"
+                    R"(know it","remedy":"if the daemon's own log tells so, 'utmctl registry release profile 7' and )"
+                    R"('utmctl profile create 7'"}],"errors":[]})"
                     "\n",
                     ""}));
     sim::bytes domains_of_7(2056);
@@ -136,6 +136,21 @@ TEST(registry_audit, asks_the_daemons_for_each_profile)
     EXPECT_FALSE(exists("/tmp/utm_log"));
 }
 
+TEST(registry_audit, asks_no_daemon_for_what_reads_as_a_failure)
+{
+    const config_daemons daemons({.cf = 5, .app = 5});
+    register_ids({{0, 0xffffffff}});
+    EXPECT_EQ(utmctl(line),
+              (run_result{10,
+                          "warning: profile 4294967295 in slot 0 is above 2147483647, and reads as a failure where it "
+                          "is returned; have the program that reserved it take a smaller one; 'utmctl registry "
+                          "release profile 4294967295' frees it\n",
+                          ""}));
+    EXPECT_EQ(utmctl("registry release profile 4294967295"), (run_result{0, "profile 4294967295 released\n", ""}));
+    EXPECT_EQ(utmctl(line), (run_result{0, "nothing wrong\n", ""}));
+    EXPECT_EQ(daemons.told(), std::vector<std::string>{});
+}
+
 // A daemon may not bear a client that goes before the list has ended.
 TEST(registry_audit, reads_a_list_to_its_end)
 {
@@ -145,7 +160,7 @@ TEST(registry_audit, reads_a_list_to_its_end)
     EXPECT_EQ(
         utmctl(line).out,
         "warning: the content-filter daemon refuses to tell of profile 7 with error code 5, and may not know it; if "
-        "the daemon's own log tells so, 'utmctl profile delete 7' and create it again\n");
+        "the daemon's own log tells so, 'utmctl registry release profile 7' and 'utmctl profile create 7'\n");
 }
 
 TEST(registry_audit, a_daemon_that_is_not_there_is_a_note)

@@ -3,6 +3,7 @@
 
 #include "kqutm/registry.h"
 
+#include <algorithm>
 #include <cstdio>
 
 namespace {
@@ -42,7 +43,7 @@ std::optional<mac_address> parse_mac(const std::string& text)
 
 } // namespace
 
-std::string named(const id_kind& kind, int32_t id)
+std::string named(const id_kind& kind, int64_t id)
 {
     return std::string(kind.name) + " " + std::to_string(id);
 }
@@ -57,6 +58,13 @@ std::string check_id(const std::string& text)
     if (number_of<int32_t>(text).value_or(0) > 0)
         return "";
     return in_quotes(text) + " is not an identifier, a whole number from 1 to 2147483647";
+}
+
+std::string check_registered_id(const std::string& text)
+{
+    if (number_of<uint32_t>(text).value_or(0) > 0)
+        return "";
+    return in_quotes(text) + " is not an identifier of the registry, a whole number from 1 to 4294967295";
 }
 
 std::string check_id_or_zero(const std::string& text)
@@ -100,6 +108,11 @@ std::string check_seconds(const std::string& text)
     return in_quotes(text) + " is not a number of seconds above 0 and up to 86400";
 }
 
+uint32_t registered_id_of(const std::string& text)
+{
+    return number_of<uint32_t>(text).value();
+}
+
 int32_t id_of(const std::string& text)
 {
     return number_of<int32_t>(text).value();
@@ -131,6 +144,12 @@ int32_t switch_of(const std::string& text)
 const id_kind& kind_of(const std::string& text)
 {
     return *find_kind(text);
+}
+
+const id_kind& kind_of_number(uint32_t number)
+{
+    return *std::find_if(std::begin(kinds), std::end(kinds),
+                         [&](const id_kind& kind) { return kind.number == number; });
 }
 
 double seconds_of(const std::string& text)

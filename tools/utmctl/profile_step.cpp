@@ -2,6 +2,7 @@
 
 #include "tools/utmctl/registry_view.h"
 
+#include <algorithm>
 #include <optional>
 #include <utility>
 
@@ -28,6 +29,18 @@ std::string next_step(const profile_answers& answers, bool left_unregistered, in
                                  ? "look with 'utmctl registry show' what it holds, then "
                                  : "make the diagnostic log writable, then ";
     return look + (left_unregistered ? clearing : "run the command again");
+}
+
+// A profile that no daemon knows is refused by each of them, and so no deletion takes it out of the registry.
+std::string freeing_step(const profile_step& step, const profile_answers& answers, const profile_evidence& evidence)
+{
+    const bool deletes = step.judge == judge_delete || step.judge == judge_flushed;
+    const bool refused_by_all = std::all_of(answers.failures.begin(), answers.failures.end(),
+                                            [](const auto& one) { return one.status == exit_status::refused; });
+    if (!deletes || !refused_by_all || !is_registered(evidence.after, UTM_ID_USER_PROFILE, evidence.id))
+        return "";
+    return "; the registry still holds it; 'utmctl registry release profile " + std::to_string(evidence.id) +
+           "' frees it there";
 }
 
 // What the three daemons and the registry hold now, where they disagree.
@@ -72,10 +85,11 @@ outcome told(const profile_step& step, const profile_answers& answers, const pro
     if (answers.status == exit_status::done)
         return told;
     const bool left_unregistered = !registered && evidence.id > 0 && !all_failed(answers);
-    told.problems.push_back({.status = answers.status,
-                             .what = what_happened(step, answers) + state_of(answers, registered),
-                             .culprits = culprits_of(answers),
-                             .next = next_step(answers, left_unregistered, evidence.id)});
+    told.problems.push_back(
+        {.status = answers.status,
+         .what = what_happened(step, answers) + state_of(answers, registered),
+         .culprits = culprits_of(answers),
+         .next = next_step(answers, left_unregistered, evidence.id) + freeing_step(step, answers, evidence)});
     return told;
 }
 

@@ -78,7 +78,7 @@ outcome reserve(const request& asked)
 }
 
 // Releasing a policy frees its number both as a content-filter and as an application policy.
-std::vector<std::string> freed_kinds(const utm_id_registry& before, const utm_id_registry& after, int32_t id)
+std::vector<std::string> freed_kinds(const utm_id_registry& before, const utm_id_registry& after, uint32_t id)
 {
     std::vector<std::string> freed;
     for (const char* word : {"profile", "cf-policy", "app-policy"}) {
@@ -92,14 +92,13 @@ std::vector<std::string> freed_kinds(const utm_id_registry& before, const utm_id
 outcome release(const request& asked)
 {
     const id_kind& kind = kind_of(asked.one("KIND"));
-    const int32_t id = id_of(asked.one("ID"));
+    const uint32_t id = registered_id_of(asked.one("ID"));
     const std::string what = named(kind, id) + " was not released";
     const utm_id_registry before = read_registry(what, asked.timeout);
     if (!is_registered(before, kind.number, id))
         throw failure(unknown_problem(what));
     const std::string maybe = named(kind, id) + " may have been released";
-    const call_result call =
-        call_in_worker(maybe, asked.timeout, [&] { return reset_utm_id_shm(static_cast<uint32_t>(id), kind.number); });
+    const call_result call = call_in_worker(maybe, asked.timeout, [&] { return reset_utm_id_shm(id, kind.number); });
     const utm_id_registry after = read_registry(maybe, asked.timeout);
     if (call.value != 0 || is_registered(after, kind.number, id))
         throw failure(registry_problem(what, "did not take the change", call.error));
@@ -141,6 +140,10 @@ constexpr argument kind_and_id[] = {
     {"KIND", occurs::once, check_kind, "profile, cf-policy or app-policy"},
     {"ID", occurs::once, check_id, "the identifier"},
 };
+constexpr argument kind_and_registered_id[] = {
+    {"KIND", occurs::once, check_kind, "profile, cf-policy or app-policy"},
+    {"ID", occurs::once, check_registered_id, "the identifier, up to 4294967295"},
+};
 constexpr argument kind_and_new_id[] = {
     {"KIND", occurs::once, check_kind, "profile, cf-policy or app-policy"},
     {"ID", occurs::at_most_once, check_id_or_zero, "the identifier to take; 0 or none: the current time in seconds"},
@@ -172,7 +175,7 @@ constexpr command commands[] = {
      nullptr,
      "registry reserve cf-policy 70"},
     {"release",
-     kind_and_id,
+     kind_and_registered_id,
      {release, "reset_utm_id_shm"},
      "release an identifier, a policy's as both kinds; the daemons keep theirs",
      nullptr,

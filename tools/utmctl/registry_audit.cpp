@@ -32,6 +32,11 @@ std::string in_slot(size_t slot)
     return "slot " + std::to_string(slot);
 }
 
+std::string release_of(const char* word, uint32_t id)
+{
+    return std::string("'utmctl registry release ") + word + " " + std::to_string(id) + "'";
+}
+
 // The slots of each identifier, in order of the first.
 std::map<uint32_t, std::vector<size_t>> slots_of(std::span<const uint32_t, UTM_ID_SLOTS> ids)
 {
@@ -50,8 +55,7 @@ void audit_duplicates(findings& found, const char* word, const std::map<uint32_t
             found.push_back({severity::error,
                              named(word, id) + " stands in " + std::to_string(places.size()) + " slots, " +
                                  std::to_string(places[0]) + " and " + std::to_string(places[1]) + " among them",
-                             "'utmctl registry release " + std::string(word) + " " + std::to_string(id) +
-                                 "' frees the first of them"});
+                             release_of(word, id) + " frees the first of them"});
     }
 }
 
@@ -60,10 +64,11 @@ void audit_range(findings& found, const char* word, const std::map<uint32_t, std
 {
     for (const auto& [id, places] : slots) {
         if (id > INT32_MAX)
-            found.push_back({severity::warning,
-                             named(word, id) + " in " + in_slot(places[0]) +
-                                 " is above 2147483647, and reads as a failure where it is returned",
-                             "have the program that reserved it release it and take a smaller one"});
+            found.push_back(
+                {severity::warning,
+                 named(word, id) + " in " + in_slot(places[0]) +
+                     " is above 2147483647, and reads as a failure where it is returned",
+                 "have the program that reserved it take a smaller one; " + release_of(word, id) + " frees it"});
     }
 }
 

@@ -6,6 +6,7 @@
 #include "tools/utmctl/shared_memory.h"
 
 #include <cerrno>
+#include <climits>
 #include <cstddef>
 #include <set>
 
@@ -49,7 +50,8 @@ finding unknown_to(const service& who, uint32_t profile, unsigned code)
     return {severity::warning,
             name_of(who) + " refuses to tell of profile " + number + " with error code " + std::to_string(code) +
                 ", and may not know it",
-            "if the daemon's own log tells so, 'utmctl profile delete " + number + "' and create it again"};
+            "if the daemon's own log tells so, 'utmctl registry release profile " + number +
+                "' and 'utmctl profile create " + number + "'"};
 }
 
 findings compare(const profile_question& question, const std::set<uint32_t>& profiles, double seconds)
@@ -65,10 +67,12 @@ findings compare(const profile_question& question, const std::set<uint32_t>& pro
     return found;
 }
 
+// No daemon was ever told of an identifier that reads as a failure.
 std::set<uint32_t> profiles_in(const utm_id_registry& registry)
 {
     std::set<uint32_t> profiles(std::begin(registry.profiles), std::end(registry.profiles));
     profiles.erase(0);
+    std::erase_if(profiles, [](uint32_t id) { return id > INT32_MAX; });
     return profiles;
 }
 

@@ -122,7 +122,7 @@ std::span<const uint32_t, UTM_ID_SLOTS> ids_of(const utm_id_registry& registry, 
     }
 }
 
-bool is_registered(const utm_id_registry& registry, uint32_t kind, int32_t id)
+bool is_registered(const utm_id_registry& registry, uint32_t kind, int64_t id)
 {
     auto ids = ids_of(registry, kind);
     return std::find(ids.begin(), ids.end(), static_cast<uint32_t>(id)) != ids.end();

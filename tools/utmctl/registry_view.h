@@ -16,7 +16,7 @@ utm_id_registry registry_without_lock();
 
 bool registry_was_cleared(); // since the gateway started
 std::span<const uint32_t, UTM_ID_SLOTS> ids_of(const utm_id_registry& registry, uint32_t kind);
-bool is_registered(const utm_id_registry& registry, uint32_t kind, int32_t id);
+bool is_registered(const utm_id_registry& registry, uint32_t kind, int64_t id);
 bool is_empty(const utm_id_registry& registry);
 
 // The problem of an identifier that the registry does not take: EEXIST, or ENOSPC.
