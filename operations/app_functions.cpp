@@ -22,7 +22,7 @@ constexpr char tells_for_each[] = "for each record up to 2.1 s while the daemon 
 constexpr function_row functions[] = {
     {bound<utm_app_policy_create>("int32_t utm_app_policy_create(uint32_t id)"),
      "creates an application policy in the registry, then in the daemon",
-     {new_id_help},
+     {{new_id_help, UTM_ID_APP_POLICY, true}},
      {first_use, reserved, {app_daemon, UTM_APP_POLICY_CREATE}},
      creates,
      created},

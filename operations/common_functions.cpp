@@ -23,13 +23,13 @@ constexpr char semaphore_help[] = "the semaphore set, as init_utm_common_sem ret
 
 constexpr meaning stored_values[] = {{"0", "stored, also when the lock cannot be given back"},
                                      {"-1", "null or too long (EINVAL), or the segment is out of reach"}};
-constexpr result_kind stored = {fails::minus_one, stored_values, registry_causes};
+constexpr result_kind stored = {fails::minus_one, stored_values, uuid_causes};
 
 constexpr meaning read_values[] = {
     {"0", "there is a UUID"},
     {"-1", "there is none (errno 0), an argument is refused (EINVAL), or the segment is out of reach"},
 };
-constexpr result_kind read = {fails::minus_one, read_values, registry_causes};
+constexpr result_kind read = {fails::minus_one, read_values, uuid_causes};
 
 constexpr function_row functions[] = {
     {log_function,

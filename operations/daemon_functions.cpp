@@ -12,17 +12,23 @@ constexpr char exchange_with_target[] = "exchange: the event sent to the target,
 
 constexpr meaning socket_values[] = {{"a descriptor", "of the socket, closed when another program is run"},
                                      {"-1", "failed; no socket is left at the path"}};
-constexpr result_kind socket_or_not = {fails::negative, socket_values, exchange_causes};
+constexpr result_kind socket_or_not = {fails::negative, socket_values, system_causes};
 
+constexpr meaning connection_causes[] = {
+    {"ENOENT", "the daemon's socket is missing"},
+    {"ECONNREFUSED", "nobody listens on the daemon's socket"},
+    {"other", "of the system call that failed"},
+};
 constexpr meaning connection_values[] = {{"a descriptor", "of the connection, with the time limits of its family"},
                                          {"below 0", "failed; errno tells the cause"}};
-constexpr result_kind connection_or_not = {fails::negative, connection_values, exchange_causes};
+constexpr result_kind connection_or_not = {fails::negative, connection_values, connection_causes};
 
 constexpr meaning response_values[] = {{"a response", "the last that came, with the list that the request collects"},
                                        {"null", "failed; errno tells the cause"}};
 constexpr result_kind response_or_null = {fails::null, response_values, exchange_causes};
 constexpr char response_is_released[] = "response and list are released";
 
+constexpr char connecting_waits[] = "to connect without a limit";
 constexpr char takes_over[] = "the socket at the daemon's path: the daemon can no longer be reached there";
 constexpr char opens_socket[] = "system: the socket at the daemon's path removed, and made anew";
 constexpr char connects[] = "system: connected to the daemon's socket";
@@ -109,21 +115,21 @@ constexpr function_row functions[] = {
      "connects to the intrusion-prevention engine, in one attempt",
      {},
      {connects},
-     engine_waits,
+     connecting_waits,
      connection_or_not,
      descriptor_is_closed},
     {bound<connect_deviceid, told_closed>("int connect_deviceid(void)"),
      "connects to the device-identification engine, in one attempt",
      {},
      {connects},
-     devid_waits,
+     "up to 3 s to connect",
      connection_or_not,
      descriptor_is_closed},
     {bound<connect_avd, told_closed>("int connect_avd(void)"),
      "connects to the anti-virus engine, in one attempt",
      {},
      {connects},
-     engine_waits,
+     connecting_waits,
      connection_or_not,
      descriptor_is_closed},
     {bound<ips_create_node, told_as_node>("struct utm_ips_rule* ips_create_node(void)"),

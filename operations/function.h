@@ -68,10 +68,23 @@ struct callable {
 
 constexpr size_t most_steps = 8;
 
+// What an argument is. The registry is asked for an identifier, or takes a new one, where it has a kind.
+struct argument_help {
+    constexpr argument_help() = default;
+    constexpr argument_help(const char* help, uint32_t id_kind = 0, bool is_new = false)
+        : text(help), kind(id_kind), reserves(is_new)
+    {
+    }
+
+    const char* text = nullptr;
+    uint32_t kind = 0; // an utm_id_kind
+    bool reserves = false;
+};
+
 struct function_row {
     callable by_words;
     const char* does;
-    const char* arguments[most_parameters];
+    argument_help arguments[most_parameters];
     step steps[most_steps];
     const char* waits;
     const result_kind& result;

@@ -8,7 +8,6 @@ namespace {
 
 constexpr char unchecked_profile_help[] = "the user profile's identifier; the registry is not asked about it";
 constexpr char mac_help[] = "6 bytes of a MAC address, sent unchanged";
-constexpr char bound_policy_help[] = "the policy's identifier, which has to be registered";
 constexpr char list_help[] = "the list; null is accepted";
 constexpr char bound_in_registry[] = "registry: the policy bound to the profile, under its lock";
 
@@ -21,23 +20,23 @@ constexpr meaning last_values[] = {
     {"0", "the user-profile daemon accepted, whatever the other two answered"},
     {"-1", "it did not, or nothing was sent; errno tells the cause"},
 };
-constexpr result_kind accepted_by_last = {fails::minus_one, last_values, exchange_causes};
+constexpr result_kind accepted_by_last = {fails::minus_one, last_values, registered_exchange_causes};
 
 constexpr meaning flushed_values[] = {
     {"0", "also when the registry cannot be locked and nothing was deleted, and whatever the daemons answered"},
     {"-1", "the locked registry cannot be attached"},
 };
-constexpr result_kind flushed = {fails::minus_one, flushed_values, registry_causes};
+constexpr result_kind flushed = {fails::minus_one, flushed_values, key_causes};
 
 constexpr meaning bound_values[] = {
     {"0", "the daemon accepted; or the registry could not be locked or unlocked, and nothing was sent"},
     {"-1", "failed; where the daemon refused, the binding stays in the registry"},
 };
-constexpr result_kind bound_to = {fails::minus_one, bound_values, exchange_causes};
+constexpr result_kind bound_to = {fails::minus_one, bound_values, registered_exchange_causes};
 
 constexpr meaning mapping_values[] = {{"a list", "an entry for each profile, in the order of the registry's slots"},
                                       {"null", "there is no profile (errno 0), or the registry is out of reach"}};
-constexpr result_kind mapping_or_null = {fails::null, mapping_values, registry_causes};
+constexpr result_kind mapping_or_null = {fails::null, mapping_values, key_causes};
 
 constexpr meaning steps_values[] = {{"0", "all steps done"},
                                     {"-1", "a step failed; those before it stay done, the rest is left out"}};
@@ -49,7 +48,7 @@ constexpr result_kind whole_list = {fails::null, whole_values, exchange_causes};
 constexpr function_row functions[] = {
     {bound<utm_user_profile_create>("int32_t utm_user_profile_create(int32_t id)"),
      "creates a user profile in the registry, then in three daemons; all three are told",
-     {new_id_help},
+     {{new_id_help, UTM_ID_USER_PROFILE, true}},
      {first_use,
       reserved,
       {cf_daemon, UTM_PROFILE_CREATE},
@@ -60,7 +59,7 @@ constexpr function_row functions[] = {
      profile_created},
     {bound<utm_user_profile_delete>("int32_t utm_user_profile_delete(int32_t id)"),
      "deletes a user profile in three daemons, and the policies bound to it; all three are told",
-     {registered_profile_help},
+     {registered_profile},
      {"registry: locked until the last daemon has answered",
       {cf_daemon, UTM_PROFILE_DELETE},
       {app_daemon, UTM_PROFILE_DELETE},
@@ -70,7 +69,7 @@ constexpr function_row functions[] = {
      accepted_by_last},
     {bound<utm_user_profile_add_dev>("int32_t utm_user_profile_add_dev(int32_t id, const uint8_t* mac)"),
      "adds a device to a user profile in three daemons; all three are told",
-     {registered_profile_help, mac_help},
+     {registered_profile, mac_help},
      {"registry: asked for the profile",
       {cf_daemon, UTM_PROFILE_ADD_DEVICE},
       {app_daemon, UTM_PROFILE_ADD_DEVICE},
@@ -79,7 +78,7 @@ constexpr function_row functions[] = {
      accepted_by_last},
     {bound<utm_user_profile_del_dev>("int32_t utm_user_profile_del_dev(int32_t id, const uint8_t* mac)"),
      "takes a device off a user profile in three daemons; all three are told",
-     {registered_profile_help, mac_help},
+     {registered_profile, mac_help},
      {"registry: asked for the profile",
       {cf_daemon, UTM_PROFILE_DELETE_DEVICE},
       {app_daemon, UTM_PROFILE_DELETE_DEVICE},
@@ -99,14 +98,14 @@ constexpr function_row functions[] = {
      "every registered profile, and the policies bound to them"},
     {bound<utm_user_profile_add_cf_policy>("int32_t utm_user_profile_add_cf_policy(int32_t profile, int32_t policy)"),
      "binds a content-filter policy to a user profile, in the registry and then in the daemon",
-     {registered_profile_help, bound_policy_help},
+     {registered_profile, {registered_policy_help, UTM_ID_CF_POLICY}},
      {bound_in_registry, {cf_daemon, UTM_CF_BIND_POLICY}},
      tells_one_after_registry,
      bound_to},
     {bound<utm_user_profile_add_app_policy>(
          "int32_t utm_user_profile_add_app_policy(uint32_t profile, uint32_t policy)"),
      "binds an application policy to a user profile, in the registry and then in the daemon",
-     {registered_profile_help, bound_policy_help},
+     {registered_profile, {registered_policy_help, UTM_ID_APP_POLICY}},
      {bound_in_registry, {app_daemon, UTM_APP_BIND_POLICY}},
      tells_one_after_registry,
      bound_to},

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "kqutm/registry.h"
+
 #include "operations/function.h"
 
 // What functions return, and how long they may block, where several share it.
@@ -11,17 +13,52 @@ inline constexpr meaning exchange_causes[] = {
     {"ETIMEDOUT", "the daemon did not answer in time"},
     {"ENODATA", "the daemon ended the connection instead of answering"},
     {"EPROTO", "a record that is too short, or none that belongs here"},
-    {"ENOENT", "the daemon's socket is missing; or an identifier is not registered, where the registry is asked"},
+    {"ENOENT", "the daemon's socket is missing"},
     {"ECONNREFUSED", "nobody listens on the daemon's socket"},
     {"EINTR", "a signal ended the wait; whether the daemon acted is not known"},
 };
 
-inline constexpr meaning registry_causes[] = {
+inline constexpr meaning registered_exchange_causes[] = {
+    {"EINVAL", "an argument is refused; nothing was sent"},
+    {"EREMOTEIO", "the daemon refused"},
+    {"ETIMEDOUT", "the daemon did not answer in time"},
+    {"ENODATA", "the daemon ended the connection instead of answering"},
+    {"EPROTO", "a record that is too short, or none that belongs here"},
+    {"ENOENT", "an identifier is not registered, and nothing was sent; or a daemon's socket is missing"},
+    {"ECONNREFUSED", "nobody listens on the daemon's socket"},
+    {"EINTR", "a signal ended the wait; whether the daemon acted is not known"},
+};
+
+inline constexpr meaning key_causes[] = {
+    {"ENOENT", "the library's installed file is missing"},
+    {"other", "of the system call that failed"},
+};
+
+inline constexpr meaning uuid_causes[] = {
+    {"EINVAL", "an argument is refused"},
+    {"ENOENT", "the library's installed file is missing"},
+    {"other", "of the system call that failed"},
+};
+
+inline constexpr meaning lookup_causes[] = {
+    {"ENOENT", "the identifier is not registered, or the library's installed file is missing"},
+    {"other", "of the system call that failed"},
+};
+
+inline constexpr meaning reservation_causes[] = {
     {"EEXIST", "the identifier is taken"},
     {"ENOSPC", "256 identifiers of the kind are registered"},
-    {"ENOENT", "the identifier is not registered, or the library's installed file is missing"},
-    {"other", "of the System V call that failed"},
+    {"ENOENT", "the library's installed file is missing"},
+    {"other", "of the system call that failed"},
 };
+
+inline constexpr meaning semaphore_causes[] = {
+    {"EEXIST", "another process made the semaphore at the same moment: call again"},
+    {"ENOENT", "the library's installed file is missing"},
+    {"other", "of the system call that failed"},
+};
+
+inline constexpr meaning system_causes[] = {{"other", "of the system call that failed"}};
 
 inline constexpr meaning creation_causes[] = {
     {"EEXIST", "the identifier is taken"},
@@ -32,6 +69,7 @@ inline constexpr meaning creation_causes[] = {
 
 inline constexpr meaning accepted_values[] = {{"0", "the daemon accepted"}, {"-1", "failed; errno tells the cause"}};
 inline constexpr result_kind accepted = {fails::minus_one, accepted_values, exchange_causes};
+inline constexpr result_kind accepted_if_registered = {fails::minus_one, accepted_values, registered_exchange_causes};
 
 inline constexpr meaning identifier_values[] = {{"an identifier", "done"}, {"-1", "failed; errno tells the cause"}};
 inline constexpr result_kind created = {fails::minus_one, identifier_values, creation_causes};
@@ -43,8 +81,12 @@ inline constexpr meaning answer_values[] = {
 };
 inline constexpr result_kind answered = {fails::not_zero, answer_values, exchange_causes};
 
+inline constexpr meaning file_causes[] = {
+    {"EINVAL", "an argument is refused"},
+    {"other", "of the file that cannot be read or written"},
+};
 inline constexpr meaning done_values[] = {{"0", "done"}, {"-1", "failed; errno tells the cause"}};
-inline constexpr result_kind done_or_not = {fails::minus_one, done_values, registry_causes};
+inline constexpr result_kind done_or_not = {fails::minus_one, done_values, file_causes};
 
 inline constexpr meaning list_values[] = {
     {"a list",
@@ -65,15 +107,15 @@ inline constexpr meaning semaphore_values[] = {
     {"an identifier", "of the semaphore set"},
     {"below 0", "no key file, or another process made the semaphore at the same moment: call again"},
 };
-inline constexpr result_kind semaphore = {fails::negative, semaphore_values, registry_causes};
+inline constexpr result_kind semaphore = {fails::negative, semaphore_values, semaphore_causes};
 
 inline constexpr meaning system_values[] = {{"0", "done"},
                                             {"-1", "the system call failed; nothing is locked or unlocked"}};
-inline constexpr result_kind system_call = {fails::minus_one, system_values, registry_causes};
+inline constexpr result_kind system_call = {fails::minus_one, system_values, system_causes};
 
 inline constexpr meaning segment_values[] = {{"an address", "of the segment"},
                                              {"null", "it can be neither found nor made"}};
-inline constexpr result_kind segment_or_null = {fails::null, segment_values, registry_causes};
+inline constexpr result_kind segment_or_null = {fails::null, segment_values, key_causes};
 
 inline constexpr meaning always_values[] = {{"0", "always"}};
 inline constexpr result_kind zero_always = {fails::never, always_values};
@@ -102,7 +144,9 @@ inline constexpr char devid_waits[] = "up to 3 s each to connect, to send, and f
 inline constexpr char ir_waits[] = "without a limit, as long as the daemon takes";
 
 inline constexpr char profile_help[] = "the user profile's identifier";
-inline constexpr char registered_profile_help[] = "the user profile's identifier, which has to be registered";
+inline constexpr argument_help registered_profile = {"the user profile's identifier, which has to be registered",
+                                                     UTM_ID_USER_PROFILE};
+inline constexpr char registered_policy_help[] = "the policy's identifier, which has to be registered";
 
 inline constexpr char switch_help[] = "0 off, 1 on; anything else is refused";
 inline constexpr char new_id_help[] = "the identifier to take, or 0 for one from the clock";

@@ -63,8 +63,34 @@ TEST(call, fails_with_the_class_of_errno)
 TEST(call, ends_with_6_where_an_identifier_is_unknown)
 {
     const config_daemons daemons;
-    EXPECT_EQ(utmctl("call utm_user_profile_delete 7").status, 6);
+    EXPECT_EQ(utmctl("call utm_user_profile_delete 7"),
+              (run_result{6, "returned: -1\nerrno: ENOENT\n",
+                          "utmctl: utm_user_profile_delete returned -1: errno is ENOENT: profile 7 is not registered, "
+                          "and nothing was sent; 'utmctl describe utm_user_profile_delete' tells more\n"}));
     EXPECT_EQ(daemons.told(), std::vector<std::string>{});
+}
+
+TEST(call, tells_an_unknown_identifier_from_a_missing_socket)
+{
+    EXPECT_EQ(utmctl("call utm_user_profile_delete 7").status, 6);
+    register_ids({{0, 7}, {512, 70}});
+    EXPECT_EQ(utmctl("call utm_user_profile_add_cf_policy 7 71").err,
+              "utmctl: utm_user_profile_add_cf_policy returned -1: errno is ENOENT: content-filter policy 71 is not "
+              "registered, and nothing was sent; 'utmctl describe utm_user_profile_add_cf_policy' tells more\n");
+    EXPECT_EQ(utmctl("call utm_cf_policy_flush 1 70 --yes"),
+              (run_result{4, "returned: -1\nerrno: ENOENT\n",
+                          "utmctl: utm_cf_policy_flush returned -1: errno is ENOENT: a daemon's socket is missing; "
+                          "'utmctl describe utm_cf_policy_flush' tells more\n"}));
+}
+
+TEST(call, tells_an_identifier_that_stays_reserved)
+{
+    EXPECT_EQ(utmctl("call utm_user_profile_create -1"),
+              (run_result{8, "returned: -1\nerrno: EINVAL\n",
+                          "utmctl: utm_user_profile_create returned -1: errno is EINVAL: profile 4294967295 is "
+                          "reserved, and stays in the registry; 'utmctl registry release profile 4294967295' frees "
+                          "it\n"}));
+    EXPECT_EQ(utmctl("registry release profile 4294967295"), (run_result{0, "profile 4294967295 released\n", ""}));
 }
 
 TEST(call, ends_a_call_that_does_not_return)

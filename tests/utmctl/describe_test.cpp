@@ -45,7 +45,7 @@ errno, when it has failed:
   ETIMEDOUT: the daemon did not answer in time
   ENODATA: the daemon ended the connection instead of answering
   EPROTO: a record that is too short, or none that belongs here
-  ENOENT: the daemon's socket is missing; or an identifier is not registered, where the registry is asked
+  ENOENT: the daemon's socket is missing
   ECONNREFUSED: nobody listens on the daemon's socket
   EINTR: a signal ended the wait; whether the daemon acted is not known
 
@@ -88,13 +88,35 @@ constexpr char described_debug[] = R"json({
                   {"value": "ETIMEDOUT", "meaning": "the daemon did not answer in time"},
                   {"value": "ENODATA", "meaning": "the daemon ended the connection instead of answering"},
                   {"value": "EPROTO", "meaning": "a record that is too short, or none that belongs here"},
-                  {"value": "ENOENT", "meaning": "the daemon's socket is missing; or an identifier is not registered, where the registry is asked"},
+                  {"value": "ENOENT", "meaning": "the daemon's socket is missing"},
                   {"value": "ECONNREFUSED", "meaning": "nobody listens on the daemon's socket"},
                   {"value": "EINTR", "meaning": "a signal ended the wait; whether the daemon acted is not known"}],
         "afterwards": null,
         "destroys": null,
         "commands": ["app debug"]
 })json";
+
+json errors_of(const std::string& function)
+{
+    const json described = result_of("describe " + function);
+    json values = json::array();
+    for (const json& one : described.at("errno"))
+        values.push_back(one.at("value"));
+    return values;
+}
+
+TEST(describe, names_the_errors_that_a_function_can_have)
+{
+    EXPECT_EQ(errors_of("utm_uuid_get"), json({"EINVAL", "ENOENT", "other"}));
+    EXPECT_EQ(errors_of("reset_utm_id_shm"), json({"ENOENT", "other"}));
+    EXPECT_EQ(errors_of("dump_utm_profile_mapping"), json({"ENOENT", "other"}));
+    EXPECT_EQ(errors_of("get_unique_id"), json({"EEXIST", "ENOSPC", "ENOENT", "other"}));
+    EXPECT_EQ(errors_of("create_server_socket"), json({"other"}));
+    EXPECT_EQ(errors_of("connect_avd"), json({"ENOENT", "ECONNREFUSED", "other"}));
+    EXPECT_EQ(errors_of("utm_devid_get_device_list"),
+              json({"EREMOTEIO", "ETIMEDOUT", "ENODATA", "EPROTO", "ENOENT", "ECONNREFUSED", "EINTR"}));
+    EXPECT_EQ(result_of("describe connect_avd").at("waits"), "to connect without a limit");
+}
 
 TEST(describe, tells_the_same_in_json)
 {

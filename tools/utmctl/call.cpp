@@ -124,10 +124,11 @@ outcome call_function(const request& asked)
 {
     const function_row& function = function_of(asked.one("FUNCTION"));
     check(asked, function);
+    const called asked_for = {function, asked.all("ARGUMENT"), registry_without_lock()};
     const call_result call = call_in_worker(
         std::string(function.name()) + " did not return", asked.timeout,
         [&] { return carry_out(function, asked.all("ARGUMENT")); }, awaited_by(function));
-    const std::optional<problem> failed = failure_of(function, call.value["returned"], call.error);
+    const std::optional<problem> failed = failure_of(asked_for, call.value["returned"], call.error);
     outcome result = {.result = call.value};
     if (failed && call.error != 0)
         result.result["errno"] = errno_name(call.error);

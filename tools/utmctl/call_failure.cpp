@@ -1,5 +1,6 @@
 #include "tools/utmctl/call_failure.h"
 
+#include "tools/utmctl/arguments.h"
 #include "tools/utmctl/service.h"
 
 #include <algorithm>
@@ -17,13 +18,55 @@ bool talks(const operations::function_row& function)
                                [](const auto& one) { return one.value == errno_name(EREMOTEIO); });
 }
 
-bool sockets_are_there(const operations::function_row& function)
+struct identifier {
+    uint32_t kind;
+    uint32_t id;
+    bool reserved; // by the call, which does not ask the registry for it
+};
+
+std::string named(const identifier& one)
 {
-    return std::ranges::none_of(
-        function.steps, [](const auto& one) { return one.daemon != nullptr && access(one.daemon->path, F_OK) != 0; });
+    return named(kind_of_number(one.kind), one.id);
 }
 
-// ENOENT stands for two causes: an identifier that is not registered, and a socket or a key file that is missing.
+// The identifiers among the arguments; 0 is none.
+std::vector<identifier> identifiers_of(const called& call)
+{
+    std::vector<identifier> found;
+    for (size_t at = 0; at < call.given.size(); ++at) {
+        const operations::argument_help& argument = call.function.arguments[at];
+        const auto id = argument.kind != 0 ? static_cast<uint32_t>(operations::parse_whole(call.given[at]).value()) : 0;
+        if (id != 0)
+            found.push_back({argument.kind, id, argument.reserves});
+    }
+    return found;
+}
+
+std::optional<identifier> find_unknown(const called& call)
+{
+    for (const identifier& one : identifiers_of(call)) {
+        if (!one.reserved && !is_registered(call.before, one.kind, one.id))
+            return one;
+    }
+    return {};
+}
+
+// What the call has reserved, and left in the registry.
+std::optional<identifier> find_left(const called& call)
+{
+    const utm_id_registry after = registry_without_lock();
+    for (const identifier& one : identifiers_of(call)) {
+        if (one.reserved && !is_registered(call.before, one.kind, one.id) && is_registered(after, one.kind, one.id))
+            return one;
+    }
+    return {};
+}
+
+bool key_file_is_missing()
+{
+    return access(KQUTM_IPC_KEY_FILE, F_OK) != 0;
+}
+
 exit_status status_of(const operations::function_row& function, int error)
 {
     switch (error) {
@@ -33,15 +76,10 @@ exit_status status_of(const operations::function_row& function, int error)
         return exit_status::refused;
     case EINVAL:
         return exit_status::usage;
-    case ENOENT:
-        if (talks(function) && sockets_are_there(function))
-            return exit_status::unknown_identifier;
-        break;
     default:
-        break;
+        return talks(function) || function.result.when == operations::fails::negative ? exchange_failure(error).status
+                                                                                      : exit_status::registry_unusable;
     }
-    return talks(function) || function.result.when == operations::fails::negative ? exchange_failure(error).status
-                                                                                  : exit_status::registry_unusable;
 }
 
 std::string meaning_of(const operations::function_row& function, int error)
@@ -49,6 +87,32 @@ std::string meaning_of(const operations::function_row& function, int error)
     const auto found = std::ranges::find(function.result.causes, errno_name(error),
                                          [](const auto& cause) { return std::string(cause.value); });
     return found != function.result.causes.end() ? found->means : strerror(error);
+}
+
+// ENOENT stands for an identifier that is not registered, for a key file and for a socket that is missing.
+void tell_what_is_missing(const called& call, problem& why)
+{
+    if (!identifiers_of(call).empty() && key_file_is_missing()) {
+        why.status = exit_status::registry_unusable;
+        why.culprits = {{"errno", "", "is ENOENT: the library's installed file is missing"}};
+    } else if (const auto unknown = find_unknown(call)) {
+        why.status = exit_status::unknown_identifier;
+        why.culprits = {{"errno", "", "is ENOENT: " + named(*unknown) + " is not registered, and nothing was sent"}};
+    } else if (!identifiers_of(call).empty()) {
+        why.culprits = {{"errno", "", "is ENOENT: a daemon's socket is missing"}};
+    }
+}
+
+// A function that refuses an identifier which it has reserved leaves it in the registry.
+void tell_what_stays(const called& call, problem& why)
+{
+    const auto left = find_left(call);
+    if (!left)
+        return;
+    why.status = exit_status::done_in_part;
+    why.culprits = {{"errno", "", "is EINVAL: " + named(*left) + " is reserved, and stays in the registry"}};
+    why.next = std::string("'utmctl registry release ") + kind_of_number(left->kind).word + " " +
+               std::to_string(left->id) + "' frees it";
 }
 
 } // namespace
@@ -67,16 +131,22 @@ std::string errno_name(int error)
     return name != nullptr ? name : std::to_string(error);
 }
 
-std::optional<problem> failure_of(const operations::function_row& function, const json& returned, int error)
+std::optional<problem> failure_of(const called& call, const json& returned, int error)
 {
+    const operations::function_row& function = call.function;
     const bool failed = has_failed(function, returned, error);
     if (!failed && !is_cut(function, returned, error))
         return {};
     const std::string name(function.name());
     const std::string what =
         failed ? name + " returned " + shown(returned) : name + " returned a list that is not whole";
-    return problem{.status = failed ? status_of(function, error) : exit_status::done_in_part,
+    problem why = {.status = failed ? status_of(function, error) : exit_status::done_in_part,
                    .what = what,
                    .culprits = {{"errno", "", "is " + errno_name(error) + ": " + meaning_of(function, error)}},
                    .next = "'utmctl describe " + name + "' tells more"};
+    if (error == ENOENT)
+        tell_what_is_missing(call, why);
+    if (error == EINVAL)
+        tell_what_stays(call, why);
+    return why;
 }

@@ -82,7 +82,7 @@ json arguments_of(const function_row& function)
         const operations::parameter& one = parsed.parameters.at(at);
         arguments.push_back({{"name", one.name},
                              {"type", one.type},
-                             {"help", function.arguments[at]},
+                             {"help", function.arguments[at].text},
                              {"given_as", function.by_words.word(at)}});
     }
     return arguments;
@@ -94,6 +94,15 @@ json json_of(std::span<const operations::meaning> meanings)
     for (const operations::meaning& one : meanings)
         list.push_back({{"value", one.value}, {"meaning", one.means}});
     return list;
+}
+
+// Nothing can be wrong with the arguments of a function that has none.
+std::vector<operations::meaning> causes_of(const function_row& function)
+{
+    std::vector<operations::meaning> causes(function.result.causes.begin(), function.result.causes.end());
+    if (function.parsed().count == 0)
+        std::erase_if(causes, [](const auto& one) { return std::string_view(one.value) == "EINVAL"; });
+    return causes;
 }
 
 json commands_that_use(std::string_view function)
@@ -180,7 +189,7 @@ json description_of(const char* family, const function_row& function)
             {"steps", steps_of(function)},
             {"waits", function.waits},
             {"returns", json_of(function.result.values)},
-            {"errno", json_of(function.result.causes)},
+            {"errno", json_of(causes_of(function))},
             {"afterwards", text_or_null(function.afterwards)},
             {"destroys", text_or_null(function.destroys)},
             {"commands", commands_that_use(function.name())}};
