@@ -87,11 +87,61 @@ TEST(logs, trace_messages_are_told_apart)
                                                 ""}));
 }
 
+TEST(logs, brackets_in_a_traced_text_end_no_message)
+{
+    write_log(config, "response->cf.domain_browse->domain: a[b]c.example"
+                      "response->cf.domain_browse->domain: [.exampleutm_cf_.example"
+                      "response->cf.domain_browse->domain: d]e.example"
+                      "[send_utm_config_event]error code = 3\n");
+    const auto told = nlohmann::json::parse(utmctl("-j log config").out);
+    std::vector<std::pair<std::string, nlohmann::json>> messages;
+    for (const auto& entry : told["result"]["entries"])
+        messages.emplace_back(entry["text"], entry["function"]);
+    EXPECT_EQ(messages, (decltype(messages){{"response->cf.domain_browse->domain: a[b]c.example", nullptr},
+                                            {"response->cf.domain_browse->domain: [.example", nullptr},
+                                            {"utm_cf_.example", nullptr},
+                                            {"response->cf.domain_browse->domain: d]e.example", nullptr},
+                                            {"[send_utm_config_event]error code = 3", "send_utm_config_event"}}));
+}
+
+struct escaped_text {
+    std::string written;
+    std::string shown;
+};
+
+const escaped_text escaped_texts[] = {
+    {"\x9b[31m", "\\x9b[31m"},          // a control character of eight bits
+    {"\xc2\x9b[31m", "\\xc2\\x9b[31m"}, // the same in UTF-8
+    {"a\xe2\x80\xae"
+     "b",
+     "a\\xe2\\x80\\xaeb"}, // an override of the direction
+    {"a\xe2\x81\xa6"
+     "b",
+     "a\\xe2\\x81\\xa6b"},                        // an isolate
+    {"caf\xe9", "caf\\xe9"},                      // no UTF-8
+    {"\xc1\xbf", "\\xc1\\xbf"},                   // longer than it needs to be
+    {"\xed\xa0\x80", "\\xed\\xa0\\x80"},          // half of a pair
+    {"\xf4\x90\x80\x80", "\\xf4\\x90\\x80\\x80"}, // above the last character
+    {"\xe2\x82", "\\xe2\\x82"},                   // cut
+    {"caf\xc3\xa9 \xe2\x82\xac \xf0\x9f\x98\x80", "caf\xc3\xa9 \xe2\x82\xac \xf0\x9f\x98\x80"},
+};
+
+TEST(logs, what_a_terminal_would_obey_is_escaped)
+{
+    std::string written;
+    std::string shown;
+    for (const escaped_text& one : escaped_texts) {
+        written += one.written + "\n";
+        shown += "ips: " + one.shown + "\n";
+    }
+    write_log(ips, written);
+    EXPECT_EQ(utmctl("log ips"), (run_result{0, shown, ""}));
+}
+
 TEST(logs, control_characters_are_escaped)
 {
     write_log(config, "response->cf.domain_browse->domain: \x1b[31mred\x07\r\n");
-    EXPECT_EQ(utmctl("log config").out,
-              "config: response->cf.domain_browse->domain: \\x1b\nconfig: [31mred\\x07\\x0d\n");
+    EXPECT_EQ(utmctl("log config").out, "config: response->cf.domain_browse->domain: \\x1b[31mred\\x07\\x0d\n");
 }
 
 TEST(logs, json_tells_function_and_line)

@@ -31,7 +31,7 @@ TEST(uuid, what_would_be_cut_or_is_none_is_refused)
     EXPECT_EQ(utmctl("uuid set u" + longest),
               refused(2, "uuid set: TEXT: 'u" + longest + "' is longer than 255 characters" + next));
     EXPECT_EQ(utmctl("uuid set ''"), refused(2, "uuid set: TEXT: '' is blank" + next));
-    EXPECT_EQ(utmctl("uuid set 'a\tb'"), refused(2, "uuid set: TEXT: 'a?b' has control characters" + next));
+    EXPECT_EQ(utmctl("uuid set 'a\tb'"), refused(2, "uuid set: TEXT: 'a\\x09b' has control characters" + next));
     EXPECT_EQ(utmctl("uuid get").status, 6);
     EXPECT_FALSE(exists("/tmp/utm_log"));
 }
@@ -41,6 +41,14 @@ TEST(uuid, control_characters_of_another_program_are_escaped)
     ASSERT_EQ(utm_uuid_set("a\tb\x1b[2J\n"), 0);
     EXPECT_EQ(utmctl("uuid get"), (run_result{0, "a\\x09b\\x1b[2J\\x0a\n", ""}));
     EXPECT_EQ(utmctl("-j uuid get"), (run_result{0, done_line("uuid get", R"({"uuid":"a\tb\u001b[2J\n"})"), ""}));
+}
+
+TEST(uuid, bytes_that_are_no_text_are_escaped)
+{
+    EXPECT_EQ(utmctl("uuid set 'caf\xe9 \xc2\x9b'"), (run_result{0, "the device UUID was set\n", ""}));
+    EXPECT_EQ(utmctl("uuid get"), (run_result{0, "caf\\xe9 \\xc2\\x9b\n", ""}));
+    EXPECT_EQ(utmctl("-j uuid get"),
+              (run_result{0, done_line("uuid get", "{\"uuid\":\"caf\xef\xbf\xbd \xc2\x9b\"}"), ""}));
 }
 
 TEST(uuid, none_is_told_by_the_status)
@@ -74,7 +82,8 @@ TEST(uuid, a_lock_that_is_not_given_names_its_holder)
                               " (test_utmctl) holds it; end that process or wait for it, then see what 'utmctl uuid "
                               "get' tells\n";
     EXPECT_EQ(utmctl("--timeout 0.1 uuid get"), refused(3, "the device UUID was not read" + cause));
-    EXPECT_EQ(utmctl("--timeout 0.1 uuid set a"), refused(3, "the device UUID may have been set" + cause));
+    EXPECT_EQ(utmctl("--timeout 0.1 uuid set a"), refused(3, "the device UUID was not set" + cause));
+    EXPECT_EQ(utmctl("--timeout 0.1 uuid clear --yes"), refused(3, "the device UUID was not cleared" + cause));
 }
 
 TEST(uuid, a_missing_key_file_is_told)

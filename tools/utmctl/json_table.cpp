@@ -5,7 +5,7 @@ std::string cell_of(const json& value)
     if (value.is_null())
         return "-";
     if (!value.is_string())
-        return value.dump();
+        return value.dump(-1, ' ', false, json::error_handler_t::replace);
     const std::string& text = value.get_ref<const std::string&>();
     return text.empty() ? "-" : text;
 }

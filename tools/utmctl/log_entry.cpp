@@ -2,6 +2,7 @@
 
 #include "kqutm/common.h"
 
+#include "operations/function.h"
 #include "tools/utmctl/number.h"
 
 #include <algorithm>
@@ -20,7 +21,6 @@ constexpr std::string_view trace_mark = "response->";
 // How the messages of the config log begin that may follow a trace message on its line.
 constexpr std::string_view beginnings[] = {
     trace_mark,
-    "[",
     "utm_user_profile_",
     "utm_cf_",
     "utm_app_",
@@ -42,27 +42,41 @@ constexpr std::string_view beginnings[] = {
     "user profile id(",
 };
 
-size_t next_beginning(std::string_view line, size_t from)
-{
-    size_t next = line.size();
-    for (const std::string_view beginning : beginnings)
-        next = std::min(next, line.find(beginning, from));
-    return next;
-}
-
 bool is_name(std::string_view text)
 {
     return !text.empty() &&
            std::all_of(text.begin(), text.end(), [](unsigned char c) { return isalnum(c) || c == '_'; });
 }
 
-// "[name]..."
+// The name in "[name]..."; else nothing.
+std::string_view name_in_brackets(std::string_view text)
+{
+    const size_t end = text.find(']');
+    if (!text.starts_with('[') || end == std::string_view::npos || !is_name(text.substr(1, end - 1)))
+        return {};
+    return text.substr(1, end - 1);
+}
+
+// A traced text may hold brackets, too, so that within a line the name has to be one of the library.
+size_t next_function(std::string_view line, size_t from)
+{
+    size_t at = line.find('[', from);
+    while (at != std::string_view::npos && operations::find_function(name_in_brackets(line.substr(at))) == nullptr)
+        at = line.find('[', at + 1);
+    return at;
+}
+
+size_t next_beginning(std::string_view line, size_t from)
+{
+    size_t next = std::min(line.size(), next_function(line, from));
+    for (const std::string_view beginning : beginnings)
+        next = std::min(next, line.find(beginning, from));
+    return next;
+}
+
 void find_function(log_entry& entry)
 {
-    const std::string_view text = entry.text;
-    const size_t end = text.find(']');
-    if (text.starts_with('[') && end != std::string_view::npos && is_name(text.substr(1, end - 1)))
-        entry.function = text.substr(1, end - 1);
+    entry.function = name_in_brackets(entry.text);
 }
 
 // "name(line) ..."
@@ -90,15 +104,24 @@ log_entry entry_of(const log_family& family, std::string_view text)
     return entry;
 }
 
+// What follows a trace message may be a part of its text that only looks like a beginning, with more of them behind it.
+size_t end_of_message(std::string_view line, bool runs_together)
+{
+    if (!runs_together)
+        return line.size();
+    if (line.starts_with(trace_mark))
+        return next_beginning(line, trace_mark.size());
+    return std::min(line.size(), line.find(trace_mark));
+}
+
 void add_line(std::vector<log_entry>& entries, const log_family& family, std::string_view line)
 {
-    while (line.starts_with(trace_mark)) {
-        const size_t end = next_beginning(line, trace_mark.size());
+    const bool runs_together = line.starts_with(trace_mark);
+    while (!line.empty()) {
+        const size_t end = end_of_message(line, runs_together);
         entries.push_back(entry_of(family, line.substr(0, end)));
         line.remove_prefix(end);
     }
-    if (!line.empty())
-        entries.push_back(entry_of(family, line));
 }
 
 } // namespace

@@ -1,7 +1,6 @@
 #include "tools/utmctl/outcome.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <iterator>
 
 namespace {
@@ -89,25 +88,4 @@ problem problem_of(const json& told)
         why.culprits.push_back(
             {one["name"], one["path"].is_null() ? "" : one["path"].get<std::string>(), one["cause"]});
     return why;
-}
-
-std::string printable(std::string_view text)
-{
-    std::string shown;
-    for (const char c : text) {
-        const auto byte = static_cast<unsigned char>(c);
-        char escaped[5] = {c};
-        if (byte < ' ' || byte == 0x7f)
-            snprintf(escaped, sizeof escaped, "\\x%02x", static_cast<unsigned>(byte));
-        shown += escaped;
-    }
-    return shown;
-}
-
-std::string in_quotes(const std::string& text)
-{
-    std::string shown = text;
-    std::replace_if(
-        shown.begin(), shown.end(), [](unsigned char c) { return c < ' ' || c == 0x7f; }, '?');
-    return "'" + shown + "'";
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "tools/utmctl/exit_status.h"
+#include "tools/utmctl/printable.h"
 
 #include <exception>
 #include <nlohmann/json.hpp>
@@ -75,9 +76,3 @@ outcome failed(const failure& cause);
 std::string sentence_of(const problem& why);
 json json_of(const problem& why);
 problem problem_of(const json& told); // what json_of tells
-
-// Text from outside, with control characters as \xNN.
-std::string printable(std::string_view text);
-
-// Text from outside, fit to be shown in a message.
-std::string in_quotes(const std::string& text);

@@ -16,13 +16,14 @@ const lock* awaited_lock(const awaited& whom)
     return whom.uuid_lock ? &uuid_lock : nullptr;
 }
 
-// Nothing when nobody holds it.
-std::optional<culprit> lock_holder(const lock* one, const std::string& within)
+void blame_holder(problem& overdue, const lock& one, int holder, const std::string& within)
 {
-    const std::optional<lock_view> seen = one != nullptr ? look_at(*one) : std::nullopt;
-    if (!seen || !seen->taken())
-        return {};
-    return culprit{one->name, "", "was not given " + within + ": " + name_of_process(seen->process) + " holds it"};
+    const bool ended = state_of_process(holder) == process_state::ended;
+    overdue.culprits = {{one.name, "",
+                         "was not given " + within + ": " + name_of_process(holder) +
+                             (ended ? " has ended without giving it back" : " holds it")}};
+    overdue.next = std::string(ended ? "restart the gateway" : "end that process or wait for it") + ", then see what " +
+                   one.shown_by + " tells";
 }
 
 // Of several daemons it is not known which one keeps the call.
@@ -41,11 +42,12 @@ culprit silent_daemons(const std::vector<service>& daemons, const std::string& c
 problem overdue_call(const std::string& what, const std::string& within, const awaited& whom)
 {
     const lock* lock = awaited_lock(whom);
-    const std::optional<culprit> holder = lock_holder(lock, within);
+    const std::optional<lock_view> seen = lock != nullptr ? look_at(*lock) : std::nullopt;
     problem overdue = {.status = exit_status::no_answer, .what = what, .culprits = {}, .next = ""};
-    if (holder) {
-        overdue.culprits = {*holder};
-        overdue.next = std::string("end that process or wait for it, then see what ") + lock->shown_by + " tells";
+    if (seen && seen->taken()) {
+        blame_holder(overdue, *lock, seen->process, within);
+        if (!whom.without_lock.empty())
+            overdue.what = whom.without_lock;
     } else if (whom.daemons.empty()) {
         overdue.culprits = {{"the library", "", "has not come back " + within + ", and the call was ended"}};
         overdue.next = whom.uuid_lock ? longer_limit : look_at_registry;

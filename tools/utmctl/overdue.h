@@ -8,6 +8,7 @@ struct awaited {
     std::vector<service> daemons = {}; // whose answers it waits for
     bool registry_lock = true;
     bool uuid_lock = false;
+    std::string without_lock = {}; // what did not happen for sure when the lock was not given; empty: nobody knows
 };
 
 // Tells of a call that has not ended in time, and who kept it, as far as that can be known. What did not happen reads

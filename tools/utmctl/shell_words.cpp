@@ -1,6 +1,6 @@
 #include "tools/utmctl/shell_words.h"
 
-#include "tools/utmctl/outcome.h"
+#include "tools/utmctl/printable.h"
 
 namespace {
 
@@ -74,7 +74,7 @@ private:
 shell_words words_in(std::string_view line)
 {
     for (const char c : line) {
-        if (c != '\t' && printable({&c, 1}).size() > 1)
+        if (c != '\t' && has_control_characters({&c, 1}))
             return {.words = {}, .wrong = "it has control characters"};
     }
     return splitter(line).split();

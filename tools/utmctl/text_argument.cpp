@@ -1,6 +1,6 @@
 #include "tools/utmctl/text_argument.h"
 
-#include "tools/utmctl/outcome.h"
+#include "tools/utmctl/printable.h"
 
 #include <arpa/inet.h>
 
@@ -13,7 +13,7 @@ std::string wrong_text(const std::string& text, size_t most)
 {
     if (is_blank(text))
         return in_quotes(text) + " is blank";
-    if (printable(text) != text)
+    if (has_control_characters(text))
         return in_quotes(text) + " has control characters";
     if (text.size() > most)
         return in_quotes(text) + " is longer than " + std::to_string(most) + " characters";

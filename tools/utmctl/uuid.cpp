@@ -16,7 +16,10 @@ constexpr char uuid[] = "the device UUID";
     throw failure(keyed_problem("the store of the UUID", what, "cannot be used", error));
 }
 
-const awaited its_lock = {.daemons = {}, .registry_lock = false, .uuid_lock = true};
+awaited its_lock(const std::string& what)
+{
+    return {.daemons = {}, .registry_lock = false, .uuid_lock = true, .without_lock = what};
+}
 
 // The library copies up to 256 bytes, whatever size it is told.
 json read_uuid()
@@ -30,7 +33,7 @@ json read_uuid()
 outcome get(const request& asked)
 {
     const std::string what = std::string(uuid) + " was not read";
-    const json reading = call_in_worker(what, asked.timeout, read_uuid, its_lock).value;
+    const json reading = call_in_worker(what, asked.timeout, read_uuid, its_lock(what)).value;
     const int error = reading["error"];
     if (reading["uuid"].is_string())
         return {.result = {{"uuid", reading["uuid"]}}, .lines = {printable(std::string(reading["uuid"]))}};
@@ -47,10 +50,11 @@ outcome get(const request& asked)
 void store(const std::string& text, const std::string& participle, double timeout)
 {
     const std::string maybe = std::string(uuid) + " may have been " + participle;
+    const std::string what = std::string(uuid) + " was not " + participle;
     const call_result call = call_in_worker(
-        maybe, timeout, [&] { return utm_uuid_set(text.c_str()); }, its_lock);
+        maybe, timeout, [&] { return utm_uuid_set(text.c_str()); }, its_lock(what));
     if (call.value != 0)
-        tell_unusable(std::string(uuid) + " was not " + participle, call.error);
+        tell_unusable(what, call.error);
 }
 
 outcome set(const request& asked)
