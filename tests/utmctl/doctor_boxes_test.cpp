@@ -1,4 +1,5 @@
 #include "tests/utmctl/box.h"
+#include "tests/utmctl/ended_process.h"
 
 #include <filesystem>
 #include <gtest/gtest.h>
@@ -28,28 +29,6 @@ struct broken_box {
 void PrintTo(const broken_box& one, std::ostream* stream)
 {
     *stream << one.name;
-}
-
-// Runs body in a process of its own, which ends.
-pid_t ended_process(void (*body)())
-{
-    const pid_t child = fork();
-    if (child == 0) {
-        body();
-        _exit(0);
-    }
-    waitpid(child, nullptr, 0);
-    return child;
-}
-
-// As the library never does: the kernel does not give that lock back.
-pid_t process_that_took_the_lock_for_good()
-{
-    semaphore();
-    return ended_process([] {
-        sembuf take = {.sem_num = 0, .sem_op = -1, .sem_flg = 0};
-        semop(semaphore(), &take, 1);
-    });
 }
 
 // Listens at the path and is stopped, so that it takes no connection.

@@ -2,6 +2,7 @@
 #include "tests/sandbox/files.h"
 #include "tests/sandbox/key_file.h"
 #include "tests/sandbox/registry.h"
+#include "tests/utmctl/ended_process.h"
 #include "tests/utmctl/run.h"
 #include "tests/utmctl/stopped_lock_holder.h"
 
@@ -225,6 +226,35 @@ TEST(lock_status, names_holder_and_who_waits)
                           ""}));
     kill(waiting.process(), SIGKILL);
     waiting.wait();
+}
+
+TEST(lock_status, a_lock_that_several_may_hold)
+{
+    semctl(semaphore(), 0, SETVAL, 2L);
+    EXPECT_EQ(utmctl("registry lock-status"),
+              (run_result{0,
+                          "the registry lock has the value 2 instead of 0 or 1, so that several processes may hold it "
+                          "at once\n",
+                          ""}));
+    EXPECT_EQ(utmctl("-j registry lock-status"),
+              (run_result{0, done_line("registry lock-status", R"({"value":2,"holder":null,"waiting":0,"waiters":[]})"),
+                          ""}));
+}
+
+TEST(lock_status, a_lock_of_a_process_that_has_ended)
+{
+    const std::string process = std::to_string(process_that_took_the_lock_for_good());
+    const std::string holder = "process " + process + " (of unknown name) has ended without giving ";
+    EXPECT_EQ(utmctl("registry lock-status"), (run_result{0, holder + "back the registry lock\n", ""}));
+    EXPECT_EQ(utmctl("-j registry lock-status"),
+              (run_result{0,
+                          done_line("registry lock-status", R"({"value":0,"holder":{"pid":)" + process +
+                                                                R"(,"name":"","state":"ended"},"waiting":0,)"
+                                                                R"("waiters":[]})"),
+                          ""}));
+    EXPECT_EQ(utmctl("--timeout 0.1 registry show"),
+              refused(3, "the registry was not shown: the registry lock was not given within 0.1 s: " + holder +
+                             "it back; restart the gateway, then see what 'utmctl registry show' tells\n"));
 }
 
 TEST(lock_status, a_missing_key_file_is_told)

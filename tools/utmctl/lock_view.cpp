@@ -53,6 +53,12 @@ std::optional<lock_view> look_at(const lock& one)
                      .mode = status.sem_perm.mode};
 }
 
+std::string several_may_hold(const lock_view& seen)
+{
+    return "has the value " + std::to_string(seen.value) +
+           " instead of 0 or 1, so that several processes may hold it at once";
+}
+
 std::vector<int> waiting_for(const lock_view& seen)
 {
     std::vector<int> processes;

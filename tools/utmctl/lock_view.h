@@ -1,6 +1,7 @@
 #pragma once
 
 #include <optional>
+#include <string>
 #include <vector>
 
 // The library's locks as they stand. Looking at one neither takes nor creates it.
@@ -22,10 +23,14 @@ struct lock_view {
     unsigned mode;
 
     bool taken() const { return value == 0; }
+    bool for_several() const { return value > 1; } // which the library never makes it
 };
 
 // Nothing, with errno, where there is no such lock or it may not be looked at.
 std::optional<lock_view> look_at(const lock& one);
+
+// What is told of a lock for several.
+std::string several_may_hold(const lock_view& seen);
 
 // The processes that wait for it, as far as the kernel shows what they wait for.
 std::vector<int> waiting_for(const lock_view& seen);

@@ -100,13 +100,25 @@ const char* word_of(process_state state)
     return "";
 }
 
+const char* how_held(process_state state)
+{
+    switch (state) {
+    case process_state::ended:
+        return " has ended without giving back the registry lock";
+    case process_state::stopped:
+        return " holds the registry lock, and is stopped";
+    case process_state::alive:
+        return " holds the registry lock";
+    }
+    return "";
+}
+
 void tell_holder(outcome& told, const lock_view& seen)
 {
     const process_state state = state_of_process(seen.process);
     told.result["holder"] = json_of_process(seen.process);
     told.result["holder"]["state"] = word_of(state);
-    const std::string and_is = state == process_state::alive ? "" : std::string(", and is ") + word_of(state);
-    told.lines.push_back(name_of_process(seen.process) + " holds the registry lock" + and_is);
+    told.lines.push_back(name_of_process(seen.process) + how_held(state));
 }
 
 void tell_waiting(outcome& told, const lock_view& seen)
@@ -120,6 +132,17 @@ void tell_waiting(outcome& told, const lock_view& seen)
     const auto unknown = seen.waiting - static_cast<int>(told.result["waiters"].size());
     if (unknown > 0)
         told.lines.push_back(std::to_string(unknown) + " more that cannot be named wait for it");
+}
+
+void tell_lock(outcome& told, const lock_view& seen)
+{
+    if (seen.taken())
+        tell_holder(told, seen);
+    else if (seen.for_several())
+        told.lines = {"the registry lock " + several_may_hold(seen)};
+    else
+        told.lines = {"the registry lock is free"};
+    tell_waiting(told, seen);
 }
 
 } // namespace
@@ -154,11 +177,7 @@ outcome show_lock(const request&)
                                {"waiters", json::array()}}};
     if (!seen)
         told.lines = {"there is no registry lock yet"};
-    else if (!seen->taken())
-        told.lines = {"the registry lock is free"};
     else
-        tell_holder(told, *seen);
-    if (seen)
-        tell_waiting(told, *seen);
+        tell_lock(told, *seen);
     return told;
 }

@@ -75,11 +75,8 @@ std::optional<finding> check_lock(const lock& one)
         return finding{severity::error, std::string(one.name) + " cannot be looked at: " + strerror(errno),
                        "see with 'ipcs -s' who made it"};
     }
-    if (seen->value > 1)
-        return finding{severity::error,
-                       std::string(one.name) + " has the value " + std::to_string(seen->value) +
-                           " instead of 0 or 1, so that several processes may hold it at once",
-                       "restart the gateway"};
+    if (seen->for_several())
+        return finding{severity::error, std::string(one.name) + " " + several_may_hold(*seen), "restart the gateway"};
     if ((seen->mode & for_everybody) != for_everybody)
         return finding{severity::warning, std::string(one.name) + " is closed to programs of other users",
                        "restart the gateway"};

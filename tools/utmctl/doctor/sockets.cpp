@@ -13,7 +13,7 @@ namespace doctor {
 
 namespace {
 
-constexpr mode_t everybody = 0777;
+constexpr mode_t all_may_write = 0222; // which is all that connecting takes
 
 std::string octal(mode_t mode)
 {
@@ -73,8 +73,8 @@ std::optional<finding> wrong_answer(const service& who, const probe& seen)
 
 std::optional<finding> wrong_mode(const watched_daemon& daemon, const struct stat& file)
 {
-    const mode_t mode = file.st_mode & everybody;
-    const mode_t needed = is_made_by_library(daemon.row) ? everybody : S_IWUSR;
+    const mode_t mode = file.st_mode & 0777U;
+    const mode_t needed = is_made_by_library(daemon.row) ? all_may_write : S_IWUSR;
     if ((mode & needed) == needed)
         return {};
     return finding{severity::warning,
