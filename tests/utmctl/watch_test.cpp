@@ -1,3 +1,4 @@
+#include "tests/sandbox/config_daemons.h"
 #include "tests/sandbox/files.h"
 #include "tests/sandbox/registry.h"
 #include "tests/utmctl/engines.h"
@@ -94,6 +95,26 @@ TEST(watch, each_change_is_an_object_in_json)
     EXPECT_EQ(watch.end(SIGTERM), (run_result{0, first + recovered + failed,
                                               "utmctl: profile 8 is not registered: the ID registry does not hold it; "
                                               "'utmctl registry show' tells what it holds\n"}));
+}
+
+TEST(watch, what_is_found_is_a_result)
+{
+    const config_daemons daemons;
+    register_ids({{0, 7}});
+    running_watch watch("registry audit --timeout 30");
+    const std::string first = "nothing wrong\n";
+    EXPECT_EQ(watch.lines(1), first);
+    set_slots({{1, 0x80000000}});
+    const std::string found =
+        R"( result[warning]: {"severity":"warning","what":"profile 2147483648 in slot 1 is above 2147483647, and )"
+        R"(reads as a failure where it is returned","remedy":"have the program that reserved it release it and take )"
+        R"(a smaller one"})"
+        "\n";
+    EXPECT_EQ(watch.lines(2), first + "TIME added" + found);
+    set_slots({{1, 0}});
+    const std::string all = first + "TIME added" + found + "TIME removed" + found;
+    EXPECT_EQ(watch.lines(3), all);
+    EXPECT_EQ(watch.end(SIGTERM), (run_result{0, all, ""}));
 }
 
 TEST(watch, it_survives_a_run_that_fails)

@@ -86,7 +86,7 @@ public:
             show_first(now);
         else
             show_changes(now);
-        if (now.status == exit_status::done)
+        if (!has_failed(now))
             known_ = now.result;
         last_ = now;
         return out_.is_taken();
@@ -108,11 +108,14 @@ private:
             print_problem(one);
     }
 
+    // What a run finds wrong is its result; one that failed has a problem to tell.
+    static bool has_failed(const outcome& told) { return !told.problems.empty(); }
+
     // A run that failed tells nothing of what is watched, so that its results are not compared.
     void show_changes(const outcome& now)
     {
-        const bool failed_now = now.status != exit_status::done;
-        const bool failed_before = last_->status != exit_status::done;
+        const bool failed_now = has_failed(now);
+        const bool failed_before = has_failed(*last_);
         if (failed_now && sentences_of(now) != sentences_of(*last_))
             show({"failed", "status", word_of(last_->status), word_of(now.status)}, now);
         if (!failed_now && failed_before)
