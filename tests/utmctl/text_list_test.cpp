@@ -97,8 +97,9 @@ TEST(text_lists, a_text_of_nothing_is_refused)
     EXPECT_EQ(
         utmctl("cf add-trusted-url ''"),
         refused(2, "cf add-trusted-url: URL: '' is blank; 'utmctl help cf add-trusted-url' tells what it takes\n"));
-    EXPECT_EQ(utmctl("cf del-keyword 70 a ' \t'"),
-              refused(2, "cf del-keyword: KEYWORD: ' ?' is blank; 'utmctl help cf del-keyword' tells what it takes\n"));
+    EXPECT_EQ(
+        utmctl("cf del-keyword 70 a ' \t'"),
+        refused(2, "cf del-keyword: KEYWORD: ' \\x09' is blank; 'utmctl help cf del-keyword' tells what it takes\n"));
     EXPECT_FALSE(exists("/tmp/utm_log"));
 }
 
