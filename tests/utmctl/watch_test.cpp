@@ -107,8 +107,8 @@ TEST(watch, what_is_found_is_a_result)
     set_slots({{1, 0x80000000}});
     const std::string found =
         R"( result[warning]: {"severity":"warning","what":"profile 2147483648 in slot 1 is above 2147483647, and )"
-        R"(reads as a failure where it is returned","remedy":"have the program that reserved it release it and take )"
-        R"(a smaller one"})"
+        R"(reads as a failure where it is returned","remedy":"have the program that reserved it take a smaller one; )"
+        R"('utmctl registry release profile 2147483648' frees it"})"
         "\n";
     EXPECT_EQ(watch.lines(2), first + "TIME added" + found);
     set_slots({{1, 0}});
