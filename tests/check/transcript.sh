@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
-# What the manuals show as typed at a terminal is true: the commands, in their order, print what stands below them. Such
-# blocks start with "$ ". Usage: transcript.sh BUILD-FOLDER, from the root of the sources.
+# What these pages show as typed at a terminal is true: the commands, in their order, print what stands below them. Such
+# blocks start with "$ ". utmctl's manual is on the gateway of a home, each of the others in a copy of the examples.
+# Usage: transcript.sh BUILD-FOLDER PAGE..., from the root of the sources.
 set -euo pipefail
-export PATH=$1:$PATH
+export PATH=$1:$PATH CPATH=$PWD/include LIBRARY_PATH=$1
 place=$(mktemp -d "$1/transcript.XXXXXX")
 trap 'rm -rf "$place"' EXIT
 
@@ -15,5 +16,12 @@ holds() {
     echo "$(shown "$1" | grep -c '^\$ ') commands of $1 print what it shows."
 }
 
-holds docs/man/utmctl.1.scd utm-gateway run --scenario examples/home.json --
-holds docs/man/utm-gateway.1.scd env -C "$place"
+for page in "${@:2}"; do
+    case $page in
+    */utmctl.1.scd) holds "$page" utm-gateway run --scenario examples/home.json -- ;;
+    *)
+        cp -r examples "$place/$(basename "$page")"
+        holds "$page" env -C "$place/$(basename "$page")"
+        ;;
+    esac
+done
