@@ -199,7 +199,8 @@ TEST(describe, every_operation_has_a_command_of_its_own)
 TEST(describe, every_function_of_a_command_is_known)
 {
     const names exported = exported_names();
-    for (const json& command : result_of("help")["commands"]) {
+    const json help = result_of("help");
+    for (const json& command : help["commands"]) {
         for (const std::string function : command["functions"])
             EXPECT_TRUE(exported.contains(function)) << command["command"] << " " << function;
     }
