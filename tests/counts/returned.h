@@ -6,6 +6,7 @@
 #include "tests/counts/operations.h"
 #include "tests/sandbox/lists.h"
 
+#include <bit>
 #include <cstdlib>
 #include <sys/shm.h>
 #include <type_traits>
@@ -16,7 +17,7 @@ namespace counts {
 
 template <class Node> Node* pointer(long value)
 {
-    return reinterpret_cast<Node*>(value); // NOLINT(performance-no-int-to-ptr): an address on its way
+    return std::bit_cast<Node*>(value);
 }
 
 // A list reads as the number of its entries.
