@@ -7,7 +7,7 @@
 // The text of an error number, taken before a logger touches files. Thread-safe.
 class error_text {
 public:
-    // cppcheck-suppress uninitMemberVar
+    // cppcheck-suppress uninitMemberVar ; what strerror_r leaves of the buffer is never read
     explicit error_text(int error) : text_(text_from(strerror_r(error, buffer_, sizeof buffer_))) {}
     error_text(const error_text&) = delete;
     error_text& operator=(const error_text&) = delete;
