@@ -1,10 +1,10 @@
 #include "sim/trace.h"
 
+#include "operations/time.h"
 #include "sim/failure.h"
 
 #include <algorithm>
 #include <cstdio>
-#include <ctime>
 #include <sstream>
 #include <sys/mman.h>
 #include <unistd.h>
@@ -12,18 +12,6 @@
 namespace sim {
 
 namespace {
-
-std::string now()
-{
-    timespec time = {};
-    clock_gettime(CLOCK_REALTIME, &time);
-    tm parts = {};
-    gmtime_r(&time.tv_sec, &parts);
-    char date[32];
-    strftime(date, sizeof date, "%Y-%m-%dT%H:%M:%S", &parts);
-    const std::string microseconds = std::to_string(1'000'000 + time.tv_nsec / 1000).substr(1);
-    return date + ('.' + microseconds) + 'Z';
-}
 
 std::string read_all(int fd)
 {
@@ -51,7 +39,7 @@ trace_file::trace_file(int fd, bool with_bytes) : fd_(fd), with_bytes_(with_byte
 
 void trace_file::write(const trace_entry& entry) const
 {
-    json line = {{"time", now()},
+    json line = {{"time", operations::time_now(6)},
                  {"sequence", ++*sequence_},
                  {"daemon", entry.daemon},
                  {"code", entry.code},

@@ -1,10 +1,10 @@
+#include "operations/time.h"
 #include "tools/utmctl/ending.h"
 #include "tools/utmctl/families.h"
 #include "tools/utmctl/log_entry.h"
 #include "tools/utmctl/log_tail.h"
 #include "tools/utmctl/number.h"
 #include "tools/utmctl/output.h"
-#include "tools/utmctl/time_text.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -215,7 +215,7 @@ outcome follow(std::vector<shown_log>& logs, const shown_entries& first, const o
     print_entries(out, style, first, {});
     while (out.is_taken()) {
         sleep_for(look_interval);
-        print_entries(out, style, read_more(logs), time_now());
+        print_entries(out, style, read_more(logs), operations::time_now(3));
     }
     outcome end = {.status = told.status, .printed = true};
     out.tell_loss(end);

@@ -1,3 +1,4 @@
+#include "operations/time.h"
 #include "tools/utmctl/arguments.h"
 #include "tools/utmctl/changes.h"
 #include "tools/utmctl/colour.h"
@@ -7,7 +8,6 @@
 #include "tools/utmctl/number.h"
 #include "tools/utmctl/readings.h"
 #include "tools/utmctl/run_line.h"
-#include "tools/utmctl/time_text.h"
 
 #include <unistd.h>
 
@@ -98,7 +98,7 @@ private:
     void show_first(const outcome& now)
     {
         if (line_.style.json) {
-            json told = {{"time", time_now()}};
+            json told = {{"time", operations::time_now(3)}};
             told.update(json_of(line_.asked.words, now));
             out_.print(told);
         } else {
@@ -151,7 +151,7 @@ private:
         json errors = json::array();
         for (const problem& each : now.problems)
             errors.push_back(json_of(each));
-        out_.print(json{{"time", time_now()},
+        out_.print(json{{"time", operations::time_now(3)},
                         {"change", one.kind},
                         {"path", one.path},
                         {"before", one.before},
@@ -162,7 +162,7 @@ private:
     void show_line(const change& one, const outcome& now)
     {
         std::string line =
-            time_now() + " " + coloured(one.kind, colour_of_word(one.kind), takes_colours(STDOUT_FILENO));
+            operations::time_now(3) + " " + coloured(one.kind, colour_of_word(one.kind), takes_colours(STDOUT_FILENO));
         line += " " + printable(one.path) + ": " + values_of(one);
         for (const std::string& sentence : sentences_of(now))
             line += ": " + sentence;
