@@ -3,7 +3,6 @@
 #include "kqutm/daemon.h"
 #include "operations/decode.h"
 
-#include <cstddef>
 #include <cstdlib>
 #include <new>
 
@@ -26,14 +25,6 @@ concept has_own_links = requires(Node node)
 {
     node.next;
 };
-
-template <class Node> Node* after(Node* node)
-{
-    if constexpr (has_own_links<Node>)
-        return node->next;
-    else
-        return reinterpret_cast<Node*>(reinterpret_cast<char*>(node->links.next) - offsetof(Node, links));
-}
 
 template <class Node> auto* links_of(Node* node)
 {
@@ -62,50 +53,6 @@ template <class Node> void insert_before(Node* node, Node* head)
     links->prev = at->prev;
     at->prev->next = links;
     at->prev = links;
-}
-
-template <class Node> json list_json(Node* head)
-{
-    json entries = json::array();
-    for (Node* at = after(head); at != head; at = after(at))
-        entries.push_back(entry_json(*at));
-    return entries;
-}
-
-// Where no function releases a list of the kind, each entry and the head are given back by themselves.
-template <class Node> void release(Node* head)
-{
-    for (Node* at = after(head); at != head;) {
-        Node* next = after(at);
-        free(at);
-        at = next;
-    }
-    free(head);
-}
-
-inline void release(utm_device* head)
-{
-    utm_devid_free_device_list(head);
-}
-
-inline void release(utm_profile_mapping* head)
-{
-    utm_free_profile_mapping_list(head);
-}
-
-inline void release(utm_app_usage_entry* head)
-{
-    utm_user_profile_free_app_usage_list(head);
-}
-
-inline void release(utm_weekday_limit_entry* head)
-{
-    utm_user_profile_free_weekday_limit_list(head);
-}
-
-inline void release(utm_app_usage_prev_days_entry* head)
-{
-    utm_user_profile_free_app_usage_prev_days_list(head);
 }
 
 } // namespace operations

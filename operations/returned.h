@@ -1,5 +1,6 @@
 #pragma once
 
+#include "kqutm/hpp/lists.hpp"
 #include "kqutm/registry.h"
 #include "operations/entry.h"
 #include "operations/record.h"
@@ -19,8 +20,10 @@ template <class Node> json told_and_released(Node* head)
 {
     if (head == nullptr)
         return {};
-    json entries = list_json(head);
-    release(head);
+    const kqutm::list<Node> owned(head);
+    json entries = json::array();
+    for (const Node& entry : owned)
+        entries.push_back(entry_json(entry));
     return entries;
 }
 
