@@ -4,6 +4,9 @@
 
 #include "operations/function.h"
 
+#include <array>
+#include <string_view>
+
 // What functions return, and how long they may block, where several share it.
 namespace operations {
 
@@ -18,16 +21,22 @@ inline constexpr meaning exchange_causes[] = {
     {"EINTR", "a signal ended the wait; whether the daemon acted is not known"},
 };
 
-inline constexpr meaning registered_exchange_causes[] = {
-    {"EINVAL", "an argument is refused; nothing was sent"},
-    {"EREMOTEIO", "the daemon refused"},
-    {"ETIMEDOUT", "the daemon did not answer in time"},
-    {"ENODATA", "the daemon ended the connection instead of answering"},
-    {"EPROTO", "a record that is too short, or none that belongs here"},
-    {"ENOENT", "an identifier is not registered, and nothing was sent; or a daemon's socket is missing"},
-    {"ECONNREFUSED", "nobody listens on the daemon's socket"},
-    {"EINTR", "a signal ended the wait; whether the daemon acted is not known"},
-};
+// The same causes, one of which has another meaning.
+template <size_t count>
+constexpr std::array<meaning, count> with_meaning(const meaning (&causes)[count], std::string_view value,
+                                                  const char* means)
+{
+    std::array<meaning, count> changed = std::to_array(causes);
+    for (meaning& one : changed) {
+        if (one.value == value)
+            one.means = means;
+    }
+    return changed;
+}
+
+inline constexpr auto registered_exchange_causes =
+    with_meaning(exchange_causes, "ENOENT",
+                 "an identifier is not registered, and nothing was sent; or a daemon's socket is missing");
 
 inline constexpr meaning key_causes[] = {
     {"ENOENT", "the library's installed file is missing"},
