@@ -107,7 +107,7 @@ void look_at(benchmark::State& state, const limit& limit)
         state.SetIterationTime(0);
     state.counters["floor"] = floor;
     state.counters["library"] = library;
-    state.counters["limit"] = floor + limit.added;
+    state.counters["limit"] = limit.added == 0 ? 0 : floor + limit.added;
 }
 
 // Keeps what is measured, for table and plot.

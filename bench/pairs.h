@@ -19,9 +19,9 @@ struct pair {
 // What is not compared by time: the library's figure is to exceed the floor's by no more than this.
 struct limit {
     const char* name;
-    double (*floor)(); // null: 0
+    double (*floor)(); // null: there is nothing to compare with
     double (*library)();
-    double added;
+    double added; // 0: it is told only
 };
 
 const std::vector<pair>& pairs();

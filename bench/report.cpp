@@ -33,6 +33,14 @@ void write_row(std::ostream& out, const figures& row, double top)
         << (row.ratio <= row.goal ? "seagreen" : "firebrick") << "'/>\n";
 }
 
+// A tenth is told; nothing where there is no such figure.
+std::string unless_none(double value)
+{
+    char text[32];
+    snprintf(text, sizeof text, "%.1f", value);
+    return value == 0 ? "" : text;
+}
+
 } // namespace
 
 void print_table(const std::vector<figures>& rows)
@@ -52,7 +60,8 @@ void print_limits(const std::vector<absolute>& rows)
     printf("\n| %-38s | %9s | %9s | %9s |\n", "What", "floor", "library", "limit");
     printf("|:---------------------------------------|----------:|----------:|----------:|\n");
     for (const absolute& row : rows)
-        printf("| %-38s | %9.1f | %9.1f | %9.1f |\n", row.name.c_str(), row.floor, row.library, row.limit);
+        printf("| %-38s | %9s | %9s | %9s |\n", row.name.c_str(), unless_none(row.floor).c_str(),
+               unless_none(row.library).c_str(), unless_none(row.limit).c_str());
 }
 
 void write_plot(const std::string& path, const std::vector<figures>& rows)
