@@ -10,6 +10,9 @@
  * file there. Replacing that file, as an upgrade does, makes new keys and so an empty registry: restart the gateway.
  *
  * The lock has no time limit. The kernel gives back the lock of a process that ends; one that is stopped keeps it.
+ * Nobody may take it twice: a thread that holds it and calls what takes it too waits for itself, for ever. Such are
+ * get_unique_id, check_shm_utm_id, reset_utm_id_shm, init_utm_id_shm when it clears, and every operation that looks
+ * into the registry.
  */
 #ifndef KQUTM_REGISTRY_H
 #define KQUTM_REGISTRY_H

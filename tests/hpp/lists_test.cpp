@@ -151,12 +151,21 @@ TEST(hpp_lists, of_the_other_engines)
 
 TEST(hpp_lists, a_mapping)
 {
-    EXPECT_TRUE(kqutm::profiles::mapping()->empty());
+    EXPECT_TRUE((*kqutm::profiles::mapping()).empty());
     set_slots({{profiles, 7}, {profiles + 1, 8}, {cf_bindings, 20}});
     const auto mapping = kqutm::profiles::mapping();
     ASSERT_TRUE(mapping);
     EXPECT_EQ(values_of(*mapping, &utm_profile_mapping::profile_id), (std::vector<int32_t>{7, 8}));
     EXPECT_EQ(values_of(*mapping, &utm_profile_mapping::cf_policy_id), (std::vector<int32_t>{20, 0}));
+}
+
+TEST(hpp_lists, one_that_nobody_keeps_is_read_to_its_end)
+{
+    const engine_daemon ips(ips_path, records{rule("1001"), rule("1002"), ips_reply(0)});
+    names read;
+    for (const utm_ips_rule& entry : *kqutm::ips::rules())
+        read.emplace_back(kqutm::text_of(entry.name));
+    EXPECT_EQ(read, (names{"1001", "1002"}));
 }
 
 TEST(hpp_lists, are_moved_and_handed_over)

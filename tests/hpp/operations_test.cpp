@@ -4,6 +4,7 @@
 
 #include "tests/engines/engines.h"
 #include "tests/sandbox/registry.h"
+#include "tests/wrap/wrap.h"
 
 #include <gtest/gtest.h>
 
@@ -109,14 +110,66 @@ TEST(hpp_operations, a_uuid_fits_whatever_its_length)
     EXPECT_EQ(*kqutm::uuid::get(), longest);
 }
 
+TEST(hpp_operations, more_entries_than_an_operation_can_count_are_refused)
+{
+    const auto id = *kqutm::app_policy_id::of(90);
+    const kqutm::applications::entry only = {};
+    for (const size_t count : {size_t{1} << 31, (size_t{1} << 32) + 1}) {
+        const std::span<const kqutm::applications::entry> entries(&only, count); // refused before it is read
+        EXPECT_EQ(kqutm::applications::set_entries(id, entries).error().code(), std::errc::invalid_argument);
+        EXPECT_EQ(kqutm::applications::add_entries(id, entries).error().code(), std::errc::invalid_argument);
+    }
+    EXPECT_FALSE(exists("/tmp/utm_log")) << "no operation has looked for the policy";
+}
+
 TEST(hpp_operations, a_snapshot_is_the_registry_and_leaves_it_unlocked)
 {
+    ASSERT_EQ(init_utm_id_shm(), 0);
     set_slots({{profiles, 7}, {cf_bindings, 70}});
     const auto registry = kqutm::registry_snapshot();
     ASSERT_TRUE(registry);
     EXPECT_EQ(registry->profiles[0], 7U);
     EXPECT_EQ(registry->cf_bindings[0], 70U);
     EXPECT_EQ(semaphore_value(), 1);
+}
+
+TEST(hpp_operations, the_first_snapshot_since_the_gateway_started_clears_the_registry)
+{
+    set_slots({{profiles, 7}});
+    const auto registry = kqutm::registry_snapshot();
+    ASSERT_TRUE(registry);
+    EXPECT_EQ(registry->profiles[0], 0U);
+    EXPECT_TRUE(exists(UTM_ID_MARKER));
+}
+
+TEST(hpp_operations, a_snapshot_of_a_registry_that_cannot_be_cleared_fails)
+{
+    wrap::plan plan;
+    plan.fail("shmget", wrap::every, EACCES);
+    const auto registry = kqutm::registry_snapshot();
+    ASSERT_FALSE(registry);
+    EXPECT_EQ(registry.error().error, EACCES);
+    EXPECT_EQ(semaphore_value(), 1);
+}
+
+TEST(hpp_operations, a_signal_does_not_end_the_wait_for_the_registry)
+{
+    ASSERT_EQ(init_utm_id_shm(), 0);
+    wrap::plan plan;
+    plan.fail("semop", 1, EINTR);
+    plan.fail("semop", 2, EINTR);
+    EXPECT_TRUE(kqutm::registry_snapshot());
+    EXPECT_EQ(plan.count("semop"), 4) << "two that were interrupted, the lock, and its return";
+    EXPECT_EQ(semaphore_value(), 1);
+}
+
+TEST(hpp_operations, a_registry_that_cannot_be_locked_gives_no_snapshot)
+{
+    ASSERT_EQ(init_utm_id_shm(), 0);
+    wrap::plan plan;
+    plan.fail("semop", 1, EIDRM);
+    EXPECT_EQ(kqutm::registry_snapshot().error().error, EIDRM);
+    EXPECT_EQ(plan.count("semop"), 1);
 }
 
 } // namespace

@@ -5,6 +5,8 @@
 #include <gtest/gtest.h>
 #include <memory>
 #include <type_traits>
+#include <utility>
+#include <vector>
 
 namespace {
 
@@ -47,6 +49,34 @@ TEST(hpp_types, a_result_holds_a_value_that_can_only_be_moved)
     EXPECT_EQ(**held, 5);
     const std::unique_ptr<int> taken = *std::move(held);
     EXPECT_EQ(*taken, 5);
+}
+
+template <class Result> constexpr bool has_members = requires(Result&& held)
+{
+    std::forward<Result>(held).operator->();
+};
+template <class Result> constexpr bool has_value = requires(Result&& held)
+{
+    *std::forward<Result>(held);
+};
+
+// What a for reads once the result that it came from is gone.
+TEST(hpp_types, a_result_that_is_about_to_go_leaves_its_value_rather_than_a_reference)
+{
+    const auto call = [] { return kqutm::result(std::vector{3, 4}); };
+    std::vector<int> read;
+    for (const int number : *call())
+        read.push_back(number);
+    EXPECT_EQ(read, (std::vector<int>{3, 4}));
+    EXPECT_EQ(call().value_or({}), (std::vector<int>{3, 4}));
+
+    using held = kqutm::result<std::vector<int>>;
+    EXPECT_TRUE((std::is_same_v<decltype(*call()), std::vector<int>>));
+    EXPECT_TRUE(has_members<held&> && has_members<const held&>);
+    EXPECT_FALSE(has_members<held> || has_members<const held>);
+    EXPECT_FALSE(has_value<const held>);
+    EXPECT_FALSE(std::is_reference_v<decltype(call().error())>);
+    EXPECT_FALSE(std::is_reference_v<decltype(kqutm::list<utm_ips_rule>().broken_off())>);
 }
 
 TEST(hpp_types, a_result_holds_the_cause_of_its_failure)

@@ -9,11 +9,13 @@
 #include "../profile.h"
 #include "result.hpp"
 
+#include <cerrno>
 #include <cstddef>
 #include <cstdlib>
 #include <iterator>
 #include <memory>
 #include <optional>
+#include <type_traits>
 #include <utility>
 
 namespace kqutm {
@@ -113,7 +115,7 @@ public:
     bool empty() const { return begin() == end(); }
 
     /* Why the stream of an engine ended early, so that entries may be missing; nothing for a whole list. */
-    const std::optional<cause>& broken_off() const { return broken_off_; }
+    std::optional<cause> broken_off() const { return broken_off_; }
 
     /* Hands the head over to the caller, who releases the list. */
     Entry* release() { return head_.release(); }

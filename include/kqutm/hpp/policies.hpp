@@ -10,6 +10,7 @@
 
 #include <array>
 #include <cstdint>
+#include <limits>
 #include <optional>
 #include <span>
 #include <string>
@@ -121,12 +122,22 @@ using kqutm::detail::checked_creation;
 using kqutm::detail::failed;
 using kqutm::detail::fits;
 using kqutm::detail::number_or_clock;
+using kqutm::detail::refused_here;
 using kqutm::detail::status;
 using kqutm::detail::with_text;
 
 inline uint32_t number(app_policy_id id)
 {
     return static_cast<uint32_t>(id.number());
+}
+
+/* Hands entries to an operation, or refuses them where their number is none that it can be told. */
+inline result<done> configure(decltype(&utm_app_policy_config_block) operation, app_policy_id id,
+                              std::span<const entry> entries)
+{
+    if (entries.size() > std::numeric_limits<int32_t>::max())
+        return refused_here();
+    return status(operation(number(id), entries.data(), static_cast<int32_t>(entries.size())));
 }
 
 } // namespace detail
@@ -140,14 +151,12 @@ inline result<created<app_policy_id>> create(std::optional<app_policy_id> id = s
 /* In place of those that the policy has. When it fails on the way, the old ones are gone. */
 inline result<done> set_entries(app_policy_id id, std::span<const entry> entries)
 {
-    return detail::status(
-        utm_app_policy_config_init_block(detail::number(id), entries.data(), static_cast<int32_t>(entries.size())));
+    return detail::configure(utm_app_policy_config_init_block, id, entries);
 }
 
 inline result<done> add_entries(app_policy_id id, std::span<const entry> entries)
 {
-    return detail::status(
-        utm_app_policy_config_block(detail::number(id), entries.data(), static_cast<int32_t>(entries.size())));
+    return detail::configure(utm_app_policy_config_block, id, entries);
 }
 
 inline result<done> activate(int32_t value)

@@ -7,6 +7,7 @@
 #include "types.hpp"
 
 #include <cerrno>
+#include <optional>
 
 namespace kqutm {
 
@@ -23,13 +24,16 @@ template <utm_id_kind kind> result<bool> is_registered(identifier<kind> id)
     return detail::failed();
 }
 
-/* Holds the registry lock for as long as it lives; the kernel gives it back when the process ends. */
+/*
+ * Holds the registry lock for as long as it lives; the kernel gives it back when the process ends. The wait for it has
+ * no limit, and is taken up again when a signal ends it.
+ *
+ * A thread that holds it and calls what takes it too waits for itself, for ever. Such are another registry_lock,
+ * is_registered, registry_snapshot, and every operation that looks into the registry.
+ */
 class registry_lock {
 public:
-    registry_lock()
-        : semaphore_(init_utm_id_config_sem()), held_(semaphore_ >= 0 && utm_id_config_lock(semaphore_) == 0)
-    {
-    }
+    registry_lock() : semaphore_(init_utm_id_config_sem()), held_(semaphore_ >= 0 && lock(semaphore_)) {}
     ~registry_lock()
     {
         const int error = errno;
@@ -43,13 +47,24 @@ public:
     explicit operator bool() const { return held_; }
 
 private:
+    static bool lock(int semaphore)
+    {
+        int returned;
+        do
+            returned = utm_id_config_lock(semaphore);
+        while (returned != 0 && errno == EINTR);
+        return returned == 0;
+    }
+
     int semaphore_;
     bool held_;
 };
 
-/* A copy of the registry, taken under its lock. */
+/* A copy of the registry, taken under its lock. The first look since the gateway started clears the registry before. */
 inline result<utm_id_registry> registry_snapshot()
 {
+    if (init_utm_id_shm() != 0)
+        return detail::failed();
     const registry_lock lock;
     if (!lock)
         return detail::failed();

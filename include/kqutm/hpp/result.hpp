@@ -3,6 +3,7 @@
 #define KQUTM_HPP_RESULT_HPP
 
 #include <cerrno>
+#include <cstddef>
 #include <cstdlib>
 #include <system_error>
 #include <utility>
@@ -25,7 +26,10 @@ struct cause {
 /* Stands for the value of an operation that has none. */
 using done = std::monostate;
 
-/* A value or a cause. Asked for what it does not hold, it ends the program. */
+/*
+ * A value or a cause. Asked for what it does not hold, it ends the program. One that is about to go hands its value out
+ * instead of a reference to it, so that for (const auto& entry : *kqutm::ips::rules()) reads what still lives.
+ */
 template <class Value> class [[nodiscard]] result {
 public:
     result(Value value) : held_(std::in_place_index<0>, std::move(value)) {}
@@ -35,16 +39,19 @@ public:
 
     Value& operator*() & { return checked<0>(held_); }
     const Value& operator*() const& { return checked<0>(held_); }
-    Value&& operator*() && { return std::move(checked<0>(held_)); }
-    Value* operator->() { return &checked<0>(held_); }
-    const Value* operator->() const { return &checked<0>(held_); }
+    Value operator*() && { return std::move(checked<0>(held_)); }
+    void operator*() const&& = delete;
+    Value* operator->() & { return &checked<0>(held_); }
+    const Value* operator->() const& { return &checked<0>(held_); }
+    void operator->() const&& = delete; /* (*call()).member lives as long as a reference to it */
 
     Value value_or(Value other) const& { return *this ? **this : std::move(other); }
+    Value value_or(Value other) && { return *this ? *std::move(*this) : std::move(other); }
 
-    const cause& error() const { return checked<1>(held_); }
+    cause error() const { return checked<1>(held_); }
 
 private:
-    template <size_t index, class Held> static auto& checked(Held& held)
+    template <std::size_t index, class Held> static auto& checked(Held& held)
     {
         auto* there = std::get_if<index>(&held);
         if (there == nullptr)
