@@ -2,8 +2,6 @@
 
 #include "kqutm/common.h"
 
-#include "common/errno_guard.h"
-
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
