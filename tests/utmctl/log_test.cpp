@@ -9,6 +9,7 @@
 #include <fstream>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
+#include <sys/wait.h>
 #include <unistd.h>
 
 // The diagnostic logs as utmctl shows them.
@@ -204,6 +205,15 @@ TEST(logs, what_cannot_be_read_is_told)
                     "make it a file that can be read, or run the command as its owner\n"}));
 }
 
+TEST(logs, a_file_in_place_of_their_folder_is_told_once)
+{
+    write_file("/tmp/utm_log", "");
+    const char told[] = "the logs were not shown: the log folder (/tmp/utm_log) is no folder; 'utmctl doctor' tells "
+                        "what to do about it\n";
+    EXPECT_EQ(utmctl("log"), refused(8, told));
+    EXPECT_EQ(utmctl("log devid -f"), refused(8, told));
+}
+
 TEST(logs, an_unknown_family_is_refused)
 {
     EXPECT_EQ(utmctl("log av"), refused(2, "log: FAMILY: 'av' has no log; these have one: config, ips, devid, common; "
@@ -255,10 +265,36 @@ TEST(logs, following_goes_on_over_a_rotation)
     EXPECT_EQ(out.text(), shown);
 }
 
+TEST(logs, following_shows_the_log_written_to_last_last)
+{
+    write_log(ips, "");
+    write_log(devid, "");
+    const captured out;
+    running_utmctl log("log -q -f", out.fd());
+    append(devid, "1\n");
+    EXPECT_EQ(wait_for_lines(out, 1), "devid: 1\n");
+    kill(log.process(), SIGSTOP);
+    waitpid(log.process(), nullptr, WUNTRACED);
+    append(devid, "2\n");
+    append(ips, "3\n");
+    std::filesystem::last_write_time(ips, std::filesystem::last_write_time(devid) + std::chrono::seconds(1));
+    kill(log.process(), SIGCONT);
+    EXPECT_EQ(wait_for_lines(out, 3), "devid: 1\ndevid: 2\nips: 3\n");
+    kill(log.process(), SIGINT);
+    EXPECT_EQ(log.wait(), (run_result{0, "", ""}));
+}
+
+TEST(logs, following_explains_nothing)
+{
+    EXPECT_EQ(utmctl("--explain log -f"),
+              refused(2, "log -f: --explain has nothing to tell: following logs nothing itself; 'utmctl explain TEXT' "
+                         "explains a message\n"));
+}
+
 TEST(logs, following_waits_for_a_log_that_is_not_there_yet)
 {
     const captured out;
-    running_utmctl log("-j log -f", out.fd());
+    running_utmctl log("--json=pretty log -f", out.fd());
     while (kill(log.process(), 0) == 0 && out.text().empty()) {
         utm_log(UTM_COMMON_LOG, "size error\n");
         usleep(1000);

@@ -65,10 +65,10 @@ TEST(watch, it_prints_the_first_result_and_then_what_changes)
     EXPECT_EQ(watch.end(SIGINT), (run_result{0, first + bound + replaced, ""}));
 }
 
-TEST(watch, each_change_is_an_object_in_json)
+TEST(watch, each_change_is_an_object_on_a_line_in_json)
 {
     register_ids({{0, 7}});
-    running_watch watch("-j registry check profile 8");
+    running_watch watch("--json=pretty registry check profile 8");
     const std::string problem =
         R"({"status":"unknown-identifier","message":"profile 8 is not registered: the ID registry does not hold it; )"
         R"('utmctl registry show' tells what it holds","what":"profile 8 is not registered","culprits":[{"name":)"

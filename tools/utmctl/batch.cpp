@@ -171,7 +171,7 @@ outcome run_batch(const request& asked)
     const std::vector<batch_line> lines = read_lines(asked);
     if (lines.empty())
         return {.notices = {"the batch holds no commands"}, .printed = true};
-    result_stream out(asked.style);
+    result_stream out;
     outcome sum = refuse_lines(lines, out);
     if (sum.status == exit_status::done)
         sum = run_lines(lines, asked.has("--keep-going"), out);

@@ -1,16 +1,13 @@
 #include "tools/utmctl/changes.h"
 
+#include "tools/utmctl/json_text.h"
+
 #include <algorithm>
 #include <set>
 
 namespace {
 
 using changes = std::vector<change>;
-
-std::string text_of(const json& value)
-{
-    return value.is_string() ? printable(value.get_ref<const std::string&>()) : value.dump();
-}
 
 std::string member_of(std::string path, const std::string& name)
 {
@@ -77,7 +74,7 @@ bool has_keys(const json& list)
 {
     std::set<std::string> keys;
     return std::all_of(list.begin(), list.end(), [&](const json& entry) {
-        return entry.is_object() && !entry.empty() && keys.insert(text_of(key_of(entry))).second;
+        return entry.is_object() && !entry.empty() && keys.insert(shown_text(key_of(entry))).second;
     });
 }
 
@@ -85,7 +82,7 @@ json by_keys(const json& list)
 {
     json entries = json::object();
     for (const json& entry : list)
-        entries[text_of(key_of(entry))] = entry;
+        entries[shown_text(key_of(entry))] = entry;
     return entries;
 }
 

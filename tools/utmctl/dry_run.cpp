@@ -1,5 +1,6 @@
 #include "tools/utmctl/dry_run.h"
 
+#include "tools/utmctl/json_text.h"
 #include "tools/utmctl/readings.h"
 #include "tools/utmctl/rehearsal.h"
 #include "tools/utmctl/worker.h"
@@ -10,17 +11,12 @@ namespace {
 
 constexpr size_t shortest_zero_run = 4; // of bytes that are shown as their number
 
-std::string text_of(const json& value)
-{
-    return value.is_string() ? printable(value.get<std::string>()) : value.dump();
-}
-
 // ": id 7, mac 02:42:ac:11:00:05", or nothing
 std::string fields_text(const json& fields)
 {
     std::string text;
     for (const auto& [name, value] : fields.items())
-        text.append(text.empty() ? ": " : ", ").append(name).append(" ").append(text_of(value));
+        text.append(text.empty() ? ": " : ", ").append(name).append(" ").append(shown_text(value));
     return text;
 }
 
@@ -40,42 +36,42 @@ std::string bytes_text(const std::string& digits)
 
 std::vector<std::string> send_lines(const json& step)
 {
-    return {"send to " + text_of(step["daemon"]) + ": " + text_of(step["name"]) + ", " + text_of(step["size"]) +
-                " bytes" + fields_text(step["fields"]),
+    return {"send to " + shown_text(step["daemon"]) + ": " + shown_text(step["name"]) + ", " +
+                shown_text(step["size"]) + " bytes" + fields_text(step["fields"]),
             "    " + bytes_text(step["bytes"])};
 }
 
 std::vector<std::string> registry_lines(const json& step)
 {
-    return {"registry: " + text_of(step["table"]) + "[" + text_of(step["slot"]) + "] " + text_of(step["before"]) +
-            " -> " + text_of(step["after"])};
+    return {"registry: " + shown_text(step["table"]) + "[" + shown_text(step["slot"]) + "] " +
+            shown_text(step["before"]) + " -> " + shown_text(step["after"])};
 }
 
 std::vector<std::string> uuid_lines(const json& step)
 {
-    return {"uuid: '" + text_of(step["before"]) + "' -> '" + text_of(step["after"]) + "'"};
+    return {"uuid: '" + shown_text(step["before"]) + "' -> '" + shown_text(step["after"]) + "'"};
 }
 
 std::vector<std::string> create_lines(const json& step)
 {
-    return {"create: " + text_of(step["what"])};
+    return {"create: " + shown_text(step["what"])};
 }
 
 std::vector<std::string> file_lines(const json& step)
 {
     const std::string text = step.value("text", "");
-    return {"file: " + text_of(step["does"]) + " " + text_of(step["path"]) +
+    return {"file: " + shown_text(step["does"]) + " " + shown_text(step["path"]) +
             (text.empty() ? "" : ": '" + printable(text) + "'")};
 }
 
 std::vector<std::string> shell_lines(const json& step)
 {
-    return {"shell: " + text_of(step["command"])};
+    return {"shell: " + shown_text(step["command"])};
 }
 
 std::vector<std::string> signal_lines(const json& step)
 {
-    return {"signal: " + text_of(step["signal"]) + " to process " + text_of(step["process"])};
+    return {"signal: " + shown_text(step["signal"]) + " to process " + shown_text(step["process"])};
 }
 
 struct step_kind {

@@ -1,11 +1,13 @@
 #include "tools/utmctl/json_table.h"
 
+#include "tools/utmctl/json_text.h"
+
 std::string cell_of(const json& value)
 {
     if (value.is_null())
         return "-";
     if (!value.is_string())
-        return value.dump(-1, ' ', false, json::error_handler_t::replace);
+        return json_text(value);
     const std::string& text = value.get_ref<const std::string&>();
     return text.empty() ? "-" : text;
 }

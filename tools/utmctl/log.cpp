@@ -6,9 +6,12 @@
 #include "tools/utmctl/number.h"
 #include "tools/utmctl/output.h"
 
+#include "kqutm/common.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -50,7 +53,6 @@ timespec last_change(const log_family& family)
     return status.st_mtim;
 }
 
-// Messages carry no time: the log that was written to last comes last.
 std::vector<shown_log> chosen_logs(const request& asked)
 {
     std::vector<shown_log> logs;
@@ -58,12 +60,17 @@ std::vector<shown_log> chosen_logs(const request& asked)
         if (!asked.has("FAMILY") || asked.one("FAMILY") == one.word)
             logs.push_back({&one, {}});
     }
+    return logs;
+}
+
+// Messages carry no time: the log that was written to last comes last.
+void sort_by_last_change(std::vector<shown_log>& logs)
+{
     std::stable_sort(logs.begin(), logs.end(), [](const shown_log& a, const shown_log& b) {
         const timespec first = last_change(*a.family);
         const timespec second = last_change(*b.family);
         return std::pair(first.tv_sec, first.tv_nsec) < std::pair(second.tv_sec, second.tv_nsec);
     });
-    return logs;
 }
 
 bool is_missing(const std::string& path)
@@ -71,20 +78,29 @@ bool is_missing(const std::string& path)
     return access(path.c_str(), F_OK) != 0 && errno == ENOENT;
 }
 
-// Why a log that is there cannot be read; nothing when it can.
-std::string obstacle(const std::string& path)
+struct kind_of_file {
+    mode_t type;
+    int access; // that reading it takes
+    const char* other;
+};
+
+constexpr kind_of_file file = {S_IFREG, R_OK, "is no file"};
+constexpr kind_of_file folder = {S_IFDIR, X_OK, "is no folder"};
+
+// Why what is there cannot be read; nothing when it can.
+std::string obstacle(const std::string& path, const kind_of_file& kind)
 {
     struct stat status = {};
     if (is_missing(path))
         return "";
-    if (stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode))
-        return "is no file";
-    return access(path.c_str(), R_OK) == 0 ? "" : std::string("cannot be read: ") + strerror(errno);
+    if (stat(path.c_str(), &status) == 0 && (status.st_mode & S_IFMT) != kind.type)
+        return kind.other;
+    return access(path.c_str(), kind.access) == 0 ? "" : std::string("cannot be read: ") + strerror(errno);
 }
 
 void tell_obstacle(outcome& told, const log_family& family, const std::string& path)
 {
-    const std::string cause = obstacle(path);
+    const std::string cause = obstacle(path, file);
     if (cause.empty())
         return;
     told.status = exit_status::done_in_part;
@@ -103,6 +119,7 @@ void add_entries(shown_entries& entries, const log_family& family, const std::st
 // Both generations, the older one first.
 shown_entries read_whole(std::vector<shown_log>& logs)
 {
+    sort_by_last_change(logs);
     shown_entries entries;
     for (shown_log& one : logs) {
         log_place older;
@@ -115,6 +132,7 @@ shown_entries read_whole(std::vector<shown_log>& logs)
 
 shown_entries read_more(std::vector<shown_log>& logs)
 {
+    sort_by_last_change(logs);
     shown_entries entries;
     for (shown_log& one : logs)
         add_entries(entries, *one.family, read_log(one.family->path, one.read));
@@ -159,9 +177,22 @@ std::string notice_of(const json& missing, const std::vector<shown_log>& logs)
     return std::string("there is no log of ") + only.word + " (" + only.path + "): nothing was written to it yet";
 }
 
+// Below what is no folder, or none to be entered, no log can be looked for.
+void look_into_folder()
+{
+    const std::string path = std::filesystem::path(UTM_COMMON_LOG).parent_path();
+    const std::string cause = obstacle(path, folder);
+    if (!cause.empty())
+        throw failure({.status = exit_status::done_in_part,
+                       .what = "the logs were not shown",
+                       .culprits = {{"the log folder", path, cause}},
+                       .next = "'utmctl doctor' tells what to do about it"});
+}
+
 // What is not there, or cannot be read.
 outcome look_at(const std::vector<shown_log>& logs)
 {
+    look_into_folder();
     outcome told = {.result = {{"entries", json::array()}, {"missing", json::array()}}};
     for (const shown_log& one : logs) {
         const std::string path = one.family->path;
@@ -211,7 +242,7 @@ outcome follow(std::vector<shown_log>& logs, const shown_entries& first, const o
     print_notices(told, style);
     for (const problem& one : told.problems)
         print_problem(one);
-    result_stream out(style);
+    result_stream out;
     print_entries(out, style, first, {});
     while (out.is_taken()) {
         sleep_for(look_interval);
@@ -225,6 +256,9 @@ outcome follow(std::vector<shown_log>& logs, const shown_entries& first, const o
 outcome show_log(const request& asked)
 {
     const size_t unless_asked = asked.has("-f") ? lines_before_following : SIZE_MAX;
+    if (asked.has("-f") && asked.explain)
+        refuse_usage("log -f: --explain has nothing to tell: following logs nothing itself",
+                     "'utmctl explain TEXT' explains a message");
     std::vector<shown_log> logs = chosen_logs(asked);
     outcome told = look_at(logs);
     shown_entries entries = read_whole(logs);

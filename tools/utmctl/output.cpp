@@ -2,6 +2,7 @@
 
 #include "tools/utmctl/colour.h"
 #include "tools/utmctl/explanation.h"
+#include "tools/utmctl/json_text.h"
 
 #include <cerrno>
 #include <csignal>
@@ -125,7 +126,7 @@ void print_problem(const problem& one, const std::string& place)
             place.empty() ? "" : (place + ": ").c_str(), sentence_of(one).c_str());
 }
 
-result_stream::result_stream(const output_style& style) : pretty_(style.pretty)
+result_stream::result_stream()
 {
     signal(SIGPIPE, SIG_IGN); // without a reader of the results the problems are told all the same
 }
@@ -138,7 +139,7 @@ void result_stream::print(const std::string& text)
 
 void result_stream::print(const json& value)
 {
-    print(value.dump(pretty_ ? 2 : -1, ' ', false, json::error_handler_t::replace) + "\n");
+    print(json_text(value) + "\n");
 }
 
 void result_stream::tell_loss(outcome& told) const
@@ -151,9 +152,9 @@ void result_stream::tell_loss(outcome& told) const
 
 exit_status print(const std::string& command, outcome result, const output_style& style)
 {
-    result_stream out(style);
+    result_stream out;
     if (!result.printed && style.json)
-        out.print(json_of(command, result));
+        out.print(json_text(json_of(command, result), style.pretty ? 2 : -1) + "\n");
     else if (!result.printed)
         out.print(text_of(result, style));
     out.tell_loss(result);

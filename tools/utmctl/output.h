@@ -17,9 +17,9 @@ void print_problem(const problem& one, const std::string& place = "");
 // Standard output, for results that come piece by piece.
 class result_stream {
 public:
-    explicit result_stream(const output_style& style);
+    result_stream();
     void print(const std::string& text);
-    void print(const json& value);
+    void print(const json& value); // in one line
 
     // Not any more when the reader has gone, or when there was no room.
     bool is_taken() const { return error_ == 0; }
@@ -28,7 +28,6 @@ public:
     void tell_loss(outcome& told) const;
 
 private:
-    bool pretty_;
     int error_ = 0;
 };
 

@@ -75,7 +75,7 @@ command_line parse_watched(const request& asked)
 
 class watcher {
 public:
-    explicit watcher(command_line line) : line_(std::move(line)), out_(line_.style) {}
+    explicit watcher(command_line line) : line_(std::move(line)) {}
 
     // False when nobody looks any more.
     bool look()
