@@ -50,6 +50,28 @@ TEST(options, columns_leave_json_and_deeds_alone)
     EXPECT_EQ(utmctl("--columns MAC profile delete 7"), (run_result{0, "profile 7 deleted\n", ""}));
 }
 
+TEST(options, behind_two_hyphens_words_are_arguments)
+{
+    const std::pair<const char*, const char*> lines[] = {
+        {"uuid set -- -x", "-x\n"},
+        {"uuid -- set --json", "--json\n"},
+        {"-- uuid set --yes", "--yes\n"},
+        {"uuid set -- --", "--\n"},
+    };
+    for (const auto& [line, uuid] : lines) {
+        EXPECT_EQ(utmctl(line), (run_result{0, "the device UUID was set\n", ""})) << line;
+        EXPECT_EQ(utmctl("uuid get --"), (run_result{0, uuid, ""})) << line;
+    }
+    EXPECT_EQ(utmctl("watch --count 1 -- uuid get --timeout 5"), (run_result{0, "--\n", ""}));
+    EXPECT_EQ(utmctl("watch --count 1 registry check -- profile -5"),
+              refused(2, "registry check: ID: '-5' is not an identifier, a whole number from 1 to 2147483647; 'utmctl "
+                         "help registry check' tells what it takes\n"));
+    EXPECT_EQ(utmctl("log -- -f"),
+              refused(2, "log: FAMILY: '-f' has no log; these have one: config, ips, devid, common; profile, cf, app "
+                         "and registry write to config, uuid to common, av and ir to none; 'utmctl help log' tells "
+                         "what it takes\n"));
+}
+
 // What a terminal shows of a command.
 std::string shown(const std::vector<const char*>& words)
 {

@@ -1,13 +1,15 @@
 #include "tools/utmctl/command_line.h"
 
+#include "tools/utmctl/argument_line.h"
 #include "tools/utmctl/arguments.h"
 #include "tools/utmctl/columns.h"
 #include "tools/utmctl/families.h"
 #include "tools/utmctl/lookup.h"
+#include "tools/utmctl/options.h"
+#include "tools/utmctl/parser.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <cctype>
 
 namespace {
 
@@ -28,26 +30,9 @@ struct global_flags {
 
 using texts = std::vector<std::string>;
 
-// The parser counts values: "--lines: 1 required TEXT missing", "--lines: At Most 1 required but received 2".
-std::string wording_of(const CLI::ArgumentMismatch& error)
+void add_flag(CLI::App& parser, const char* names, bool& flag)
 {
-    const std::string text = error.what();
-    const std::string name = text.substr(0, text.find(": "));
-    if (text.ends_with("missing"))
-        return name + " needs a value";
-    return text.find(": At Most ") != std::string::npos ? name + " may be given once" : text;
-}
-
-void parse_with(CLI::App& parser, texts arguments, const std::string& subject, const std::string& help)
-{
-    std::reverse(arguments.begin(), arguments.end()); // as the parser wants it
-    try {
-        parser.parse(arguments);
-    } catch (const CLI::ArgumentMismatch& error) {
-        refuse_usage(subject + ": " + wording_of(error), help);
-    } catch (const CLI::ParseError& error) {
-        refuse_usage(subject + ": " + error.what(), help);
-    }
+    parser.add_flag(names, flag)->disable_flag_override();
 }
 
 // Takes the global options out of the line, wherever they stand, and returns the rest.
@@ -57,16 +42,18 @@ texts take_globals(const texts& arguments, global_flags& flags)
     parser.set_help_flag();
     parser.allow_extras();
     parser.add_flag("-j{plain},--json{plain}", flags.json);
-    parser.add_flag("-q,--quiet", flags.quiet);
-    parser.add_flag("--no-headers", flags.no_headers);
-    parser.add_flag("--dry-run", flags.dry_run);
-    parser.add_flag("--explain", flags.explain);
-    parser.add_flag("-h,--help", flags.help);
-    parser.add_flag("--version", flags.version);
+    add_flag(parser, "-q,--quiet", flags.quiet);
+    add_flag(parser, "--no-headers", flags.no_headers);
+    add_flag(parser, "--dry-run", flags.dry_run);
+    add_flag(parser, "--explain", flags.explain);
+    add_flag(parser, "-h,--help", flags.help);
+    add_flag(parser, "--version", flags.version);
     parser.add_option("--columns", flags.columns)->type_name("");
     parser.add_option("--timeout", flags.timeout)->type_name("");
     parser.add_option("--wait", flags.wait)->type_name("");
-    parse_with(parser, arguments, "wrong option", options_help);
+    const std::string wrong = parse_with(parser, arguments);
+    if (!wrong.empty())
+        refuse_usage("wrong option: " + wrong, options_help);
     return parser.remaining();
 }
 
@@ -91,80 +78,24 @@ void check_globals(const global_flags& flags)
     check_global("--wait", flags.wait, check_seconds);
 }
 
-void declare(CLI::App& parser, const argument& one, texts& values)
-{
-    if (one.count == occurs::command_line)
-        return;
-    if (one.count == occurs::flag) {
-        parser.add_flag_callback(one.name, [&values] { values = {""}; });
-        return;
-    }
-    CLI::Option* option = parser.add_option(one.name, values)->check(one.check);
-    switch (one.count) {
-    case occurs::once:
-        option->expected(1)->required()->allow_extra_args(false);
-        break;
-    case occurs::at_most_once:
-        option->expected(1)->allow_extra_args(false);
-        break;
-    case occurs::at_least_once:
-        option->expected(1, CLI::detail::expected_max_vector_size)->required();
-        break;
-    case occurs::any_number:
-        option->expected(1, CLI::detail::expected_max_vector_size);
-        break;
-    case occurs::flag:
-    case occurs::command_line:
-        break;
-    }
-}
-
-bool is_option(const std::string& text)
-{
-    return text.starts_with("--") ||
-           (text.size() > 1 && text[0] == '-' && isalpha(static_cast<unsigned char>(text[1])));
-}
-
-// What the command's own arguments leave over: the line of another command, or one argument too many.
-void take_rest(const texts& rest, const std::string& help, request& asked)
-{
-    for (const argument& one : asked.what->arguments) {
-        if (one.count != occurs::command_line)
-            continue;
-        if (rest.empty())
-            refuse_usage(asked.words + ": " + one.name + " is required", help);
-        asked.values[one.name] = rest;
-        return;
-    }
-    if (!rest.empty())
-        refuse_usage(asked.words + (is_option(rest.front()) ? ": unknown option " : ": unexpected argument ") +
-                         in_quotes(rest.front()),
-                     help);
-}
-
-void parse_arguments(const family& group, const command& what, const texts& arguments, request& asked)
-{
-    const std::string words = words_of(group, what);
-    asked.words = words;
-    asked.what = &what;
-    asked.timeout = asked.given_timeout.value_or(what.timeout);
-    CLI::App parser;
-    parser.set_help_flag();
-    parser.allow_extras();
-    if (what.destroys)
-        parser.add_flag("--yes", asked.yes);
-    for (const argument& one : what.arguments)
-        declare(parser, one, asked.values[one.name]);
-    const std::string help = "'utmctl help " + words + "' tells what it takes";
-    parse_with(parser, arguments, words, help);
-    take_rest(parser.remaining(), help, asked);
-    if (what.destroys && !asked.yes && !asked.dry_run)
-        refuse_to_destroy(words, what.destroys);
-}
-
 problem incomplete(const std::string& what, const std::string& next)
 {
     return {.status = exit_status::usage, .what = what, .culprits = {}, .next = next};
+}
+
+// The global options are taken out already, and those of a command stand behind its words.
+void check_word(const command_line& line, size_t place)
+{
+    if (place < line.plain_from && is_option(line.words[place]))
+        refuse_option(line.words[place]);
+}
+
+const command& find_second_word(const command_line& line)
+{
+    if (is_one_word(*line.group))
+        return find_command(*line.group, "");
+    check_word(line, 1);
+    return find_command(*line.group, line.words[1]);
 }
 
 void find_words(command_line& line)
@@ -173,13 +104,14 @@ void find_words(command_line& line)
         line.incomplete = incomplete("no command given", "'utmctl help' lists the commands");
         return;
     }
+    check_word(line, 0);
     line.group = &find_family(line.words[0]);
     const std::string word = line.group->word;
     if (line.words.size() == 1 && !is_one_word(*line.group))
         line.incomplete =
             incomplete("incomplete command " + in_quotes(word), "'utmctl help " + word + "' lists its commands");
     else
-        line.what = &find_command(*line.group, is_one_word(*line.group) ? "" : line.words[1]);
+        line.what = &find_second_word(line);
 }
 
 bool is_completion(const texts& arguments)
@@ -199,9 +131,25 @@ void take_completion(const texts& arguments, command_line& line)
     line.asked.what = line.what;
 }
 
+// With the mark where it stood, for the parser of the arguments.
 texts arguments_of(const command_line& line)
 {
-    return {line.words.begin() + (is_one_word(*line.group) ? 1 : 2), line.words.end()};
+    const size_t words = is_one_word(*line.group) ? 1 : 2;
+    texts arguments(line.words.begin() + static_cast<ptrdiff_t>(words), line.words.end());
+    if (line.plain_from < line.words.size())
+        arguments.insert(arguments.begin() + static_cast<ptrdiff_t>(std::max(line.plain_from, words) - words),
+                         end_of_options);
+    return arguments;
+}
+
+// Behind the mark stand words that are no options, whatever they begin with.
+void take_words(const texts& arguments, command_line& line, global_flags& flags)
+{
+    const auto mark = std::find(arguments.begin(), arguments.end(), end_of_options);
+    line.words = take_globals({arguments.begin(), mark}, flags);
+    line.plain_from = line.words.size();
+    if (mark != arguments.end())
+        line.words.insert(line.words.end(), mark + 1, arguments.end());
 }
 
 } // namespace
@@ -212,6 +160,8 @@ output_style style_of(const texts& arguments)
     if (is_completion(arguments))
         return style;
     for (const std::string& one : arguments) {
+        if (one == end_of_options)
+            break;
         const bool short_flags = one.size() > 1 && one[0] == '-' && one[1] != '-';
         style.json |= one.starts_with("--json") || (short_flags && one.find('j') != std::string::npos);
         style.pretty |= one == "--json=pretty";
@@ -235,7 +185,7 @@ void parse(const texts& arguments, command_line& line)
         return;
     }
     global_flags flags;
-    line.words = take_globals(arguments, flags);
+    take_words(arguments, line, flags);
     line.style.quiet |= flags.quiet;
     line.style.headers &= !flags.no_headers;
     line.asked.dry_run |= flags.dry_run;

@@ -13,7 +13,8 @@ struct command_line {
     const command* what = nullptr;
     request asked;
     std::vector<std::string> words;
-    bool help = false;                 // is wanted on what the words name
+    size_t plain_from = 0; // the first of the words that no option is looked for in, as they stood behind --
+    bool help = false;     // is wanted on what the words name
     std::optional<problem> incomplete; // the words name no command yet, so that help may serve
 };
 

@@ -21,8 +21,17 @@ size_t distance(const std::string& from, const std::string& to)
     return row.back();
 }
 
-// The nearest word, if it is near enough to be meant.
-std::string suggestion(const std::string& word, const std::vector<std::string>& known)
+[[noreturn]] void refuse_word(const std::string& word, const std::string& lead, const std::vector<std::string>& known,
+                              const std::string& help)
+{
+    const std::string nearest = nearest_word(word, known);
+    const std::string meant = nearest.empty() ? "" : "did you mean '" + lead + nearest + "'? ";
+    refuse_usage("unknown command " + in_quotes(lead + word), meant + "'utmctl " + help + "' lists the commands");
+}
+
+} // namespace
+
+std::string nearest_word(const std::string& word, const std::vector<std::string>& known)
 {
     std::string nearest;
     size_t best = std::max<size_t>(word.size() / 3, 1) + 1;
@@ -36,16 +45,6 @@ std::string suggestion(const std::string& word, const std::vector<std::string>& 
     }
     return nearest;
 }
-
-[[noreturn]] void refuse_word(const std::string& word, const std::string& lead, const std::vector<std::string>& known,
-                              const std::string& help)
-{
-    const std::string nearest = suggestion(word, known);
-    const std::string meant = nearest.empty() ? "" : "did you mean '" + lead + nearest + "'? ";
-    refuse_usage("unknown command " + in_quotes(lead + word), meant + "'utmctl " + help + "' lists the commands");
-}
-
-} // namespace
 
 const family& find_family(const std::string& word)
 {
