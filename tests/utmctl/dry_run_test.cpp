@@ -276,13 +276,20 @@ TEST(dry_run_alone, without_the_key_file_there_is_no_registry)
 // What looks how daemons and logs do calls nothing that could be rehearsed.
 TEST(dry_run_alone, what_only_looks_says_so)
 {
-    for (const std::string words : {"status", "doctor", "wait cf", "log", "log -f"}) {
+    for (const std::string words :
+         {"status", "doctor", "wait cf", "log", "log -f", "describe", "explain x", "version"}) {
         const std::string command = words.substr(0, words.find(' '));
         EXPECT_EQ(utmctl("--dry-run " + words),
                   (run_result{0, command + " only looks; nothing would be changed\n", ""}));
         EXPECT_EQ(steps_of(words), json::array());
     }
     EXPECT_FALSE(exists("/tmp/utm_log"));
+}
+
+TEST(dry_run_alone, what_takes_no_step_says_so)
+{
+    EXPECT_EQ(utmctl("registry reserve profile 7").status, 0);
+    EXPECT_EQ(utmctl("--dry-run registry show"), (run_result{0, "nothing would be sent or changed\n", ""}));
 }
 
 } // namespace

@@ -235,6 +235,10 @@ TEST(watch, only_what_reads_is_watched)
                          "quotes\n"));
     EXPECT_EQ(utmctl("--dry-run watch profile list"),
               refused(2, "watch: --dry-run has nothing to tell: what is watched changes nothing; leave it out\n"));
+    EXPECT_EQ(utmctl("--explain watch profile list"),
+              refused(2, "watch: --explain would tell the same after each run; run the command itself with "
+                         "--explain\n"));
+    EXPECT_EQ(utmctl("watch -- profile list --explain").status, 2);
     EXPECT_EQ(utmctl("watch profile"),
               refused(2, "incomplete command 'profile'; 'utmctl help profile' lists its commands\n"));
     EXPECT_EQ(utmctl("watch"), refused(2, "watch: COMMAND is required; 'utmctl help watch' tells what it takes\n"));

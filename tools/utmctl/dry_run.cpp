@@ -9,6 +9,8 @@
 
 namespace {
 
+constexpr char nothing_to_do[] = "nothing would be sent or changed";
+constexpr char nothing_done[] = "nothing was sent and nothing changed; every daemon is taken to accept";
 constexpr size_t shortest_zero_run = 4; // of bytes that are shown as their number
 
 // ": id 7, mac 02:42:ac:11:00:05", or nothing
@@ -129,7 +131,7 @@ outcome dry_run(const request& asked)
     outcome told = {.status = rehearsed["status"],
                     .result = {{"dry_run", true}, {"steps", rehearsed["steps"]}},
                     .lines = lines_of(rehearsed["steps"]),
-                    .confirmations = {"nothing was sent and nothing changed; every daemon is taken to accept"}};
+                    .confirmations = {rehearsed["steps"].empty() ? nothing_to_do : nothing_done}};
     for (const json& one : rehearsed["problems"])
         told.problems.push_back(problem_of(one));
     return told;

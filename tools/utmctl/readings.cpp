@@ -48,13 +48,39 @@ constexpr std::string_view readings[] = {
     "help",
 };
 
-constexpr std::string_view lookouts[] = {"doctor", "log", "status", "wait"};
+constexpr std::string_view lookouts[] = {"complete", "describe", "doctor",  "explain", "help",
+                                         "log",      "status",   "version", "wait"};
+
+struct unwatched {
+    std::string_view words;
+    const char* reason;
+};
+
+constexpr unwatched unwatched_commands[] = {
+    {"batch", "runs other commands"},
+    {"watch", "goes on by itself"},
+    {"wait", "waits by itself"},
+    {"complete", "tells the same each time"},
+    {"describe", "tells the same each time"},
+    {"explain", "tells the same each time"},
+    {"help", "tells the same each time"},
+    {"version", "tells the same each time"},
+};
 
 } // namespace
 
 bool is_reading(const std::string& words)
 {
     return std::find(std::begin(readings), std::end(readings), words) != std::end(readings);
+}
+
+const char* hindrance_to_watch(const std::string& words)
+{
+    const auto* found = std::find_if(std::begin(unwatched_commands), std::end(unwatched_commands),
+                                     [&](const unwatched& one) { return words == one.words; });
+    if (found != std::end(unwatched_commands))
+        return found->reason;
+    return is_reading(words) ? nullptr : "changes something";
 }
 
 bool only_looks(const std::string& words)

@@ -2,8 +2,12 @@
 
 #include <string>
 
-// Whether a command changes nothing, wherever it looks, so that it may be run again and again.
+// Whether a command changes nothing, wherever it looks.
 bool is_reading(const std::string& words);
 
-// Whether a command looks for itself how daemons and logs do, so that there is nothing of the library to rehearse.
+// Why running a command again and again tells nothing; null when it may be watched.
+const char* hindrance_to_watch(const std::string& words);
+
+// Whether a command looks for itself how daemons and logs do, or only explains, so that there is nothing of the library
+// to rehearse.
 bool only_looks(const std::string& words);

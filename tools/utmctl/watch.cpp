@@ -17,33 +17,11 @@ namespace {
 
 constexpr char its_help[] = "'utmctl help watch' tells what can be watched";
 
-struct unwatched {
-    std::string_view words;
-    const char* reason;
-};
-
-constexpr unwatched unwatched_commands[] = {
-    {"batch", "runs other commands"},         {"wait", "waits by itself"},
-    {"complete", "tells the same each time"}, {"describe", "tells the same each time"},
-    {"explain", "tells the same each time"},  {"help", "tells the same each time"},
-    {"version", "tells the same each time"},
-};
-
-// Why the command cannot be watched; null when it can.
-const char* hindrance(const command_line& line)
-{
-    for (const unwatched& one : unwatched_commands) {
-        if (line.asked.words == one.words)
-            return one.reason;
-    }
-    if (streams(line))
-        return "goes on by itself";
-    return is_reading(line.asked.words) ? nullptr : "changes something";
-}
-
 void check_watched(const command_line& line)
 {
-    const char* reason = hindrance(line);
+    const char* reason = hindrance_to_watch(line.asked.words);
+    if (reason == nullptr && streams(line))
+        reason = "goes on by itself";
     if (reason != nullptr)
         refuse_usage("watch: " + (streams(line) ? streaming_words(line) : line.asked.words) +
                          " cannot be watched: it " + reason,
@@ -56,8 +34,14 @@ void check_words(const request& asked)
     if (first.find(' ') != std::string::npos)
         refuse_usage("watch: " + in_quotes(first) + " is one word",
                      "give the words of the command one by one, without quotes");
-    if (asked.dry_run)
+}
+
+void check_ways(const request& watched)
+{
+    if (watched.dry_run)
         refuse_usage("watch: --dry-run has nothing to tell: what is watched changes nothing", "leave it out");
+    if (watched.explain)
+        refuse_usage("watch: --explain would tell the same after each run", "run the command itself with --explain");
 }
 
 // What needs a --yes is refused because it does not only read.
@@ -65,11 +49,16 @@ command_line parse_watched(const request& asked)
 {
     check_words(asked);
     command_line line = {.style = asked.style,
-                         .asked = {.given_timeout = asked.given_timeout, .wait = asked.wait, .yes = true}};
+                         .asked = {.given_timeout = asked.given_timeout,
+                                   .wait = asked.wait,
+                                   .yes = true,
+                                   .dry_run = asked.dry_run,
+                                   .explain = asked.explain}};
     parse(asked.all("COMMAND"), line);
     if (line.incomplete)
         throw failure(*line.incomplete);
     check_watched(line);
+    check_ways(line.asked);
     return line;
 }
 
