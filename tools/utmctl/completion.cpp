@@ -2,11 +2,15 @@
 
 #include "operations/function.h"
 #include "tools/utmctl/arguments.h"
+#include "tools/utmctl/columns.h"
 #include "tools/utmctl/command_line.h"
+#include "tools/utmctl/dry_run.h"
 #include "tools/utmctl/families.h"
-#include "tools/utmctl/help.h"
 #include "tools/utmctl/log_entry.h"
+#include "tools/utmctl/options.h"
+#include "tools/utmctl/readings.h"
 #include "tools/utmctl/registry_view.h"
+#include "tools/utmctl/typed_line.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -14,17 +18,6 @@
 namespace {
 
 using texts = std::vector<std::string>;
-
-// A line as far as it is typed.
-struct typed_line {
-    const family* group = nullptr;
-    const command* what = nullptr;
-    texts arguments = {}; // of the command, without its options
-    texts options = {};
-    const argument* expecting = nullptr; // the option whose value comes next
-    bool expects_value = false;          // of that option, or of a global one
-    bool wrong = false;                  // a word that is no command
-};
 
 texts registered(uint32_t kind)
 {
@@ -109,17 +102,16 @@ texts log_words(const typed_line&)
     return words;
 }
 
-// Of a command that another one takes.
-texts held_words(const typed_line& line)
+texts candidates_of(typed_line line);
+
+texts words_to_explain(const typed_line& line)
 {
-    texts words = line.arguments;
-    words.emplace_back();
-    return completions_of(words);
+    return line.arguments.size() > 1 ? texts() : candidates_of({.words = line.arguments});
 }
 
-texts command_words(const typed_line& line)
+texts words_to_watch(const typed_line& line)
 {
-    return line.arguments.size() > 1 ? texts() : held_words(line);
+    return candidates_of({.words = line.arguments, .watched = true});
 }
 
 // Where the candidates for an argument come from: by its name, and the family and command that it belongs to.
@@ -131,8 +123,8 @@ struct source {
 };
 
 constexpr source sources[] = {
-    {"COMMAND", "help", nullptr, command_words},
-    {"COMMAND", "watch", nullptr, held_words},
+    {"COMMAND", "help", nullptr, words_to_explain},
+    {"COMMAND", "watch", nullptr, words_to_watch},
     {"DAEMON", nullptr, nullptr, daemons},
     {"FAMILY", "log", nullptr, log_words},
     {"FILE", nullptr, nullptr, files},
@@ -167,124 +159,45 @@ texts candidates_for(const argument& one, const typed_line& line)
     return found == std::end(sources) || found->candidates == nullptr ? texts() : found->candidates(line);
 }
 
-bool is_option(const std::string& word)
+// What the line prints as it stands, if that is a table. It is rehearsed: an empty table has its headings, too.
+texts headings_printed_by(const texts& words)
 {
-    return word.starts_with('-') && word != "-";
-}
-
-// Of an option as help shows it, such as "-j, --json[=pretty]" or "    --timeout SECONDS", the names.
-texts names_in(const std::string& shown)
-{
-    texts names;
-    for (size_t at = shown.find('-'); at != std::string::npos; at = shown.find(" -", at)) {
-        at = shown.find('-', at);
-        const size_t end = std::min(shown.find_first_of(" ,[", at), shown.size());
-        names.push_back(shown.substr(at, end - at));
-        at = end;
+    command_line line;
+    try {
+        parse(words, line);
+        const bool rehearsable = line.what != nullptr && is_reading(line.asked.words) && !only_looks(line.asked.words);
+        return rehearsable ? rehearsed_headings(line.asked) : texts();
+    } catch (const failure&) {
+        return {};
     }
-    return names;
-}
-
-bool takes_value(const global_option& one)
-{
-    return isupper(static_cast<unsigned char>(std::string_view(one.shown).back())) != 0;
-}
-
-bool is_global_with_value(const std::string& word)
-{
-    return std::any_of(std::begin(global_options), std::end(global_options), [&](const global_option& one) {
-        const texts names = names_in(one.shown);
-        return takes_value(one) && std::find(names.begin(), names.end(), word) != names.end();
-    });
-}
-
-void take_option(typed_line& line, const std::string& word)
-{
-    line.options.push_back(word);
-    line.expects_value = is_global_with_value(word);
-    for (const argument& one : line.what != nullptr ? line.what->arguments : std::span<const argument>()) {
-        if (one.name == word && one.count != occurs::flag) {
-            line.expecting = &one;
-            line.expects_value = true;
-        }
-    }
-}
-
-template <class Rows> auto find_word(const Rows& rows, const std::string& word)
-{
-    return std::find_if(rows.begin(), rows.end(), [&](const auto& one) { return word == one.word; });
-}
-
-void take_word(typed_line& line, const std::string& word)
-{
-    if (line.what != nullptr) {
-        line.arguments.push_back(word);
-        return;
-    }
-    if (line.group == nullptr) {
-        const auto families = all_families();
-        const auto found =
-            std::find_if(families.begin(), families.end(), [&](const family* one) { return word == one->word; });
-        line.wrong = found == families.end();
-        line.group = line.wrong ? nullptr : *found;
-        if (!line.wrong && is_one_word(*line.group))
-            line.what = &line.group->commands.front();
-        return;
-    }
-    const auto found = find_word(line.group->commands, word);
-    line.wrong = found == line.group->commands.end();
-    line.what = line.wrong ? nullptr : &*found;
-}
-
-typed_line read_line(const texts& words)
-{
-    typed_line line;
-    for (const std::string& word : words) {
-        if (line.wrong)
-            break;
-        if (line.expects_value) {
-            line.expects_value = false;
-            line.expecting = nullptr;
-        } else if (is_option(word)) {
-            take_option(line, word);
-        } else {
-            take_word(line, word);
-        }
-    }
-    return line;
 }
 
 texts option_names(const typed_line& line)
 {
-    texts names;
-    if (line.what != nullptr && line.what->destroys != nullptr)
-        names.emplace_back("--yes");
-    for (const argument& one : line.what != nullptr ? line.what->arguments : std::span<const argument>()) {
-        if (is_option(one.name))
-            names.emplace_back(one.name);
-    }
-    for (const global_option& one : global_options) {
-        for (const std::string& name : names_in(one.shown))
-            names.push_back(name);
-        if (std::string(one.shown).ends_with("[=pretty]"))
-            names.emplace_back("--json=pretty");
-    }
+    texts names = line.what != nullptr ? names_of_options(*line.what) : texts();
+    for (const std::string& one : names_of_options())
+        names.push_back(one);
+    names.emplace_back("--json=pretty");
     return names;
 }
 
-texts first_words()
+texts second_words(const family& group, bool watched)
 {
     texts words;
-    for (const family* one : all_families())
-        words.emplace_back(one->word);
+    for (const command& one : group.commands) {
+        if (!watched || hindrance_to_watch(words_of(group, one)) == nullptr)
+            words.emplace_back(one.word);
+    }
     return words;
 }
 
-texts second_words(const family& group)
+texts first_words(bool watched)
 {
     texts words;
-    for (const command& one : group.commands)
-        words.emplace_back(one.word);
+    for (const family* one : all_families()) {
+        if (!second_words(*one, watched).empty())
+            words.emplace_back(one->word);
+    }
     return words;
 }
 
@@ -313,23 +226,47 @@ const argument* next_argument(const typed_line& line)
     return nullptr;
 }
 
-texts all_candidates(const typed_line& line, bool option)
+// Of the table that the command prints: its columns, behind those that are chosen already.
+texts columns(const typed_line& line)
+{
+    const std::string chosen = line.begun.substr(0, line.begun.rfind(',') + 1);
+    texts lists;
+    for (const std::string& one :
+         without(headings_printed_by({line.words.begin(), line.words.end() - 1}), headings_in(chosen)))
+        lists.push_back(chosen + one);
+    return lists;
+}
+
+texts values(const typed_line& line)
+{
+    if (line.expecting != nullptr)
+        return candidates_for(*line.expecting, line);
+    return line.words.back() == "--columns" ? columns(line) : texts();
+}
+
+texts all_candidates(const typed_line& line)
 {
     if (line.wrong)
         return {};
     if (line.expects_value)
-        return line.expecting != nullptr ? candidates_for(*line.expecting, line) : texts();
-    if (option)
+        return values(line);
+    if (line.begun.starts_with('-') && !line.plain)
         return without(option_names(line), line.options);
     if (line.group == nullptr)
-        return first_words();
+        return first_words(line.watched);
     if (line.what == nullptr)
-        return second_words(*line.group);
+        return second_words(*line.group, line.watched);
     const argument* next = next_argument(line);
     if (next == nullptr)
         return {};
     const texts candidates = candidates_for(*next, line);
     return repeats(*next) ? without(candidates, line.arguments) : candidates;
+}
+
+texts candidates_of(typed_line line)
+{
+    read_words(line);
+    return all_candidates(line);
 }
 
 } // namespace
@@ -339,8 +276,7 @@ std::vector<std::string> completions_of(std::vector<std::string> words)
     const std::string begun = words.empty() ? "" : words.back();
     if (!words.empty())
         words.pop_back();
-    const typed_line line = read_line(words);
-    texts candidates = all_candidates(line, begun.starts_with('-'));
+    texts candidates = candidates_of({.words = std::move(words), .begun = begun});
     std::erase_if(candidates, [&](const std::string& one) { return one != names_of_files && !one.starts_with(begun); });
     std::sort(candidates.begin(), candidates.end());
     candidates.erase(std::unique(candidates.begin(), candidates.end()), candidates.end());

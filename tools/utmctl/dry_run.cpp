@@ -118,7 +118,26 @@ json rehearse(const request& asked)
     return {{"status", result.status}, {"problems", problems}, {"steps", all.steps()}};
 }
 
+constexpr double glance = 1; // second
+
+json headings_of(const request& asked)
+{
+    const rehearsal all;
+    const outcome result = run_to_its_end(asked);
+    json headings = json::array();
+    for (const column& one : result.rows ? result.rows->columns : std::vector<column>())
+        headings.push_back(one.heading);
+    return headings;
+}
+
 } // namespace
+
+std::vector<std::string> rehearsed_headings(const request& asked)
+{
+    return call_in_worker(asked.words + " was not rehearsed", glance, [&] { return headings_of(asked); },
+                          {.daemons = {}, .registry_lock = false})
+        .value;
+}
 
 outcome dry_run(const request& asked)
 {
