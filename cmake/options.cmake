@@ -46,6 +46,8 @@ if(KQUTM_BUILD_BENCHMARKS AND NOT (KQUTM_BUILD_SIMULATOR AND KQUTM_BUILD_TOOLS))
   message(FATAL_ERROR "KQUTM_BUILD_BENCHMARKS needs KQUTM_BUILD_SIMULATOR and KQUTM_BUILD_TOOLS: it runs both")
 endif()
 option(KQUTM_BUILD_EXAMPLES "Build the example programs" ON)
+set(KQUTM_NATIVE_BUILD "" CACHE PATH
+    "Where examples are built for another machine: a build for this one, whose gateway runs them in the emulator")
 option(KQUTM_BUILD_FUZZERS "Build the fuzzers; needs clang and its sanitizer fuzzer-no-link" OFF)
 option(KQUTM_COVERAGE "Note which lines and branches of the library are run" OFF)
 option(KQUTM_PACKAGES "Let cpack make the Debian packages" OFF)
