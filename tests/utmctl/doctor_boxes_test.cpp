@@ -1,5 +1,6 @@
 #include "tests/utmctl/box.h"
 #include "tests/utmctl/ended_process.h"
+#include "tests/utmctl/stopped_daemon.h"
 
 #include <filesystem>
 #include <gtest/gtest.h>
@@ -30,32 +31,6 @@ void PrintTo(const broken_box& one, std::ostream* stream)
 {
     *stream << one.name;
 }
-
-// Listens at the path and is stopped, so that it takes no connection.
-class stopped_daemon {
-public:
-    explicit stopped_daemon(const std::string& path) : process_(fork())
-    {
-        if (process_ == 0) {
-            const sim::scripted_daemon daemon(path, sim::script{});
-            chmod(path.c_str(), 0777);
-            raise(SIGSTOP);
-            _exit(0);
-        }
-        waitpid(process_, nullptr, WUNTRACED);
-    }
-    stopped_daemon(const stopped_daemon&) = delete;
-    stopped_daemon& operator=(const stopped_daemon&) = delete;
-    ~stopped_daemon()
-    {
-        kill(process_, SIGKILL);
-        waitpid(process_, nullptr, 0);
-    }
-    pid_t process() const { return process_; }
-
-private:
-    pid_t process_;
-};
 
 // One behind which nobody listens.
 void leave_socket(const char* path)
@@ -97,7 +72,7 @@ const broken_box boxes[] = {
          alive = box_without(devid.path);
          alive.push_back(std::make_shared<engine_daemon>(devid, sim::script{sim::receive(), sim::await_close()}));
          return {"error", "sockets", "the device-identification daemon (/tmp/utm_devid) did not answer in time",
-                 "start the device-identification daemon again"};
+                 "find out why the device-identification daemon hangs, or start it again"};
      },
      "doctor --timeout 1"},
     {"daemon_that_is_stopped",
@@ -116,7 +91,24 @@ const broken_box boxes[] = {
          alive.push_back(std::make_shared<sim::scripted_daemon>(app_path, answer(records{sim::bytes(831)})));
          return {"error", "sockets",
                  "the application daemon (/dev/utm_app_config_socket) answered with a record of the wrong size",
-                 "start the application daemon again"};
+                 "check that the application daemon and the library are of one version"};
+     }},
+    {"daemon_that_breaks_off",
+     [](kept& alive) -> diagnosis {
+         alive = box_without(ips.path);
+         alive.push_back(std::make_shared<engine_daemon>(ips, sim::script{sim::receive()}));
+         return {"error", "sockets", "the IPS daemon (/tmp/utm_ips) ended the connection without an answer",
+                 "find out why the IPS daemon breaks off, or start it again"};
+     }},
+    {"user_profile_daemon_that_is_stopped",
+     [](kept& alive) -> diagnosis {
+         alive = box_without(user_profile_path);
+         const auto daemon = std::make_shared<stopped_daemon>(user_profile_path);
+         alive.push_back(daemon);
+         return {"error", "sockets",
+                 "the user-profile daemon (/dev/utm_user_profile_socket) takes connections, but does not answer: " +
+                     process(daemon->process()) + " is stopped",
+                 "continue it with 'kill -CONT " + std::to_string(daemon->process()) + "'"};
      }},
     {"socket_closed_to_others",
      [](kept& alive) -> diagnosis {
@@ -141,11 +133,12 @@ const broken_box boxes[] = {
          register_ids({{0, 7}, {512, 70}});
          const int id = shmget(ftok(key_path, 'a'), 0, 0);
          alive.push_back(std::make_shared<replaced_key_file>());
-         return {"error", "left-behind",
-                 "the library file /usr/lib/libkqutm.so was replaced while the gateway ran, so that the ID registry "
-                 "(shared memory " +
-                     std::to_string(id) + ") with 2 identifiers is out of everybody's reach",
-                 "restart the gateway"};
+         return {
+             "error", "left-behind",
+             "the library file /usr/lib/libkqutm.so was replaced while the gateway ran, so that nobody reaches the ID "
+             "registry (shared memory " +
+                 std::to_string(id) + ") with 2 identifiers any more",
+             "restart the gateway"};
      }},
     {"segment_of_another_program",
      [](kept& alive) -> diagnosis {
@@ -356,7 +349,7 @@ const broken_box boxes[] = {
          fs::create_directory(log_folder);
          chmod(log_folder, 0555);
          return {"warning", "log-folder", "the log folder /tmp/utm_log is not writable, so new logs cannot be made",
-                 "'chmod 755 /tmp/utm_log' by its owner makes it writable"};
+                 "'chmod 755 /tmp/utm_log' makes it writable"};
      }},
     {"file_in_place_of_the_log_folder",
      [](kept& alive) -> diagnosis {
@@ -373,7 +366,7 @@ const broken_box boxes[] = {
          chmod(log_file, 0444);
          return {"warning", "logs",
                  "/tmp/utm_log/utm_libips_log cannot be written, so failures of its family are not logged",
-                 "'chmod u+w /tmp/utm_log/utm_libips_log' by its owner makes it writable"};
+                 "'chmod u+w /tmp/utm_log/utm_libips_log' makes it writable"};
      }},
     {"log_that_is_not_moved_away",
      [](kept& alive) -> diagnosis {

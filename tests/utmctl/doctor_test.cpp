@@ -5,9 +5,11 @@
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <optional>
 #include <sys/ipc.h>
 #include <sys/sem.h>
 #include <sys/shm.h>
+#include <unistd.h>
 
 namespace {
 
@@ -50,6 +52,64 @@ TEST(doctor, tells_all_that_is_wrong_by_the_worst_status)
                     ""}));
 }
 
+TEST(doctor, tells_the_worst_first)
+{
+    const kept alive = whole_box();
+    chmod(ips.path, 0755);
+    register_ids({{0, 7}, {256, 70}});
+    EXPECT_EQ(utmctl(doctor_line),
+              (run_result{11,
+                          "error: profile 7 is bound to content-filter policy 70, which is not registered; 'utmctl "
+                          "profile bind-cf 7 POLICY' binds it to one that is\n"
+                          "warning: /tmp/utm_ips has mode 0755, so programs of other users cannot connect; 'chmod "
+                          "0777 /tmp/utm_ips' lets them\n",
+                          ""}));
+}
+
+TEST(doctor, tells_a_box_without_any_daemon_in_one_line)
+{
+    EXPECT_EQ(utmctl(doctor_line),
+              (run_result{11,
+                          "error: none of the seven daemons runs here: not one of their sockets exists; run this on "
+                          "the gateway, or start the daemons\n",
+                          ""}));
+    const auto found = nlohmann::json::parse(utmctl("-j " + std::string(doctor_line)).out)["result"];
+    ASSERT_EQ(found.size(), 7U) << found;
+    for (const auto& one : found)
+        EXPECT_EQ(one["check"], "sockets");
+}
+
+// What utmctl finds for a user without rights; nothing where only the superuser may run it, or nobody else exists.
+std::optional<run_result> doctor_of_another_user()
+{
+    std::optional<run_result> told;
+    if (setresuid(1000, 1000, 0) == 0 && eaccess(KQUTM_UTMCTL, X_OK) == 0)
+        told = utmctl(doctor_line);
+    setresuid(0, 0, 0);
+    return told;
+}
+
+TEST(doctor, tells_other_users_what_takes_root)
+{
+    const kept alive = whole_box();
+    chmod("/tmp", 0777);
+    chmod(ips.path, 0755);
+    const std::string not_sticky = "warning: /tmp is not sticky, so any user may remove the daemons' sockets and the "
+                                   "registry's marker; ";
+    EXPECT_EQ(utmctl(doctor_line),
+              (run_result{10,
+                          "warning: /tmp/utm_ips has mode 0755, so programs of other users cannot connect; 'chmod "
+                          "0777 /tmp/utm_ips' lets them\n" +
+                              not_sticky + "'chmod 1777 /tmp' makes it so\n",
+                          ""}));
+    const run_result of_another = {11,
+                                   "error: the IPS daemon (/tmp/utm_ips) cannot be reached: Permission denied; run "
+                                   "the command as root to reach the IPS daemon\n" +
+                                       not_sticky + "as root: 'chmod 1777 /tmp' makes it so\n",
+                                   ""};
+    EXPECT_EQ(doctor_of_another_user().value_or(of_another), of_another);
+}
+
 TEST(doctor, names_who_waits_for_a_lock)
 {
     const kept alive = whole_box();
@@ -77,9 +137,9 @@ TEST(doctor, an_empty_registry_of_an_older_library_is_a_note)
     EXPECT_EQ(
         utmctl(doctor_line),
         (run_result{0,
-                    "note: the library file /usr/lib/libkqutm.so was replaced while the gateway ran, so that the "
-                    "ID registry (shared memory " +
-                        std::to_string(id) + ") with 0 identifiers is out of everybody's reach; restart the gateway\n",
+                    "note: the library file /usr/lib/libkqutm.so was replaced while the gateway ran, so that nobody "
+                    "reaches the ID registry (shared memory " +
+                        std::to_string(id) + ") with 0 identifiers any more; restart the gateway\n",
                     ""}));
 }
 

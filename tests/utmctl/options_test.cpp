@@ -130,8 +130,8 @@ TEST(options, a_wait_in_vain_begins_nothing)
     const sim::scripted_daemon cf(cf_path, answer(0));
     EXPECT_EQ(utmctl("--wait 0.1 profile create 8"),
               refused(4, "profile create was not begun within 0.1 s: the application daemon "
-                         "(/dev/utm_app_config_socket) cannot be reached: No such file or directory; start what cannot "
-                         "be reached, then run the command again\n"));
+                         "(/dev/utm_app_config_socket) cannot be reached: No such file or directory; start the "
+                         "application daemon, then run the command again\n"));
     EXPECT_EQ(utmctl("--wait 0.1 --no-headers profile list"), (run_result{0, " 7         -          -\n", ""}));
     EXPECT_EQ(utmctl("--wait 60 -q status").err, utmctl("-q status").err);
     EXPECT_EQ(utmctl("--wait 60 --timeout 0.1 wait cf"), utmctl("--timeout 0.1 wait cf"));

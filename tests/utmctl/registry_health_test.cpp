@@ -172,7 +172,7 @@ TEST(registry_audit, a_daemon_that_is_not_there_is_a_note)
         utmctl(line),
         (run_result{0,
                     "note: the profiles were not compared with those of the content-filter daemon, which cannot be "
-                    "reached: No such file or directory; start what cannot be reached, then run the command again\n",
+                    "reached: No such file or directory; start the content-filter daemon\n",
                     ""}));
 }
 

@@ -1,6 +1,7 @@
 #include "tests/sandbox/files.h"
 #include "tests/utmctl/run.h"
 #include "tests/utmctl/seven_daemons.h"
+#include "tests/utmctl/stopped_daemon.h"
 
 #include <filesystem>
 #include <gtest/gtest.h>
@@ -98,14 +99,40 @@ TEST(status, each_failure_has_its_state)
                     "av answers T P test_utmctl\n"
                     "ir protocol-error - P test_utmctl\n",
                     "utmctl: cf is not ready: the content-filter daemon (/dev/utm_cf_config_socket) cannot be "
-                    "reached: No such file or directory; start what cannot be reached, then run the command again\n"
+                    "reached: No such file or directory; start the content-filter daemon\n"
                     "utmctl: ips is not ready: the IPS daemon (/tmp/utm_ips) did not answer in time; find out why "
-                    "the daemon hangs, then run the command again\n"
+                    "the IPS daemon hangs, or start it again\n"
                     "utmctl: devid is not ready: the device-identification daemon (/tmp/utm_devid) ended the "
-                    "connection without an answer; check that the daemon and the library are of one version, then "
-                    "run the command again\n"
+                    "connection without an answer; find out why the device-identification daemon breaks off, or start "
+                    "it again\n"
                     "utmctl: ir is not ready: the IR daemon (/tmp/utm_ir) answered with a record of the wrong size; "
-                    "check that the daemon and the library are of one version, then run the command again\n"}));
+                    "check that the IR daemon and the library are of one version\n"}));
+}
+
+// Nothing can be asked of the user-profile daemon, and the kernel takes connections for a stopped process, too.
+TEST(status, a_stopped_user_profile_daemon_is_not_ready)
+{
+    const seven_daemons all({user_profile_path});
+    const stopped_daemon stopped(user_profile_path);
+    const std::string number = std::to_string(stopped.process());
+    const std::string sentence = "the user-profile daemon (/dev/utm_user_profile_socket) takes connections, but does "
+                                 "not answer: process " +
+                                 number + " (test_utmctl) is stopped; continue it with 'kill -CONT " + number + "'\n";
+    const run_result told = without_numbers(utmctl("status"));
+    EXPECT_NE(told.out.find("\nuser_profile no-answer - " + number + " test_utmctl\n"), std::string::npos) << told;
+    EXPECT_EQ(told.status, 3);
+    EXPECT_EQ(told.err, "utmctl: user_profile is not ready: " + sentence);
+    EXPECT_EQ(utmctl("wait user_profile --timeout 0.1"),
+              refused(3, "user_profile was not ready within 0.1 s: " + sentence));
+    EXPECT_EQ(
+        utmctl("-j wait user_profile --timeout 0.1")
+            .out.find(R"({"command":"wait","status":"no-answer","exit":3,"result":[{"daemon":"user_profile",)"
+                      R"("socket":"/dev/utm_user_profile_socket","state":"no-answer","milliseconds":null,"pid":)" +
+                      number + R"(,"process":"test_utmctl"}],)"),
+        0U);
+    EXPECT_EQ(utmctl("profile create 7 --wait 0.1"),
+              refused(4, "profile create was not begun within 0.1 s: " + sentence.substr(0, sentence.size() - 1) +
+                             ", then run the command again\n"));
 }
 
 TEST(status, failures_in_json)
@@ -120,8 +147,7 @@ TEST(status, failures_in_json)
 TEST(status, waits_for_the_daemons_named)
 {
     const seven_daemons all({cf_path});
-    EXPECT_EQ(utmctl("wait ips user_profile ips"),
-              (run_result{0, "user_profile takes connections\nips answers\n", ""}));
+    EXPECT_EQ(utmctl("wait ips user_profile ips"), (run_result{0, "user_profile connects\nips answers\n", ""}));
     EXPECT_EQ(without_numbers(utmctl("-j wait av")),
               (run_result{0, done_line("wait", "[" + in_json("av", av.path, "answers") + "]"), ""}));
     EXPECT_EQ(utmctl("-q wait ips"), (run_result{0, "", ""}));
@@ -137,7 +163,7 @@ TEST(status, a_wait_ends_when_the_last_daemon_comes)
         usleep(1000);
     const engine_daemon the_ir(ir, answer_with(reply_of(ir, 0)));
     EXPECT_EQ(waiting.wait(), (run_result{0,
-                                          "cf answers\napp answers\nuser_profile takes connections\nips answers\n"
+                                          "cf answers\napp answers\nuser_profile connects\nips answers\n"
                                           "devid answers\nav answers\nir answers\n",
                                           ""}));
 }
@@ -148,10 +174,9 @@ TEST(status, a_wait_in_vain_ends_with_the_highest_status)
     EXPECT_EQ(utmctl("wait cf ips av --timeout 1"),
               (run_result{4, "av answers\n",
                           "utmctl: cf was not ready within 1 s: the content-filter daemon (/dev/utm_cf_config_socket) "
-                          "cannot be reached: No such file or directory; start what cannot be reached, then run the "
-                          "command again\n"
+                          "cannot be reached: No such file or directory; start the content-filter daemon\n"
                           "utmctl: ips was not ready within 1 s: the IPS daemon (/tmp/utm_ips) did not answer in time; "
-                          "find out why the daemon hangs, then run the command again\n"}));
+                          "find out why the IPS daemon hangs, or start it again\n"}));
 }
 
 TEST(status, a_daemon_that_does_not_exist_is_refused)

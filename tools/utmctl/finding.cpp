@@ -30,16 +30,26 @@ void append(findings& to, const findings& more)
     to.insert(to.end(), more.begin(), more.end());
 }
 
-void tell(outcome& told, const findings& found, const char* check)
+std::string line_of(const finding& one)
+{
+    const char* word = row_of(one).word;
+    return coloured(word, colour_of_word(word), takes_colours(STDOUT_FILENO)) + ": " + one.what + "; " + one.remedy;
+}
+
+void record(outcome& told, const finding& one, const char* check)
+{
+    const severity_row& row = row_of(one);
+    told.status = std::max(told.status, row.status);
+    json value = {{"severity", row.word}, {"what", one.what}, {"remedy", one.remedy}};
+    if (check != nullptr)
+        value["check"] = check;
+    told.result.push_back(std::move(value));
+}
+
+void tell(outcome& told, const findings& found)
 {
     for (const finding& one : found) {
-        const severity_row& row = row_of(one);
-        told.status = std::max(told.status, row.status);
-        const std::string word = coloured(row.word, colour_of_word(row.word), takes_colours(STDOUT_FILENO));
-        told.lines.push_back(word + ": " + one.what + "; " + one.remedy);
-        json value = {{"severity", row.word}, {"what", one.what}, {"remedy", one.remedy}};
-        if (check != nullptr)
-            value["check"] = check;
-        told.result.push_back(std::move(value));
+        record(told, one);
+        told.lines.push_back(line_of(one));
     }
 }

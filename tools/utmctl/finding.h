@@ -23,6 +23,10 @@ using findings = std::vector<finding>;
 
 void append(findings& to, const findings& more);
 
-// One line and one object for each finding, and the exit status of the worst. The check is null where there is one
-// alone.
-void tell(outcome& told, const findings& found, const char* check = nullptr);
+std::string line_of(const finding& one);
+
+// The object of a finding, and the exit status of the worst. The check is null where there is one alone.
+void record(outcome& told, const finding& one, const char* check = nullptr);
+
+// One line and one object for each finding.
+void tell(outcome& told, const findings& found);

@@ -1,6 +1,7 @@
 #include "tools/utmctl/probe.h"
 
 #include "tools/utmctl/descriptor.h"
+#include "tools/utmctl/process_name.h"
 #include "tools/utmctl/rehearsal.h"
 
 #include <cerrno>
@@ -93,7 +94,35 @@ int talk(int fd, const operations::daemon_row& daemon, const operations::record&
     return receive_all(fd, daemon, end, seen.reply);
 }
 
+// What the process that made the socket tells of a daemon that does not work.
+std::string told_of_process(int process)
+{
+    switch (process > 0 ? state_of_process(process) : process_state::alive) {
+    case process_state::stopped:
+        return ": " + name_of_process(process) + " is stopped";
+    case process_state::ended:
+        return ": " + name_of_process(process) + ", which made its socket, has ended";
+    case process_state::alive:
+        return "";
+    }
+    return "";
+}
+
+// The kernel takes connections for a stopped process, too.
+void judge_connection(probe& seen)
+{
+    if (!seen.is_stopped())
+        return;
+    seen.error = ETIMEDOUT;
+    seen.failed = {exit_status::no_answer, "takes connections, but does not answer", ""};
+}
+
 } // namespace
+
+bool probe::is_stopped() const
+{
+    return process > 0 && state_of_process(process) == process_state::stopped;
+}
 
 probe exchange_with(const operations::daemon_row& daemon, const operations::record& request, double seconds)
 {
@@ -105,6 +134,10 @@ probe exchange_with(const operations::daemon_row& daemon, const operations::reco
     seen.error = talk(fd.get(), daemon, request, end, seen);
     if (seen.error != 0)
         seen.failed = exchange_failure(seen.error);
+    else if (request.empty())
+        judge_connection(seen);
+    if (!seen.works())
+        seen.failed.cause += told_of_process(seen.process);
     seen.milliseconds = milliseconds(clock_type::now() - start).count();
     return seen;
 }

@@ -37,9 +37,11 @@ struct probe {
     operations::record reply = {};
 
     bool works() const { return failed.status == exit_status::done; }
+    bool is_stopped() const; // the process
 };
 
-// Sends the request, if there is one, and waits for the answer, of which the last record is kept.
+// Sends the request, if there is one, and waits for the answer, of which the last record is kept. Without a request the
+// connection is enough, but that of a process that is stopped.
 probe exchange_with(const operations::daemon_row& daemon, const operations::record& request, double seconds);
 
 // The daemon's harmless request. Every answer of the right size will do: a refusal shows a daemon that works.

@@ -3,6 +3,7 @@
 #include "tools/utmctl/process_name.h"
 #include "tools/utmctl/registry_audit.h"
 #include "tools/utmctl/registry_view.h"
+#include "tools/utmctl/remedy.h"
 #include "tools/utmctl/shared_memory.h"
 
 #include <cerrno>
@@ -41,7 +42,7 @@ finding not_compared(const service& who, const probe& seen)
 {
     return {severity::note,
             "the profiles were not compared with those of " + name_of(who) + ", which " + seen.failed.cause,
-            next_after(seen.failed.status)};
+            remedy_for(who, seen)};
 }
 
 finding unknown_to(const service& who, uint32_t profile, unsigned code)

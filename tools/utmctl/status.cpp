@@ -2,6 +2,7 @@
 #include "tools/utmctl/json_table.h"
 #include "tools/utmctl/probe.h"
 #include "tools/utmctl/process_name.h"
+#include "tools/utmctl/remedy.h"
 
 #include <algorithm>
 #include <chrono>
@@ -44,7 +45,7 @@ void tell(outcome& told, const watched_daemon& daemon, const probe& seen, const 
     told.problems.push_back({.status = seen.failed.status,
                              .what = what,
                              .culprits = {{name_of(daemon.who), daemon.row.path, seen.failed.cause}},
-                             .next = next_after(seen.failed.status)});
+                             .next = remedy_for(daemon.who, seen)});
 }
 
 constexpr shown_member shown[] = {
@@ -108,7 +109,7 @@ outcome wait(const request& asked)
         const std::string name = daemons[i]->row.name;
         tell(told, *daemons[i], seen[i], name + " was not ready" + within);
         if (seen[i].works())
-            told.confirmations.push_back(name + (daemons[i]->harmless ? " answers" : " takes connections"));
+            told.confirmations.push_back(name + " " + state_of(*daemons[i], seen[i]));
     }
     return told;
 }

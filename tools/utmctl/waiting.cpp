@@ -2,7 +2,7 @@
 
 #include "tools/utmctl/dry_run.h"
 #include "tools/utmctl/ending.h"
-#include "tools/utmctl/probe.h"
+#include "tools/utmctl/remedy.h"
 #include "tools/utmctl/text_list.h"
 
 #include <algorithm>
@@ -68,7 +68,7 @@ const watched_daemon& daemon_named(const std::string& name)
     throw failure({.status = exit_status::unreachable,
                    .what = asked.words + " was not begun " + within,
                    .culprits = {{name_of(daemon.who), daemon.row.path, seen.failed.cause}},
-                   .next = next_after(exit_status::unreachable)});
+                   .next = remedy_for(daemon.who, seen) + ", then run the command again"});
 }
 
 void wait_for(const watched_daemon& daemon, const request& asked, clock_type::time_point deadline)

@@ -15,6 +15,7 @@ struct examination {
     std::vector<watched_answer> answers; // of all daemons, in the order of their table
 
     bool works(const operations::daemon_row& daemon) const;
+    bool is_deserted() const; // no daemon has so much as a socket
 };
 
 findings check_sockets(const examination& box);

@@ -3,6 +3,7 @@
 #include "tools/utmctl/families.h"
 
 #include <algorithm>
+#include <cerrno>
 
 namespace doctor {
 
@@ -41,12 +42,52 @@ examination examine(double seconds)
     return box;
 }
 
+struct diagnosis {
+    const check* by;
+    finding found;
+};
+
+// The worst first, and those alike in the order of the checks.
+std::vector<diagnosis> diagnose(const examination& box)
+{
+    std::vector<diagnosis> all;
+    for (const check& one : checks) {
+        for (const finding& found : one.run(box))
+            all.push_back({&one, found});
+    }
+    std::stable_sort(all.begin(), all.end(), [](const diagnosis& one, const diagnosis& other) {
+        return one.found.how_bad > other.found.how_bad;
+    });
+    return all;
+}
+
+finding nobody_here()
+{
+    return {severity::error, "none of the seven daemons runs here: not one of their sockets exists",
+            "run this on the gateway, or start the daemons"};
+}
+
+// Seven lines that say the same would hide the others: that there is no daemon at all is told in one.
+std::vector<std::string> lines_of(const std::vector<diagnosis>& all, bool with_sockets)
+{
+    std::vector<std::string> lines;
+    if (!with_sockets)
+        lines.push_back(line_of(nobody_here()));
+    for (const diagnosis& one : all) {
+        if (with_sockets || one.by->run != check_sockets)
+            lines.push_back(line_of(one.found));
+    }
+    return lines;
+}
+
 outcome run(const request& asked)
 {
     const examination box = examine(asked.timeout);
+    const std::vector<diagnosis> all = diagnose(box);
     outcome told = {.result = json::array()};
-    for (const check& one : checks)
-        tell(told, one.run(box), one.name);
+    for (const diagnosis& one : all)
+        record(told, one.found, one.by->name);
+    told.lines = lines_of(all, !box.is_deserted());
     if (told.lines.empty())
         told.confirmations.emplace_back("nothing wrong");
     return told;
@@ -62,6 +103,12 @@ constexpr command commands[] = {
 };
 
 } // namespace
+
+bool examination::is_deserted() const
+{
+    return std::all_of(answers.begin(), answers.end(),
+                       [](const watched_answer& one) { return one.seen.error == ENOENT; });
+}
 
 bool examination::works(const operations::daemon_row& daemon) const
 {

@@ -1,6 +1,7 @@
 #include "tools/utmctl/doctor/checks.h"
 
 #include "tools/utmctl/number.h"
+#include "tools/utmctl/remedy.h"
 
 #include <cerrno>
 #include <cstdlib>
@@ -51,7 +52,8 @@ std::optional<finding> unreadable_switch()
             return finding{severity::error,
                            std::string("the switch file ") + path + " cannot be read (" + strerror(errno) +
                                "), so the content filter cannot be switched",
-                           "make it a file that everybody may read, or remove it and switch its engine again"};
+                           remedy_of_user(0, "make it a file that everybody may read, or remove it and switch its "
+                                             "engine again")};
     }
     return {};
 }
@@ -62,7 +64,7 @@ std::optional<finding> missing_in_kernel()
         if (!exists(path))
             return finding{severity::warning,
                            std::string(path) + " cannot be found, so nothing is filtered in the kernel",
-                           "load the content filter's kernel module"};
+                           remedy_of_user(0, "load the content filter's kernel module")};
     }
     return {};
 }
@@ -77,7 +79,7 @@ std::optional<finding> engines_against_marker()
     return finding{severity::error,
                    std::string(wanted ? "an engine" : "no engine") + " of the content filter is switched on, but " +
                        UTM_CF_MARKER + " tells that the filter as a whole is " + state_of(is),
-                   "'utmctl cf activate' makes the filter follow its engines"};
+                   remedy_of_user(0, "'utmctl cf activate' makes the filter follow its engines")};
 }
 
 struct kernel_switch {
@@ -101,7 +103,7 @@ std::optional<finding> kernel_against_marker()
             return finding{on ? severity::error : severity::warning,
                            std::string("the content filter is ") + state_of(on) + ", but the kernel's switch " +
                                one.path + " holds " + in_quotes(*found) + " instead of " + in_quotes(expected),
-                           std::string("'utmctl cf switch-kernel ") + state_of(on) + "' sets it"};
+                           remedy_of_user(0, std::string("'utmctl cf switch-kernel ") + state_of(on) + "' sets it")};
     }
     return {};
 }

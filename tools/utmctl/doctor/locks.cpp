@@ -2,6 +2,7 @@
 
 #include "tools/utmctl/lock_view.h"
 #include "tools/utmctl/process_name.h"
+#include "tools/utmctl/remedy.h"
 
 #include <cerrno>
 #include <chrono>
@@ -51,11 +52,9 @@ finding held(const lock& one, const lock_view& seen, severity how_bad, const cha
 
 std::optional<finding> check_holder(const lock& one, const lock_view& seen)
 {
-    const std::string process = std::to_string(seen.process);
     switch (state_of_process(seen.process)) {
     case process_state::stopped:
-        return held(one, seen, severity::error, "is stopped and holds",
-                    "continue it with 'kill -CONT " + process + "', or end it");
+        return held(one, seen, severity::error, "is stopped and holds", continuing(seen.process) + ", or end it");
     case process_state::ended:
         return held(one, seen, severity::error, "has ended without giving back", "restart the gateway");
     case process_state::alive:

@@ -1,5 +1,7 @@
 #include "tools/utmctl/doctor/checks.h"
 
+#include "tools/utmctl/remedy.h"
+
 #include "kqutm/common.h"
 
 #include <cstdio>
@@ -37,15 +39,16 @@ std::optional<finding> check_log(const std::string& path)
     if (lstat(path.c_str(), &file) != 0)
         return {};
     if (!S_ISREG(file.st_mode))
-        return finding{severity::warning, path + " is not a file, so no failure of its family is logged", "remove it"};
+        return finding{severity::warning, path + " is not a file, so no failure of its family is logged",
+                       remedy_of_user(file.st_uid, "remove it")};
     if (!is_writable(path.c_str(), file))
         return finding{severity::warning, path + " cannot be written, so failures of its family are not logged",
-                       "'chmod u+w " + path + "' by its owner makes it writable"};
+                       remedy_of_user(file.st_uid, "'chmod u+w " + path + "' makes it writable")};
     if (file.st_size > rotated_above + longest_message)
         return finding{severity::warning,
                        path + " has " + std::to_string(file.st_size) + " bytes, though it should be moved to " + path +
                            "2 above 5242880",
-                       "remove " + path + "2 if it cannot be replaced, or this log"};
+                       remedy_of_user(file.st_uid, "remove " + path + "2 if it cannot be replaced, or this log")};
     return {};
 }
 
@@ -62,14 +65,14 @@ findings check_temporary_folder(const examination&)
     struct stat folder;
     if (stat(temporary_folder, &folder) != 0 || !S_ISDIR(folder.st_mode))
         return {{severity::error, "/tmp is no folder, so there is no place for sockets, switches and logs",
-                 "make it one with mode 1777"}};
+                 remedy_of_user(0, "make it one with mode 1777")}};
     if ((folder.st_mode & S_IWOTH) == 0)
         return {{severity::warning, "/tmp is closed to other users, whose programs cannot create switches and logs",
-                 "'chmod 1777 /tmp' opens it"}};
+                 remedy_of_user(folder.st_uid, "'chmod 1777 /tmp' opens it")}};
     if ((folder.st_mode & S_ISVTX) == 0)
         return {{severity::warning,
                  "/tmp is not sticky, so any user may remove the daemons' sockets and the registry's marker",
-                 "'chmod 1777 /tmp' makes it so"}};
+                 remedy_of_user(folder.st_uid, "'chmod 1777 /tmp' makes it so")}};
     if (is_full(temporary_folder))
         return {
             {severity::error, "/tmp is full, so switches, markers and logs cannot be written", "remove what fills it"}};
@@ -83,16 +86,16 @@ findings check_log_folder(const examination&)
         return {};
     if (!S_ISDIR(folder.st_mode))
         return {{severity::warning, std::string(log_folder) + " is not a folder, so no failure is logged",
-                 "remove it; the library makes the folder when it logs"}};
+                 remedy_of_user(folder.st_uid, "remove it; the library makes the folder when it logs")}};
     if (!is_writable(log_folder, folder))
         return {{severity::warning,
                  std::string("the log folder ") + log_folder + " is not writable, so new logs cannot be made",
-                 std::string("'chmod 755 ") + log_folder + "' by its owner makes it writable"}};
+                 remedy_of_user(folder.st_uid, std::string("'chmod 755 ") + log_folder + "' makes it writable")}};
     if (is_foreign(folder))
         return {{severity::warning,
                  std::string("the log folder ") + log_folder + " belongs to user " + std::to_string(folder.st_uid) +
                      ", who may change what the logs tell",
-                 std::string("'chown root ") + log_folder + "' takes it over"}};
+                 remedy_of_user(0, std::string("'chown root ") + log_folder + "' takes it over")}};
     return {};
 }
 

@@ -3,6 +3,7 @@
 #include "tools/utmctl/lock_view.h"
 #include "tools/utmctl/registry_audit.h"
 #include "tools/utmctl/registry_view.h"
+#include "tools/utmctl/remedy.h"
 #include "tools/utmctl/shared_memory.h"
 
 #include "kqutm/common.h"
@@ -65,8 +66,8 @@ bool holds_something(const std::string& content)
 finding left_behind(const std::string& names, bool something)
 {
     return {something ? severity::error : severity::note,
-            std::string("the library file ") + key_file + " was replaced while the gateway ran, so that " + names +
-                " is out of everybody's reach",
+            std::string("the library file ") + key_file +
+                " was replaced while the gateway ran, so that nobody reaches " + names + " any more",
             "restart the gateway"};
 }
 
@@ -88,8 +89,8 @@ std::optional<finding> find_left_behind()
 
 std::string ipcrm(const segment_row& row)
 {
-    return "end the program that made it, remove it with 'ipcrm -m " + std::to_string(row.id) +
-           "', and restart the gateway";
+    return remedy_of_user(0, "end the program that made it, remove it with 'ipcrm -m " + std::to_string(row.id) +
+                                 "', and restart the gateway");
 }
 
 void check_segment(findings& found, const known_segment& known)
@@ -116,7 +117,7 @@ findings check_key_file(const examination&)
     return {{severity::error,
              std::string("the key file ") + key_file + " cannot be found (" + strerror(errno) +
                  "), so the ID registry and the UUID are out of everybody's reach",
-             "install the library at that path, and restart the gateway"}};
+             remedy_of_user(0, "install the library at that path, and restart the gateway")}};
 }
 
 findings check_left_behind(const examination&)

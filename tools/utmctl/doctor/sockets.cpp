@@ -1,6 +1,6 @@
 #include "tools/utmctl/doctor/checks.h"
 
-#include "tools/utmctl/process_name.h"
+#include "tools/utmctl/remedy.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -34,27 +34,7 @@ std::optional<finding> wrong_kind(const service& who, const struct stat& file)
     if (S_ISSOCK(file.st_mode))
         return {};
     return finding{severity::error, std::string(who.socket) + " is not a socket, so nobody reaches " + name_of(who),
-                   "remove it and start " + name_of(who) + " again"};
-}
-
-std::string is_in_state(const probe& seen)
-{
-    switch (seen.process > 0 ? state_of_process(seen.process) : process_state::alive) {
-    case process_state::stopped:
-        return ": " + name_of_process(seen.process) + " is stopped";
-    case process_state::ended:
-        return ": " + name_of_process(seen.process) + ", which made its socket, has ended";
-    case process_state::alive:
-        return "";
-    }
-    return "";
-}
-
-std::string remedy_for(const service& who, const probe& seen)
-{
-    if (seen.process > 0 && state_of_process(seen.process) == process_state::stopped)
-        return "continue it with 'kill -CONT " + std::to_string(seen.process) + "'";
-    return "start " + name_of(who) + " again";
+                   remedy_of_user(file.st_uid, "remove it and start " + name_of(who) + " again")};
 }
 
 std::optional<finding> wrong_answer(const service& who, const probe& seen)
@@ -66,9 +46,8 @@ std::optional<finding> wrong_answer(const service& who, const probe& seen)
         return finding{severity::error,
                        "nobody listens at " + std::string(who.socket) + ": " + name_of(who) +
                            " has ended and left its socket behind",
-                       "start " + name_of(who) + " again"};
-    return finding{severity::error, name_of(who) + at + " " + seen.failed.cause + is_in_state(seen),
-                   remedy_for(who, seen)};
+                       remedy_for(who, seen)};
+    return finding{severity::error, name_of(who) + at + " " + seen.failed.cause, remedy_for(who, seen)};
 }
 
 std::optional<finding> wrong_mode(const watched_daemon& daemon, const struct stat& file)
@@ -77,10 +56,10 @@ std::optional<finding> wrong_mode(const watched_daemon& daemon, const struct sta
     const mode_t needed = is_made_by_library(daemon.row) ? all_may_write : S_IWUSR;
     if ((mode & needed) == needed)
         return {};
-    return finding{severity::warning,
-                   std::string(daemon.who.socket) + " has mode " + octal(mode) +
-                       ", so programs of other users cannot connect",
-                   "'chmod " + octal(mode | needed) + " " + daemon.who.socket + "' lets them"};
+    return finding{
+        severity::warning,
+        std::string(daemon.who.socket) + " has mode " + octal(mode) + ", so programs of other users cannot connect",
+        remedy_of_user(file.st_uid, "'chmod " + octal(mode | needed) + " " + daemon.who.socket + "' lets them")};
 }
 
 // In a folder where everybody may write, anybody can pretend to be a daemon.
@@ -91,7 +70,8 @@ std::optional<finding> wrong_owner(const service& who, const struct stat& file)
     return finding{severity::warning,
                    std::string(who.socket) + " belongs to user " + std::to_string(file.st_uid) +
                        ", who may have put something else in the place of " + name_of(who),
-                   "see that " + name_of(who) + " runs as that user, or remove the socket and start the daemon again"};
+                   remedy_of_user(0, "see that " + name_of(who) +
+                                         " runs as that user, or remove the socket and start the daemon again")};
 }
 
 // The first thing that is wrong: the others would follow from it.
@@ -103,7 +83,7 @@ std::optional<finding> check_socket(const watched_answer& one)
         return finding{severity::error,
                        "the socket " + std::string(who.socket) + " of " + name_of(who) +
                            " cannot be found: " + strerror(errno),
-                       "start " + name_of(who)};
+                       remedy_for(who, one.seen)};
     for (const auto& wrong :
          {wrong_kind(who, file), wrong_answer(who, one.seen), wrong_mode(one.daemon, file), wrong_owner(who, file)}) {
         if (wrong)
