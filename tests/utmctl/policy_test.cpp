@@ -77,12 +77,13 @@ TEST(policy, a_refused_content_filter_policy_takes_an_application_policy_along)
 TEST(policy, a_refused_application_policy_stays_registered)
 {
     const config_daemons daemons({.app = 3});
-    const std::string error = std::string("application policy 80 was not created (in the registry): ") + app_refused +
+    const std::string error = std::string("application policy 80 was created in part (in the registry): ") +
+                              app_refused +
                               "; release it with 'utmctl registry release app-policy 80' and run the command again\n";
-    EXPECT_EQ(utmctl("app create-policy 80"), refused(1, error));
+    EXPECT_EQ(utmctl("app create-policy 80"), refused(8, error));
     EXPECT_EQ(slot(app_policies), 80U);
     const run_result in_json = utmctl("-j app create-policy 81");
-    EXPECT_TRUE(in_json.out.starts_with(R"({"command":"app create-policy","status":"refused","exit":1,)"
+    EXPECT_TRUE(in_json.out.starts_with(R"({"command":"app create-policy","status":"done-in-part","exit":8,)"
                                         R"("result":{"id":81,"registered":true},"errors":[{)"))
         << in_json;
 }
@@ -93,7 +94,7 @@ TEST(policy, a_refused_application_policy_is_not_to_be_released_with_another)
     const config_daemons daemons({.app = 3});
     register_ids({{512, 80}});
     EXPECT_EQ(utmctl("app create-policy 80"),
-              refused(1, std::string("application policy 80 was not created (in the registry): ") + app_refused +
+              refused(8, std::string("application policy 80 was created in part (in the registry): ") + app_refused +
                              "; run the command again with another identifier\n"));
 }
 
@@ -103,7 +104,7 @@ TEST(policy, a_refused_identifier_from_the_clock_is_told)
     const run_result result = utmctl("app create-policy");
     const std::string number = std::to_string(slot(app_policies));
     EXPECT_EQ(result,
-              refused(1, "the application policy was not created (in the registry): " + std::string(app_refused) +
+              refused(8, "the application policy was created in part (in the registry): " + std::string(app_refused) +
                              "; release it with 'utmctl registry release app-policy " + number +
                              "' and run the command again\n"));
 }
@@ -132,11 +133,23 @@ TEST(policy, a_refused_binding_stays_in_the_registry)
 {
     const config_daemons daemons({.app = 3});
     register_ids({{0, 7}, {1024, 80}});
-    const std::string error = std::string("application policy 80 was not bound to profile 7 (bound in the "
-                                          "registry): ") +
-                              app_refused + "\n";
-    EXPECT_EQ(utmctl("profile bind-app 7 80"), refused(1, error));
+    EXPECT_EQ(utmctl("profile bind-app 7 80"),
+              refused(8, std::string("application policy 80 was bound to profile 7 in part (in the registry): ") +
+                             app_refused + "; run the command again, or bind another policy\n"));
     EXPECT_EQ(slot(app_bindings), 80U);
+    EXPECT_TRUE(utmctl("-j profile bind-app 7 80")
+                    .out.starts_with(R"({"command":"profile bind-app","status":"done-in-part","exit":8,"result":)"
+                                     R"({"id":7,"policy":80,"registered":true},"errors":[{"status":"done-in-part",)"));
+}
+
+TEST(policy, a_binding_that_reaches_no_daemon_stays_in_the_registry)
+{
+    register_ids({{0, 7}, {512, 70}});
+    EXPECT_EQ(utmctl("profile bind-cf 7 70"),
+              refused(8, std::string("content-filter policy 70 was bound to profile 7 in part (in the registry): ") +
+                             cf_missing +
+                             "; start what cannot be reached, then run the command again, or bind another policy\n"));
+    EXPECT_EQ(slot(cf_bindings), 70U);
 }
 
 TEST(policy, what_is_not_registered_is_not_bound)

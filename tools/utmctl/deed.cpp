@@ -40,6 +40,11 @@ std::string maybe_done(const deed_words& words)
     return words.changes ? words.subject + " may have been " + words.participle : not_done(words);
 }
 
+std::string done_in_part(const deed_words& words)
+{
+    return words.subject + " was " + words.participle + " in part";
+}
+
 problem exchange_problem(const std::string& what, const service& daemon, int error, std::optional<int32_t> answer)
 {
     failed_exchange failed = exchange_failure(answer ? EREMOTEIO : error);

@@ -17,6 +17,7 @@ struct deed_words {
 std::string done(const deed_words& words);
 std::string not_done(const deed_words& words);
 std::string maybe_done(const deed_words& words);
+std::string done_in_part(const deed_words& words);
 
 // The words of a row, with {NAME} replaced by what was given for the argument of that name.
 std::string filled_in(std::string text, const request& asked);

@@ -29,17 +29,19 @@ int32_t added_id(const watched_call& call, const id_kind& kind)
 
 // What a refused policy leaves in the registry, and how to mend it. The application policy's identifier stays; the
 // content-filter policy's takes that of an application policy with it.
-void tell_what_is_left(problem& why, const policy_kind& kind, int32_t id, const watched_call& call)
+void tell_what_is_left(problem& why, const policy_kind& kind, const deed_words& words, int32_t id,
+                       const watched_call& call)
 {
     const id_kind& own = kind_of(kind.word);
     const id_kind& other = other_kind(kind);
     const std::string number = std::to_string(id);
     if (is_registered(call.after, own.number, id)) {
-        why.what += " (in the registry)";
+        why.what = done_in_part(words) + " (in the registry)";
         why.next = is_registered(call.after, other.number, id)
                        ? next_after(why.status, "run the command again with another identifier")
                        : next_after(why.status, std::string("release it with 'utmctl registry release ") + own.word +
                                                     " " + number + "' and run the command again");
+        why.status = exit_status::done_in_part;
     }
     if (is_registered(call.before, other.number, id) && !is_registered(call.after, other.number, id)) {
         why.what += " (" + named(other, id) + " is not in the registry any more)";
@@ -48,12 +50,26 @@ void tell_what_is_left(problem& why, const policy_kind& kind, int32_t id, const 
     }
 }
 
-problem creation_problem(const policy_kind& kind, int32_t id, const watched_call& call, const std::string& what)
+problem creation_problem(const policy_kind& kind, const deed_words& words, int32_t id, const watched_call& call)
 {
-    if (const auto refusal = creation_refusal(call, what))
+    if (const auto refusal = creation_refusal(call, not_done(words)))
         return *refusal;
-    problem why = config_problem(what, kind.daemon, call.error, call.log);
-    tell_what_is_left(why, kind, id, call);
+    problem why = config_problem(not_done(words), kind.daemon, call.error, call.log);
+    tell_what_is_left(why, kind, words, id, call);
+    return why;
+}
+
+// The registry is written before the daemon is told, and keeps what the daemon does not take.
+problem binding_problem(const policy_kind& kind, const deed_words& words, bool bound, const watched_call& call)
+{
+    if (failed_on_registry(call) || call.returned == 0)
+        return registry_problem(not_done(words), "cannot be used", call.error);
+    problem why = config_problem(not_done(words), kind.daemon, call.error, call.log);
+    if (bound) {
+        why.what = done_in_part(words) + " (in the registry)";
+        why.next = next_after(why.status, "run the command again, or bind another policy");
+        why.status = exit_status::done_in_part;
+    }
     return why;
 }
 
@@ -96,7 +112,7 @@ outcome create_policy(const policy_kind& kind, const request& asked)
     if (call.returned > 0)
         return {.result = {{"id", call.returned}, {"registered", true}}, .lines = {std::to_string(call.returned)}};
     const int32_t id = wanted != 0 ? wanted : added_id(call, own);
-    const problem why = creation_problem(kind, id, call, not_done(words));
+    const problem why = creation_problem(kind, words, id, call);
     return {.status = why.status,
             .result = {{"id", id != 0 ? json(id) : json()}, {"registered", is_registered(call.after, own.number, id)}},
             .problems = {why}};
@@ -120,10 +136,7 @@ outcome bind_policy(const policy_kind& kind, const request& asked)
         told.confirmations = {done(words)};
         return told;
     }
-    const std::string what = not_done(words) + (bound ? " (bound in the registry)" : "");
-    told.problems = {failed_on_registry(call) || call.returned == 0
-                         ? registry_problem(what, "cannot be used", call.error)
-                         : config_problem(what, kind.daemon, call.error, call.log)};
+    told.problems = {binding_problem(kind, words, bound, call)};
     told.status = told.problems.front().status;
     return told;
 }

@@ -57,8 +57,7 @@ std::string what_happened(const profile_step& step, const profile_answers& answe
 {
     if (answers.status != exit_status::done_in_part)
         return not_done(step);
-    return any_failed(answers) ? step.subject + " was " + step.participle + " in part"
-                               : maybe_done(step) + " in part only";
+    return any_failed(answers) ? done_in_part(step) : maybe_done(step) + " in part only";
 }
 
 } // namespace

@@ -15,8 +15,3 @@ outcome done_by_shell(const deed_words& words, json result, const std::string& p
                       .next = "mend what it names, then run the command again"}};
     return told;
 }
-
-std::string done_in_part(const deed_words& words)
-{
-    return words.subject + " was " + words.participle + " in part";
-}
