@@ -29,6 +29,13 @@ TEST(explain, nothing_to_explain)
               "\n");
 }
 
+TEST(explain, nothing_was_said_to_a_wrong_line)
+{
+    for (const char* line : {"profile create x", "profile flush", "profle", "version --timeout"})
+        EXPECT_EQ(explanation_of(line), json::array()) << line;
+    EXPECT_EQ(utmctl("--explain profile flush").err, utmctl("profile flush").err);
+}
+
 TEST(explain, a_failure_with_its_lines_and_their_meaning)
 {
     const config_daemons daemons({.app = 5});

@@ -2,18 +2,27 @@
 
 #include "tools/utmctl/run_line.h"
 
+#include <algorithm>
 #include <fcntl.h>
 #include <unistd.h>
 #include <utility>
 
 namespace {
 
+// The library has said nothing to a line that is wrong. For scripts the member is there all the same.
+outcome with_explanation(outcome result, const std::vector<std::string>& given, const output_style& style)
+{
+    if (style.json && std::find(given.begin(), given.end(), "--explain") != given.end())
+        result.explanation = json::array();
+    return result;
+}
+
 outcome parse_and_run(const std::vector<std::string>& given, command_line& line)
 {
     try {
         parse(given, line);
     } catch (const failure& cause) {
-        return failed(cause);
+        return with_explanation(failed(cause), given, line.style);
     }
     return run_line(line);
 }
