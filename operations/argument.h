@@ -6,6 +6,7 @@
 #include "operations/text.h"
 
 #include <algorithm>
+#include <array>
 #include <concepts>
 #include <cstdlib>
 #include <memory>
@@ -117,10 +118,32 @@ private:
     std::optional<std::vector<uint8_t>> bytes_; // none for null, which has no digits
 };
 
-// A MAC address.
-template <> class argument<const uint8_t*> : public bytes<6> {
+// A MAC address, with or without anything between its bytes.
+template <> class argument<const uint8_t*> : public read_only<const uint8_t*> {
 public:
-    using bytes::bytes;
+    static std::string word() { return "a MAC address such as 02:42:ac:11:00:05 or 0242ac110005, or null"; }
+    static std::string wrong(words given, size_t at)
+    {
+        return given[at] == null_word || parsed(given[at]) ? "" : "is not " + word();
+    }
+
+    argument(words given, size_t at) : mac_(parsed(given[at])) {}
+    const uint8_t* value() const { return mac_ ? mac_->data() : nullptr; }
+
+private:
+    using mac = std::array<uint8_t, 6>;
+
+    static std::optional<mac> parsed(const std::string& text)
+    {
+        const std::optional<std::vector<uint8_t>> digits = parse_hex(text);
+        mac joined = {};
+        if (!digits || digits->size() != joined.size())
+            return parse_mac(text);
+        std::ranges::copy(*digits, joined.begin());
+        return joined;
+    }
+
+    std::optional<mac> mac_; // none for null, which is no address
 };
 
 // Memory that the function fills.
@@ -159,14 +182,14 @@ public:
     std::optional<json> told() const
     {
         const Status* status = this->place();
-        return status == nullptr ? json() : json({{"unwritten", status->unwritten}, {"words", status->words}});
+        return status == nullptr ? json() : json({{"words", status->words}});
     }
 };
 
 // A buffer, of the size that the next word tells but of no less than 256 bytes.
 template <> class argument<char*> {
 public:
-    static std::string word() { return "out, or null; out is given the bytes that the size tells, and at least 256"; }
+    static std::string word() { return "out, which is a buffer of SIZE bytes, but at least 256; or null"; }
     static std::string wrong(words given, size_t at) { return written<char>::wrong(given, at); }
 
     argument(words given, size_t at)

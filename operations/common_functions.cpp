@@ -23,13 +23,19 @@ constexpr char semaphore_help[] = "the semaphore set, as init_utm_common_sem ret
 
 constexpr meaning stored_values[] = {{"0", "stored, also when the lock cannot be given back"},
                                      {"-1", "null or too long (EINVAL), or the segment is out of reach"}};
-constexpr result_kind stored = {fails::minus_one, stored_values, uuid_causes};
+constexpr result_kind stored = {fails::minus_one, stored_values, uuid_causes, fails_on::shared_memory};
 
 constexpr meaning read_values[] = {
     {"0", "there is a UUID"},
     {"-1", "there is none (errno 0), an argument is refused (EINVAL), or the segment is out of reach"},
 };
-constexpr result_kind read = {fails::minus_one, read_values, uuid_causes};
+constexpr result_kind read = {fails::minus_one, read_values, uuid_causes, fails_on::shared_memory};
+
+bool is_empty_text(words given)
+{
+    const argument<const char*> text(given, 0);
+    return text.value() != nullptr && *text.value() == '\0';
+}
 
 constexpr function_row functions[] = {
     {log_function,
@@ -45,7 +51,10 @@ constexpr function_row functions[] = {
      {"a text of up to 255 characters"},
      {"system: common segment written, under its lock"},
      waits_for_lock,
-     stored},
+     stored,
+     nullptr,
+     "the device UUID, where the text is empty",
+     is_empty_text},
     {bound<utm_uuid_get>("int32_t utm_uuid_get(char* buffer, int size)"),
      "reads the device UUID",
      {"where the text goes; 256 bytes, whatever size says", "up to 256; not used for anything but that check"},
@@ -99,7 +108,9 @@ constexpr function_row functions[] = {
       "bytes of the buffer; up to 128 take the first line alone", "not 0: one newline at the end is removed"},
      {"shell: the command"},
      "until the command ends",
-     nothing_told},
+     nothing_told,
+     nullptr,
+     "whatever the command destroys"},
 };
 
 } // namespace

@@ -12,7 +12,7 @@ constexpr char exchange_with_target[] = "exchange: the event sent to the target,
 
 constexpr meaning socket_values[] = {{"a descriptor", "of the socket, closed when another program is run"},
                                      {"-1", "failed; no socket is left at the path"}};
-constexpr result_kind socket_or_not = {fails::negative, socket_values, system_causes};
+constexpr result_kind socket_or_not = {fails::negative, socket_values, system_causes, fails_on::system};
 
 constexpr meaning connection_causes[] = {
     {"ENOENT", "the daemon's socket is missing"},

@@ -11,7 +11,7 @@ constexpr meaning devices_values[] = {
      "circular, behind a head of which only the links mean anything; where errno tells a cause, it is not whole"},
     {"null", "no device (errno 0), or the daemon could not be asked, or memory is short"},
 };
-constexpr result_kind devices_or_null = {fails::null, devices_values, exchange_causes, true};
+constexpr result_kind devices_or_null = {fails::null, devices_values, exchange_causes, fails_on::daemon, true};
 
 constexpr meaning minus_one_values[] = {
     {"-1", "the daemon refused, an argument was refused, or no answer came"},

@@ -42,6 +42,11 @@ const function_family& family_of(const function_row& function)
     });
 }
 
+bool destroys(const function_row& function, words given)
+{
+    return function.destroys != nullptr && (function.destroys_with == nullptr || function.destroys_with(given));
+}
+
 bool has_failed(const function_row& function, const json& returned, int error)
 {
     switch (function.result.when) {

@@ -44,11 +44,19 @@ enum class fails {
     zero // unless errno is 0
 };
 
+// What it failed on, where errno alone leaves that open.
+enum class fails_on {
+    daemon,
+    shared_memory, // which the key file leads to, and its lock
+    system
+};
+
 struct result_kind {
     fails when;
     std::span<const meaning> values;
     std::span<const meaning> causes = {}; // by errno
-    bool may_be_cut = false;              // a list of an engine, which errno alone tells to be not whole
+    fails_on on = fails_on::daemon;
+    bool may_be_cut = false; // a list of an engine, which errno alone tells to be not whole
 };
 
 // What came of a call. An output is there for each parameter that the function writes to; null for a null pointer.
@@ -90,6 +98,7 @@ struct function_row {
     const result_kind& result;
     const char* afterwards = nullptr; // what becomes of what the function hands out, once it has been told
     const char* destroys = nullptr;
+    bool (*destroys_with)(words given) = nullptr; // where that depends on the arguments
 
     constexpr signature parsed() const { return parse_prototype(by_words.prototype); }
     constexpr std::string_view name() const { return parsed().function.name; }
@@ -104,6 +113,9 @@ struct function_family {
 std::span<const function_family> function_families();
 
 const function_family& family_of(const function_row& function);
+
+// Whether a call with these words loses something.
+bool destroys(const function_row& function, words given);
 
 // Null for a name that no function has.
 const function_row* find_function(std::string_view name);

@@ -26,7 +26,7 @@ constexpr meaning flushed_values[] = {
     {"0", "also when the registry cannot be locked and nothing was deleted, and whatever the daemons answered"},
     {"-1", "the locked registry cannot be attached"},
 };
-constexpr result_kind flushed = {fails::minus_one, flushed_values, key_causes};
+constexpr result_kind flushed = {fails::minus_one, flushed_values, key_causes, fails_on::shared_memory};
 
 constexpr meaning bound_values[] = {
     {"0", "the daemon accepted; or the registry could not be locked or unlocked, and nothing was sent"},
@@ -36,7 +36,7 @@ constexpr result_kind bound_to = {fails::minus_one, bound_values, registered_exc
 
 constexpr meaning mapping_values[] = {{"a list", "an entry for each profile, in the order of the registry's slots"},
                                       {"null", "there is no profile (errno 0), or the registry is out of reach"}};
-constexpr result_kind mapping_or_null = {fails::null, mapping_values, key_causes};
+constexpr result_kind mapping_or_null = {fails::null, mapping_values, key_causes, fails_on::shared_memory};
 
 constexpr meaning steps_values[] = {{"0", "all steps done"},
                                     {"-1", "a step failed; those before it stay done, the rest is left out"}};
@@ -66,7 +66,9 @@ constexpr function_row functions[] = {
       {user_profile_daemon, UTM_PROFILE_DELETE},
       "registry: profile and bound policies freed, as content-filter and application daemon accepted"},
      tells_three,
-     accepted_by_last},
+     accepted_by_last,
+     nullptr,
+     "the profile, and the policies bound to it"},
     {bound<utm_user_profile_add_dev>("int32_t utm_user_profile_add_dev(int32_t id, const uint8_t* mac)"),
      "adds a device to a user profile in three daemons; all three are told",
      {registered_profile, mac_help},

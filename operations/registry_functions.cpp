@@ -13,23 +13,23 @@ constexpr meaning cleared_values[] = {
     {"0", "cleared now or before; also when the lock could not be had and nothing was cleared"},
     {"-1", "the marker cannot be made, or the segment cannot be attached"},
 };
-constexpr result_kind cleared = {fails::minus_one, cleared_values, key_causes};
+constexpr result_kind cleared = {fails::minus_one, cleared_values, key_causes, fails_on::shared_memory};
 
 constexpr meaning reserved_values[] = {{"an identifier", "reserved; of 2^31 and more it reads as negative"},
                                        {"-1", "taken, no slot free, or the registry is out of reach"}};
-constexpr result_kind reserved_id = {fails::minus_one, reserved_values, reservation_causes};
+constexpr result_kind reserved_id = {fails::minus_one, reserved_values, reservation_causes, fails_on::shared_memory};
 
 constexpr meaning registered_values[] = {
     {"0", "registered, or the registry cannot be locked"},
     {"-1", "not registered (ENOENT), or the segment cannot be attached"},
 };
-constexpr result_kind registered = {fails::minus_one, registered_values, lookup_causes};
+constexpr result_kind registered = {fails::minus_one, registered_values, lookup_causes, fails_on::shared_memory};
 
 constexpr meaning released_values[] = {
     {"0", "released, or not there before; also when the registry cannot be locked and nothing was released"},
     {"-1", "the segment cannot be attached"},
 };
-constexpr result_kind released = {fails::minus_one, released_values, key_causes};
+constexpr result_kind released = {fails::minus_one, released_values, key_causes, fails_on::shared_memory};
 
 constexpr function_row functions[] = {
     {bound<init_utm_id_config_sem>("int init_utm_id_config_sem(void)"),

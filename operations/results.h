@@ -95,14 +95,14 @@ inline constexpr meaning file_causes[] = {
     {"other", "of the file that cannot be read or written"},
 };
 inline constexpr meaning done_values[] = {{"0", "done"}, {"-1", "failed; errno tells the cause"}};
-inline constexpr result_kind done_or_not = {fails::minus_one, done_values, file_causes};
+inline constexpr result_kind done_or_not = {fails::minus_one, done_values, file_causes, fails_on::system};
 
 inline constexpr meaning list_values[] = {
     {"a list",
      "circular, behind a head of which only the links mean anything; where errno tells a cause, it is not whole"},
     {"null", "the daemon could not be asked, or memory is short"},
 };
-inline constexpr result_kind list_or_null = {fails::null, list_values, exchange_causes, true};
+inline constexpr result_kind list_or_null = {fails::null, list_values, exchange_causes, fails_on::daemon, true};
 
 inline constexpr meaning nothing_values[] = {{"nothing", "whether it worked is not told"}};
 inline constexpr result_kind nothing_told = {fails::never, nothing_values};
@@ -110,21 +110,21 @@ inline constexpr result_kind nothing_told = {fails::never, nothing_values};
 inline constexpr meaning node_values[] = {{"an entry", "zero but for its links, which are not set"},
                                           {"null", "memory is short"}};
 inline constexpr meaning memory_causes[] = {{"ENOMEM", "memory is short"}};
-inline constexpr result_kind node_or_null = {fails::null, node_values, memory_causes};
+inline constexpr result_kind node_or_null = {fails::null, node_values, memory_causes, fails_on::system};
 
 inline constexpr meaning semaphore_values[] = {
     {"an identifier", "of the semaphore set"},
     {"below 0", "no key file, or another process made the semaphore at the same moment: call again"},
 };
-inline constexpr result_kind semaphore = {fails::negative, semaphore_values, semaphore_causes};
+inline constexpr result_kind semaphore = {fails::negative, semaphore_values, semaphore_causes, fails_on::shared_memory};
 
 inline constexpr meaning system_values[] = {{"0", "done"},
                                             {"-1", "the system call failed; nothing is locked or unlocked"}};
-inline constexpr result_kind system_call = {fails::minus_one, system_values, system_causes};
+inline constexpr result_kind system_call = {fails::minus_one, system_values, system_causes, fails_on::shared_memory};
 
 inline constexpr meaning segment_values[] = {{"an address", "of the segment"},
                                              {"null", "it can be neither found nor made"}};
-inline constexpr result_kind segment_or_null = {fails::null, segment_values, key_causes};
+inline constexpr result_kind segment_or_null = {fails::null, segment_values, key_causes, fails_on::shared_memory};
 
 inline constexpr meaning always_values[] = {{"0", "always"}};
 inline constexpr result_kind zero_always = {fails::never, always_values};

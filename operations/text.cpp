@@ -37,6 +37,21 @@ std::optional<std::vector<uint8_t>> parse_hex(std::string_view text)
     return bytes;
 }
 
+std::optional<std::array<uint8_t, 6>> parse_mac(std::string_view text)
+{
+    std::array<uint8_t, 6> mac;
+    if (text.size() != 3 * mac.size() - 1)
+        return {};
+    for (size_t i = 0; i < mac.size(); ++i) {
+        const std::optional<uint8_t> pair = number_of<uint8_t>(text.substr(3 * i, 2), 16);
+        const bool separated = i == 0 || (text[3 * i - 1] == text[2] && (text[2] == ':' || text[2] == '-'));
+        if (!pair || !separated)
+            return {};
+        mac[i] = *pair;
+    }
+    return mac;
+}
+
 std::string mac_text(std::span<const uint8_t, 6> mac)
 {
     char text[18];

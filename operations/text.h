@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -25,6 +26,8 @@ std::optional<std::vector<uint8_t>> parse_hex(std::string_view text);
 // What a path may consist of that a shell sees unquoted.
 inline constexpr char harmless_to_shells[] = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789/._-+,:@%=";
 
+// Six pairs of hexadecimal digits, with five colons or five hyphens between them.
+std::optional<std::array<uint8_t, 6>> parse_mac(std::string_view text);
 std::string mac_text(std::span<const uint8_t, 6> mac); // 02:42:ac:11:00:05
 
 } // namespace operations

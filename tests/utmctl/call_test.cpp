@@ -1,13 +1,19 @@
 #include "sim/gateway.h"
 #include "tests/sandbox/config_daemons.h"
 #include "tests/sandbox/files.h"
+#include "tests/sandbox/key_file.h"
 #include "tests/utmctl/engines.h"
 #include "tests/utmctl/records.h"
 #include "tests/utmctl/run.h"
 
+#include <algorithm>
+#include <cstring>
 #include <filesystem>
 #include <gtest/gtest.h>
+#include <map>
 #include <nlohmann/json.hpp>
+#include <regex>
+#include <sys/stat.h>
 
 // The functions of the library by their names, with raw values.
 
@@ -27,15 +33,15 @@ run_result failed(int status, const std::string& sentence)
     return refused(status, sentence + "\n");
 }
 
-run_result wrong(const std::string& what)
+run_result wrong(const std::string& function, const std::string& what)
 {
-    return failed(2, "call: " + what + "; 'utmctl help call' tells what it takes");
+    return failed(2, "call: " + what + "; 'utmctl describe " + function + "' tells what it takes");
 }
 
 TEST(call, tells_what_a_function_returns_and_errno)
 {
     const engine_daemon daemon(ips, answer_with(reply_of(ips, 0)));
-    EXPECT_EQ(utmctl("call utm_ips_activate 1"), (run_result{0, "returned: 0\nerrno: 0\n", ""}));
+    EXPECT_EQ(utmctl("call utm_ips_activate 1"), (run_result{0, "returned: 0\n", ""}));
     EXPECT_EQ(utmctl("-j call utm_ips_activate 0x1"),
               (run_result{0,
                           done_line("call", R"({"function":"utm_ips_activate","returned":0,"errno":null,)"
@@ -63,7 +69,7 @@ TEST(call, fails_with_the_class_of_errno)
 TEST(call, ends_with_6_where_an_identifier_is_unknown)
 {
     const config_daemons daemons;
-    EXPECT_EQ(utmctl("call utm_user_profile_delete 7"),
+    EXPECT_EQ(utmctl("call utm_user_profile_delete 7 --yes"),
               (run_result{6, "returned: -1\nerrno: ENOENT\n",
                           "utmctl: utm_user_profile_delete returned -1: errno is ENOENT: profile 7 is not registered, "
                           "and nothing was sent; 'utmctl describe utm_user_profile_delete' tells more\n"}));
@@ -72,7 +78,7 @@ TEST(call, ends_with_6_where_an_identifier_is_unknown)
 
 TEST(call, tells_an_unknown_identifier_from_a_missing_socket)
 {
-    EXPECT_EQ(utmctl("call utm_user_profile_delete 7").status, 6);
+    EXPECT_EQ(utmctl("call utm_user_profile_delete 7 --yes").status, 6);
     register_ids({{0, 7}, {512, 70}});
     EXPECT_EQ(utmctl("call utm_user_profile_add_cf_policy 7 71").err,
               "utmctl: utm_user_profile_add_cf_policy returned -1: errno is ENOENT: content-filter policy 71 is not "
@@ -81,6 +87,35 @@ TEST(call, tells_an_unknown_identifier_from_a_missing_socket)
               (run_result{4, "returned: -1\nerrno: ENOENT\n",
                           "utmctl: utm_cf_policy_flush returned -1: errno is ENOENT: a daemon's socket is missing; "
                           "'utmctl describe utm_cf_policy_flush' tells more\n"}));
+}
+
+TEST(call, ends_with_5_where_the_key_file_is_missing)
+{
+    const config_daemons daemons;
+    const missing_key_file missing;
+    for (const char* line : {"init_utm_id_config_sem", "init_utm_common_sem", "get_unique_id 7 1",
+                             "utm_uuid_get out 256", "utm_cf_policy_create 0"})
+        EXPECT_EQ(utmctl("call " + std::string(line)).status, 5) << line;
+    EXPECT_EQ(utmctl("call init_utm_id_config_sem"),
+              (run_result{5, "returned: -1\nerrno: ENOENT\n",
+                          "utmctl: init_utm_id_config_sem returned -1: errno is ENOENT: the library's installed file "
+                          "is missing; 'utmctl describe init_utm_id_config_sem' tells more\n"}));
+}
+
+TEST(call, tells_what_the_system_refuses)
+{
+    EXPECT_EQ(utmctl("call connect_ips").status, 4);
+    ASSERT_EQ(mknod("/tmp/web_safe_browsing_activate", S_IFSOCK | 0777, 0), 0); // which cannot be opened
+    EXPECT_EQ(utmctl("call utm_cf_activate").status, 1);
+}
+
+TEST(call, tells_a_policy_that_stays_reserved)
+{
+    const config_daemons daemons({.app = 3});
+    EXPECT_EQ(utmctl("call utm_app_policy_create 80"),
+              (run_result{8, "returned: -1\nerrno: EREMOTEIO\n",
+                          "utmctl: utm_app_policy_create returned -1: errno is EREMOTEIO: application policy 80 is "
+                          "reserved, and stays in the registry; 'utmctl registry release app-policy 80' frees it\n"}));
 }
 
 TEST(call, tells_an_identifier_that_stays_reserved)
@@ -96,31 +131,77 @@ TEST(call, tells_an_identifier_that_stays_reserved)
 TEST(call, ends_a_call_that_does_not_return)
 {
     const engine_daemon daemon(ips, {sim::receive(), sim::await_close()});
-    EXPECT_EQ(utmctl("--timeout 0.05 call utm_ips_activate 1"),
-              failed(3, "utm_ips_activate did not return: the IPS daemon (/tmp/utm_ips) did not answer within 0.05 s, "
-                        "and the call was ended; find out why the daemon hangs; --timeout sets a longer limit"));
+    EXPECT_EQ(
+        utmctl("--timeout 0.05 call utm_ips_activate 1"),
+        failed(3,
+               "utm_ips_activate did not return: the IPS daemon (/tmp/utm_ips) did not answer within 0.05 s, "
+               "and the call was ended; what it does may have been done all the same; --timeout sets a longer limit, "
+               "and 'utmctl describe utm_ips_activate' tells how long the library itself waits"));
+}
+
+TEST(call, tells_of_a_daemon_that_may_have_acted)
+{
+    const sim::scripted_daemon app(app_path, sim::script{sim::receive(), sim::await_close()});
+    EXPECT_EQ(utmctl("call utm_app_get_export_interval out").err,
+              "utmctl: utm_app_get_export_interval returned -1: errno is ETIMEDOUT: the daemon did not answer in time; "
+              "it may have acted all the same; 'utmctl describe utm_app_get_export_interval' tells how long the "
+              "library waits\n");
 }
 
 TEST(call, refuses_what_does_not_fit_the_type)
 {
-    EXPECT_EQ(utmctl("call utm_ips_activate -1"), wrong("on: '-1' is not a whole number from 0 to 4294967295"));
+    EXPECT_EQ(utmctl("call utm_ips_activate -1"),
+              wrong("utm_ips_activate", "on: '-1' is not a whole number from 0 to 4294967295"));
     EXPECT_EQ(utmctl("call utm_ips_activate 0x100000000"),
-              wrong("on: '0x100000000' is not a whole number from 0 to 4294967295"));
+              wrong("utm_ips_activate", "on: '0x100000000' is not a whole number from 0 to 4294967295"));
     EXPECT_EQ(utmctl("call utm_ir_db_set_whitelist 1 65536 0"),
-              wrong("second_value: '65536' is not a whole number from 0 to 65535"));
+              wrong("utm_ir_db_set_whitelist", "second_value: '65536' is not a whole number from 0 to 65535"));
     EXPECT_EQ(utmctl("call utm_cf_debug -2147483649"),
-              wrong("value: '-2147483649' is not a whole number from -2147483648 to 2147483647"));
-    EXPECT_EQ(utmctl("call utm_ips_activate"), wrong("utm_ips_activate takes 1 argument: on"));
+              wrong("utm_cf_debug", "value: '-2147483649' is not a whole number from -2147483648 to 2147483647"));
+    EXPECT_EQ(utmctl("call utm_ips_activate"), wrong("utm_ips_activate", "utm_ips_activate takes 1 argument: on"));
     EXPECT_EQ(utmctl("call utm_user_profile_add_dev 7 0242ac1100"),
-              wrong("mac: '0242ac1100' is not 6 bytes, each of two hexadecimal digits, or null"));
+              wrong("utm_user_profile_add_dev",
+                    "mac: '0242ac1100' is not a MAC address such as 02:42:ac:11:00:05 or 0242ac110005, or null"));
     EXPECT_EQ(utmctl("call utm_app_policy_config_block 80 0100000001000000 2"),
-              wrong("count: '2' is more than the entries before it"));
-    EXPECT_EQ(utmctl("call utm_app_daemon_status out out 7"), wrong("third: '7' is neither out nor null"));
+              wrong("utm_app_policy_config_block", "count: '2' is more than the entries before it"));
+    EXPECT_EQ(utmctl("call utm_app_daemon_status out out 7"),
+              wrong("utm_app_daemon_status", "third: '7' is neither out nor null"));
     EXPECT_EQ(utmctl("call utm_cf_dump_all '/tmp/a b'"),
-              wrong("path: '/tmp/a b' has characters that a shell may interpret; letters, digits and /._-+,:@%= are "
-                    "safe"));
-    EXPECT_EQ(utmctl("call utm_frob"), wrong("FUNCTION: 'utm_frob' is not a function of the library; 'utmctl "
-                                             "describe' lists them"));
+              wrong("utm_cf_dump_all", "path: '/tmp/a b' has characters that a shell may interpret; letters, digits "
+                                       "and /._-+,:@%= are safe"));
+}
+
+TEST(call, suggests_the_function_that_is_meant)
+{
+    const auto unknown = [](const std::string& text, const std::string& meant) {
+        return failed(2, "call: FUNCTION: '" + text + "' is not a function of the library; " + meant +
+                             "'utmctl describe' lists them; 'utmctl help call' tells what it takes");
+    };
+    const std::string activate = "did you mean 'utm_ips_activate'? ";
+    EXPECT_EQ(utmctl("call utm_frob"), unknown("utm_frob", ""));
+    EXPECT_EQ(utmctl("call utm_ips_activat 1"), unknown("utm_ips_activat", activate));
+    EXPECT_EQ(utmctl("call ips_activate 1"), unknown("ips_activate", activate));
+    EXPECT_EQ(utmctl("call UTM_IPS_Activate 1"), unknown("UTM_IPS_Activate", activate));
+    EXPECT_EQ(utmctl("call utm_ips_activate(1)"), unknown("utm_ips_activate(1)", activate));
+    EXPECT_EQ(utmctl("call ips_activat()"), unknown("ips_activat()", activate));
+}
+
+TEST(call, tells_the_words_of_arguments_in_its_help)
+{
+    EXPECT_NE(utmctl("help call")
+                  .out.find("\nAn argument is one of:\n"
+                            "  a number       decimal, or hexadecimal after 0x\n"
+                            "  a text         its bytes; null is a null pointer, and text:null is "
+                            "that text\n"
+                            "  a MAC address  02:42:ac:11:00:05 or 0242ac110005, or null\n"
+                            "  bytes          two hexadecimal digits each, or null\n"
+                            "  out            memory for the function to write to, told afterwards; "
+                            "or null\n\nExample:\n"),
+              std::string::npos);
+    const json words = json::parse(utmctl("-j help call").out)["result"]["words"];
+    ASSERT_EQ(words.size(), 5U);
+    EXPECT_EQ(words[0], json({{"word", "a number"}, {"meaning", "decimal, or hexadecimal after 0x"}}));
+    EXPECT_EQ(json::parse(utmctl("-j help version").out)["result"]["words"], json::array());
 }
 
 TEST(call, sends_negative_numbers)
@@ -144,9 +225,12 @@ TEST(call, takes_bytes_as_hexadecimal_digits)
 {
     register_ids({{0, 7}});
     const config_daemons daemons;
-    result_of("call utm_user_profile_add_dev 7 0242ac110005");
-    EXPECT_EQ(daemons.request_of(user_profile_path),
-              (sim::bytes{3, 0, 0, 0, 7, 0, 0, 0, 0x02, 0x42, 0xac, 0x11, 0x00, 0x05, 0, 0}));
+    for (const char* mac : {"0242ac110005", "02:42:ac:11:00:06", "02-42-ac-11-00-07"}) {
+        result_of("call utm_user_profile_add_dev 7 " + std::string(mac));
+        const auto last = static_cast<uint8_t>(mac[strlen(mac) - 1] - '0');
+        EXPECT_EQ(daemons.request_of(user_profile_path),
+                  (sim::bytes{3, 0, 0, 0, 7, 0, 0, 0, 0x02, 0x42, 0xac, 0x11, 0x00, last, 0, 0}));
+    }
 }
 
 TEST(call, tells_what_came_in_outputs)
@@ -158,7 +242,7 @@ TEST(call, tells_what_came_in_outputs)
     put_u32(status, 244, 7);
     const sim::scripted_daemon daemon(app_path, answer(records{status}));
     EXPECT_EQ(utmctl("call utm_app_daemon_status out out out"),
-              (run_result{0, "returned: 0\nerrno: 0\nfirst: 5\nsecond: 6\nthird: 7\n", ""}));
+              (run_result{0, "returned: 0\nfirst: 5\nsecond: 6\nthird: 7\n", ""}));
 }
 
 TEST(call, tells_an_output_that_is_null)
@@ -171,15 +255,15 @@ TEST(call, tells_an_output_that_is_null)
 TEST(call, prints_buffers_back)
 {
     result_of("call utm_uuid_set 'home 7'");
-    EXPECT_EQ(utmctl("call utm_uuid_get out 1"), (run_result{0, "returned: 0\nerrno: 0\nbuffer: home 7\n", ""}));
-    EXPECT_EQ(result_of("call utm_getSystemCommandResult 'echo seven' out 4 1"),
+    EXPECT_EQ(utmctl("call utm_uuid_get out 1"), (run_result{0, "returned: 0\nbuffer: home 7\n", ""}));
+    EXPECT_EQ(result_of("call utm_getSystemCommandResult 'echo seven' out 4 1 --yes"),
               json::parse(R"({"function":"utm_getSystemCommandResult","returned":null,"errno":null,)"
                           R"("outputs":{"out":"sev"},"printed":[]})"));
 }
 
 TEST(call, takes_nothing_there_for_no_failure)
 {
-    EXPECT_EQ(utmctl("call utm_uuid_get out 256"), (run_result{0, "returned: -1\nerrno: 0\nbuffer: \n", ""}));
+    EXPECT_EQ(utmctl("call utm_uuid_get out 256"), (run_result{0, "returned: -1\nbuffer: \n", ""}));
 }
 
 TEST(call, walks_lists)
@@ -191,7 +275,7 @@ TEST(call, walks_lists)
     const engine_daemon daemon(ir, send_records({entry, reply_of(ir, 1)}));
     EXPECT_EQ(utmctl("call utm_ir_db_get_whitelist"),
               (run_result{0,
-                          "returned: a list of 1 entry\nerrno: 0\n     value second_value\n3232235783          443\n"
+                          "returned: a list of 1 entry\n     VALUE SECOND-VALUE\n3232235783          443\n"
                           "the list is released\n",
                           ""}));
     EXPECT_EQ(result_of("call utm_ir_db_get_whitelist")["returned"],
@@ -218,8 +302,8 @@ TEST(call, tells_what_a_function_prints)
 
 TEST(call, makes_lists_to_be_released)
 {
-    EXPECT_EQ(utmctl("call utm_devid_free_device_list 3"), (run_result{0, "errno: 0\n", ""}));
-    EXPECT_EQ(utmctl("call utm_user_profile_free_app_usage_list null"), (run_result{0, "errno: 0\n", ""}));
+    EXPECT_EQ(utmctl("call utm_devid_free_device_list 3"), (run_result{0, "", ""}));
+    EXPECT_EQ(utmctl("call utm_user_profile_free_app_usage_list null"), (run_result{0, "", ""}));
 }
 
 TEST(call, destroys_nothing_without_yes)
@@ -232,12 +316,45 @@ TEST(call, destroys_nothing_without_yes)
     EXPECT_TRUE(std::filesystem::is_socket("/tmp/utm_ips"));
 }
 
+TEST(call, wants_a_yes_for_what_is_lost)
+{
+    const config_daemons daemons;
+    register_ids({{0, 7}});
+    result_of("call utm_uuid_set home");
+    for (const char* line : {"utm_user_profile_delete 7", "utm_uuid_set ''",
+                             "utm_uuid_set text:", "utm_getSystemCommandResult 'touch /tmp/made' out 4 1"}) {
+        EXPECT_EQ(utmctl("call " + std::string(line)).status, 9) << line;
+    }
+    EXPECT_EQ(utmctl("call utm_uuid_set ''"),
+              failed(9, "utm_uuid_set destroys the device UUID, where the text is empty, and was not carried out; add "
+                        "--yes if that is what you want"));
+    EXPECT_EQ(daemons.told(), std::vector<std::string>{});
+    EXPECT_FALSE(exists("/tmp/made"));
+    EXPECT_EQ(utmctl("uuid get").out, "home\n");
+    result_of("call utm_uuid_set '' --yes");
+    EXPECT_EQ(utmctl("uuid get").status, 6);
+}
+
+// A command that wants --yes calls a function that wants it, too.
+TEST(call, is_as_careful_as_the_commands)
+{
+    std::map<std::string, bool> destroys;
+    for (const json& function : result_of("describe"))
+        destroys[function["function"]] = !function["destroys"].is_null();
+    for (const json& command : result_of("help")["commands"]) {
+        if (command["destroys"].is_null())
+            continue;
+        const std::vector<std::string> functions = command["functions"];
+        EXPECT_TRUE(std::ranges::any_of(functions, [&](const auto& one) { return destroys.at(one); })) << command;
+    }
+}
+
 TEST(call, closes_descriptors)
 {
     const engine_daemon daemon(av, {sim::await_close()});
     const run_result result = utmctl("call connect_avd");
     EXPECT_EQ(result.status, 0);
-    EXPECT_TRUE(result.out.ends_with("errno: 0\nthe descriptor is closed\n")) << result;
+    EXPECT_TRUE(std::regex_match(result.out, std::regex("returned: [0-9]+\nthe descriptor is closed\n"))) << result;
 }
 
 TEST(call, gives_a_lock_back_at_once)
@@ -245,7 +362,7 @@ TEST(call, gives_a_lock_back_at_once)
     const std::string semaphore = result_of("call init_utm_id_config_sem")["returned"].dump();
     EXPECT_EQ(utmctl("call utm_id_config_lock " + semaphore),
               (run_result{0,
-                          "returned: 0\nerrno: 0\nthe kernel undoes it when the process of the call ends, which is at "
+                          "returned: 0\nthe kernel undoes it when the process of the call ends, which is at "
                           "once\n",
                           ""}));
     EXPECT_EQ(utmctl("call utm_id_config_lock " + semaphore).status, 0);

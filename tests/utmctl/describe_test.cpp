@@ -52,7 +52,7 @@ errno, when it has failed:
 Commands that use it:
   utmctl ips set-whitelist
 
-Its records:
+Its records (the rest of a request is zero):
 DAEMON CODE RECORD  OFFSET SIZE TYPE          FIELD
 ips       3 request      0    4 number        code
 ips       3 request     20   11 text          rule
@@ -63,6 +63,26 @@ ips       3 reply      312    4 signed number result
 TEST(describe, tells_a_function_field_by_field)
 {
     EXPECT_EQ(utmctl("describe utm_ips_set_whitelist"), (run_result{0, described_set_whitelist, ""}));
+}
+
+TEST(describe, lists_the_fields_of_a_record_in_their_order)
+{
+    for (const json& function : result_of("describe")) {
+        for (const json& step : function["steps"]) {
+            for (const char* record : {"request", "reply"}) {
+                const json fields = step.value(record, json::object()).value("fields", json::array());
+                EXPECT_TRUE(
+                    std::ranges::is_sorted(fields, {}, [](const json& one) { return one["offset"].get<int>(); }))
+                    << function["function"] << " " << fields;
+            }
+        }
+    }
+}
+
+TEST(describe, tells_how_long_a_buffer_is)
+{
+    EXPECT_EQ(result_of("describe utm_uuid_get")["arguments"][0]["given_as"],
+              "out, which is a buffer of SIZE bytes, but at least 256; or null");
 }
 
 constexpr char described_debug[] = R"json({
@@ -135,6 +155,10 @@ TEST(describe, lists_the_functions_by_family)
 
 TEST(describe, refuses_what_is_no_function)
 {
+    EXPECT_EQ(utmctl("describe ips_activate"),
+              refused(2, "describe: FUNCTION: 'ips_activate' is not a function of the library; did you mean "
+                         "'utm_ips_activate'? 'utmctl describe' lists them; 'utmctl help describe' tells what it "
+                         "takes\n"));
     EXPECT_EQ(utmctl("describe utm_frob"),
               refused(2, "describe: FUNCTION: 'utm_frob' is not a function of the library; 'utmctl describe' lists "
                          "them; 'utmctl help describe' tells what it takes\n"));

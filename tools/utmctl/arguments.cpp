@@ -3,6 +3,8 @@
 
 #include "kqutm/registry.h"
 
+#include "operations/text.h"
+
 #include <algorithm>
 #include <cstdio>
 
@@ -23,22 +25,6 @@ const id_kind* find_kind(const std::string& text)
             return &kind;
     }
     return nullptr;
-}
-
-// Six pairs of hexadecimal digits, with five colons or five hyphens between them.
-std::optional<mac_address> parse_mac(const std::string& text)
-{
-    mac_address mac;
-    if (text.size() != 3 * mac.size() - 1)
-        return {};
-    for (size_t i = 0; i < mac.size(); ++i) {
-        std::optional<uint8_t> pair = number_of<uint8_t>(std::string_view(text).substr(3 * i, 2), 16);
-        bool separated = i == 0 || (text[3 * i - 1] == text[2] && (text[2] == ':' || text[2] == '-'));
-        if (!pair || !separated)
-            return {};
-        mac[i] = *pair;
-    }
-    return mac;
 }
 
 } // namespace
@@ -76,7 +62,7 @@ std::string check_id_or_zero(const std::string& text)
 
 std::string check_mac(const std::string& text)
 {
-    return parse_mac(text) ? "" : in_quotes(text) + " is not a MAC address such as 02:42:ac:11:00:05";
+    return operations::parse_mac(text) ? "" : in_quotes(text) + " is not a MAC address such as 02:42:ac:11:00:05";
 }
 
 std::string check_state(const std::string& text)
@@ -120,7 +106,7 @@ int32_t id_of(const std::string& text)
 
 mac_address mac_of(const std::string& text)
 {
-    return parse_mac(text).value();
+    return operations::parse_mac(text).value();
 }
 
 std::string normal_mac(const std::string& text)

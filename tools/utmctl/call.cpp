@@ -6,7 +6,10 @@
 #include "tools/utmctl/rehearsal.h"
 #include "tools/utmctl/worker.h"
 
+#include <algorithm>
+#include <cctype>
 #include <cerrno>
+#include <set>
 #include <sstream>
 
 namespace {
@@ -30,30 +33,45 @@ std::string parameters_of(const operations::signature& parsed)
     return text;
 }
 
+std::string description_of(const function_row& function)
+{
+    return "'utmctl describe " + std::string(function.name()) + "'";
+}
+
+[[noreturn]] void refuse_words(const request& asked, const function_row& function, const std::string& wrong)
+{
+    refuse_usage(asked.words + ": " + wrong, description_of(function) + " tells what it takes");
+}
+
 void check(const request& asked, const function_row& function)
 {
     const texts& given = asked.all("ARGUMENT");
     const operations::signature parsed = function.parsed();
-    const std::string name(function.name());
     if (given.size() != parsed.count)
-        refuse_arguments(asked, name + " takes " + parameters_of(parsed));
+        refuse_words(asked, function, std::string(function.name()) + " takes " + parameters_of(parsed));
     for (size_t at = 0; at < given.size(); ++at) {
         const std::string wrong = function.by_words.wrong(given, at);
         if (!wrong.empty())
-            refuse_arguments(asked,
-                             std::string(parsed.parameters.at(at).name) + ": " + in_quotes(given[at]) + " " + wrong);
+            refuse_words(asked, function,
+                         std::string(parsed.parameters.at(at).name) + ": " + in_quotes(given[at]) + " " + wrong);
     }
-    if (function.destroys != nullptr && !asked.has("--yes") && !asked.yes && rehearsal::current() == nullptr)
-        refuse_to_destroy(name, function.destroys);
+    const bool allowed = asked.has("--yes") || asked.yes || rehearsal::current() != nullptr;
+    if (!allowed && operations::destroys(function, given))
+        refuse_to_destroy(std::string(function.name()), function.destroys);
 }
 
 awaited awaited_by(const function_row& function)
 {
-    awaited whom = {.daemons = {}, .registry_lock = false};
+    awaited whom = {.daemons = {},
+                    .registry_lock = false,
+                    .advice = "what it does may have been done all the same; --timeout sets a longer limit, and " +
+                              description_of(function) + " tells how long the library itself waits"};
     for (const operations::step& one : function.steps) {
         if (one.daemon != nullptr)
             whom.daemons.push_back({one.daemon->title, one.daemon->path});
-        whom.registry_lock |= one.deed != nullptr && std::string_view(one.deed).starts_with("registry");
+        const std::string_view deed = one.deed != nullptr ? one.deed : "";
+        whom.registry_lock |= deed.starts_with("registry");
+        whom.uuid_lock |= deed.starts_with("system: common segment");
     }
     return whom;
 }
@@ -95,11 +113,20 @@ bool returns_nothing(const function_row& function)
     return function.parsed().function.type == "void";
 }
 
+// "second_value" as SECOND-VALUE. The tables keep but a pointer to it.
+const char* heading_of(std::string name)
+{
+    static std::set<std::string> headings;
+    std::ranges::transform(name, name.begin(),
+                           [](unsigned char c) { return c == '_' ? '-' : static_cast<char>(std::toupper(c)); });
+    return headings.insert(std::move(name)).first->c_str();
+}
+
 table table_of_entries(const json& entries)
 {
     std::vector<shown_member> members;
     for (const auto& [name, value] : entries.front().items())
-        members.push_back({name.c_str(), {name.c_str(), value.is_number()}});
+        members.push_back({name.c_str(), {heading_of(name), value.is_number()}});
     return table_of(entries, members);
 }
 
@@ -109,7 +136,8 @@ void tell(const function_row& function, outcome& result)
     const json& returned = told["returned"];
     if (!returns_nothing(function))
         result.lines.push_back("returned: " + shown(returned));
-    result.lines.push_back("errno: " + (told["errno"].is_null() ? "0" : told["errno"].get<std::string>()));
+    if (!told["errno"].is_null())
+        result.lines.push_back("errno: " + told["errno"].get<std::string>());
     for (const auto& [name, value] : told["outputs"].items())
         result.lines.push_back(name + ": " + shown(value));
     for (const json& line : told["printed"])
@@ -119,6 +147,14 @@ void tell(const function_row& function, outcome& result)
     if (function.afterwards != nullptr && !returned.is_null())
         result.confirmations.emplace_back(function.afterwards);
 }
+
+constexpr explained_word words[] = {
+    {"a number", "decimal, or hexadecimal after 0x"},
+    {"a text", "its bytes; null is a null pointer, and text:null is that text"},
+    {"a MAC address", "02:42:ac:11:00:05 or 0242ac110005, or null"},
+    {"bytes", "two hexadecimal digits each, or null"},
+    {"out", "memory for the function to write to, told afterwards; or null"},
+};
 
 outcome call_function(const request& asked)
 {
@@ -142,8 +178,12 @@ outcome call_function(const request& asked)
 }
 
 constexpr command commands[] = {
-    {"", arguments, call_function, "call a function of the library with raw values, and tell what it hands back",
-     nullptr, "call utm_ips_activate 1"},
+    {.word = "",
+     .arguments = arguments,
+     .run = call_function,
+     .help = "call a function of the library with raw values, and tell what it hands back",
+     .example = "call utm_ips_activate 1",
+     .words = words},
 };
 
 } // namespace

@@ -10,14 +10,6 @@
 
 namespace {
 
-// With a daemon, in an exchange or over a descriptor that the caller gets.
-bool talks(const operations::function_row& function)
-{
-    return std::ranges::any_of(function.steps, [](const auto& one) { return one.daemon != nullptr; }) ||
-           std::ranges::any_of(function.result.causes,
-                               [](const auto& one) { return one.value == errno_name(EREMOTEIO); });
-}
-
 struct identifier {
     uint32_t kind;
     uint32_t id;
@@ -62,9 +54,28 @@ std::optional<identifier> find_left(const called& call)
     return {};
 }
 
+// Also for an identifier from the clock, which stands in no argument.
+bool asks_registry(const operations::function_row& function)
+{
+    return std::ranges::any_of(function.arguments, [](const auto& one) { return one.kind != 0; });
+}
+
 bool key_file_is_missing()
 {
     return access(KQUTM_IPC_KEY_FILE, F_OK) != 0;
+}
+
+exit_status status_of(operations::fails_on on, int error)
+{
+    switch (on) {
+    case operations::fails_on::daemon:
+        return exchange_failure(error).status;
+    case operations::fails_on::shared_memory:
+        return exit_status::registry_unusable;
+    case operations::fails_on::system:
+        return exit_status::refused;
+    }
+    return exit_status::refused;
 }
 
 exit_status status_of(const operations::function_row& function, int error)
@@ -77,8 +88,7 @@ exit_status status_of(const operations::function_row& function, int error)
     case EINVAL:
         return exit_status::usage;
     default:
-        return talks(function) || function.result.when == operations::fails::negative ? exchange_failure(error).status
-                                                                                      : exit_status::registry_unusable;
+        return status_of(function.result.on, error);
     }
 }
 
@@ -92,7 +102,7 @@ std::string meaning_of(const operations::function_row& function, int error)
 // ENOENT stands for an identifier that is not registered, for a key file and for a socket that is missing.
 void tell_what_is_missing(const called& call, problem& why)
 {
-    if (!identifiers_of(call).empty() && key_file_is_missing()) {
+    if (asks_registry(call.function) && key_file_is_missing()) {
         why.status = exit_status::registry_unusable;
         why.culprits = {{"errno", "", "is ENOENT: the library's installed file is missing"}};
     } else if (const auto unknown = find_unknown(call)) {
@@ -103,16 +113,23 @@ void tell_what_is_missing(const called& call, problem& why)
     }
 }
 
-// A function that refuses an identifier which it has reserved leaves it in the registry.
-void tell_what_stays(const called& call, problem& why)
+// An identifier that is reserved may stay in the registry though the function, or its daemon, refuses it.
+void tell_what_stays(const called& call, const std::string& name, problem& why)
 {
     const auto left = find_left(call);
     if (!left)
         return;
     why.status = exit_status::done_in_part;
-    why.culprits = {{"errno", "", "is EINVAL: " + named(*left) + " is reserved, and stays in the registry"}};
+    why.culprits = {{"errno", "", "is " + name + ": " + named(*left) + " is reserved, and stays in the registry"}};
     why.next = std::string("'utmctl registry release ") + kind_of_number(left->kind).word + " " +
                std::to_string(left->id) + "' frees it";
+}
+
+std::string advice_after(const std::string& name, int error)
+{
+    const std::string description = "'utmctl describe " + name + "' tells ";
+    return error == ETIMEDOUT ? "it may have acted all the same; " + description + "how long the library waits"
+                              : description + "more";
 }
 
 } // namespace
@@ -143,10 +160,9 @@ std::optional<problem> failure_of(const called& call, const json& returned, int 
     problem why = {.status = failed ? status_of(function, error) : exit_status::done_in_part,
                    .what = what,
                    .culprits = {{"errno", "", "is " + errno_name(error) + ": " + meaning_of(function, error)}},
-                   .next = "'utmctl describe " + name + "' tells more"};
+                   .next = advice_after(name, error)};
     if (error == ENOENT)
         tell_what_is_missing(call, why);
-    if (error == EINVAL)
-        tell_what_stays(call, why);
+    tell_what_stays(call, errno_name(error), why);
     return why;
 }

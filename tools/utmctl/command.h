@@ -30,6 +30,12 @@ struct argument {
     const char* value = "VALUE"; // of an option, in help
 };
 
+// A kind of word that an argument may be.
+struct explained_word {
+    const char* word;
+    const char* means;
+};
+
 struct command;
 
 // What the user asked for: the texts given for each argument, all of them checked.
@@ -72,8 +78,9 @@ struct command {
     const char* help;
     const char* destroys = nullptr; // what is lost, where the command wants --yes
     const char* example = nullptr;
-    double timeout = 60;                       // seconds for each call, where --timeout tells no other
-    bool (*streams)(const request&) = nullptr; // whether it prints as it goes, so that no other command can hold it
+    double timeout = 60;                        // seconds for each call, where --timeout tells no other
+    bool (*streams)(const request&) = nullptr;  // whether it prints as it goes, so that no other command can hold it
+    std::span<const explained_word> words = {}; // that its arguments may be
 };
 
 struct family {

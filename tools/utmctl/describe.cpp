@@ -28,7 +28,7 @@ outcome describe_one(const operations::function_row& function)
     one.lines = description_lines(one.result);
     table layout = layout_of(one.result);
     if (!layout.rows.empty()) {
-        one.lines.insert(one.lines.end(), {"", "Its records:"});
+        one.lines.insert(one.lines.end(), {"", "Its records (the rest of a request is zero):"});
         one.rows = std::move(layout);
     }
     return one;

@@ -32,9 +32,12 @@ json json_of(const field& one)
     return {{"name", one.name}, {"type", type_of(one)}, {"offset", one.offset}, {"size", one.width}};
 }
 
-json record_json(size_t size, const field& first, std::span<const field> fields)
+json record_json(size_t size, const field& first, std::span<const field> others)
 {
-    json list = json::array({json_of(first)});
+    std::vector<field> fields(others.begin(), others.end());
+    fields.insert(fields.begin(), first);
+    std::ranges::stable_sort(fields, {}, &field::offset);
+    json list = json::array();
     for (const field& one : fields)
         list.push_back(json_of(one));
     return {{"size", size}, {"fields", list}};

@@ -62,6 +62,14 @@ std::vector<entry> entries_of(const family& group)
     return entries;
 }
 
+json json_of(std::span<const explained_word> words)
+{
+    json list = json::array();
+    for (const explained_word& one : words)
+        list.push_back({{"word", one.word}, {"meaning", one.means}});
+    return list;
+}
+
 json json_of(const family& group, const command& one)
 {
     json arguments = json::array();
@@ -71,6 +79,7 @@ json json_of(const family& group, const command& one)
             {"usage", std::string("utmctl ").append(synopsis(group, one))},
             {"help", one.help},
             {"arguments", arguments},
+            {"words", json_of(one.words)},
             {"functions", one.run.functions()},
             {"destroys", one.destroys ? json(one.destroys) : json()},
             {"example", one.example ? json(std::string("utmctl ") + one.example) : json()}};
@@ -108,6 +117,16 @@ void add_examples(std::vector<std::string>& lines, std::span<const command> comm
         if (one.example != nullptr)
             lines.push_back(std::string("  utmctl ") + one.example);
     }
+}
+
+void add_words(std::vector<std::string>& lines, const command& one)
+{
+    if (!one.words.empty())
+        lines.insert(lines.end(), {"", "An argument is one of:"});
+    std::vector<entry> entries;
+    for (const explained_word& each : one.words)
+        entries.push_back({each.word, each.means});
+    add_entries(lines, entries);
 }
 
 void add_functions(std::vector<std::string>& lines, const command& one)
@@ -153,6 +172,7 @@ outcome help_on_command(const family& group, const command& one)
     if (!entries.empty())
         help.lines.push_back("");
     add_entries(help.lines, entries);
+    add_words(help.lines, one);
     add_functions(help.lines, one);
     if (one.example != nullptr)
         help.lines.insert(help.lines.end(), {"", "Example:", std::string("  utmctl ") + one.example});

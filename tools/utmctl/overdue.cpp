@@ -37,6 +37,13 @@ culprit silent_daemons(const std::vector<service>& daemons, const std::string& c
     return {names, "", cause};
 }
 
+const char* usual_advice(const awaited& whom)
+{
+    if (!whom.daemons.empty())
+        return "find out why the daemon hangs; --timeout sets a longer limit";
+    return whom.uuid_lock ? longer_limit : look_at_registry;
+}
+
 } // namespace
 
 problem overdue_call(const std::string& what, const std::string& within, const awaited& whom)
@@ -48,12 +55,11 @@ problem overdue_call(const std::string& what, const std::string& within, const a
         blame_holder(overdue, *lock, seen->process, within);
         if (!whom.without_lock.empty())
             overdue.what = whom.without_lock;
-    } else if (whom.daemons.empty()) {
-        overdue.culprits = {{"the library", "", "has not come back " + within + ", and the call was ended"}};
-        overdue.next = whom.uuid_lock ? longer_limit : look_at_registry;
-    } else {
-        overdue.culprits = {silent_daemons(whom.daemons, "did not answer " + within + ", and the call was ended")};
-        overdue.next = "find out why the daemon hangs; --timeout sets a longer limit";
+        return overdue;
     }
+    overdue.culprits = {whom.daemons.empty()
+                            ? culprit{"the library", "", "has not come back " + within + ", and the call was ended"}
+                            : silent_daemons(whom.daemons, "did not answer " + within + ", and the call was ended")};
+    overdue.next = whom.advice.empty() ? usual_advice(whom) : whom.advice;
     return overdue;
 }

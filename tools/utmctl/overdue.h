@@ -9,6 +9,7 @@ struct awaited {
     bool registry_lock = true;
     bool uuid_lock = false;
     std::string without_lock = {}; // what did not happen for sure when the lock was not given; empty: nobody knows
+    std::string advice = {};       // where it is no lock that keeps the call; empty: the usual one
 };
 
 // Tells of a call that has not ended in time, and who kept it, as far as that can be known. What did not happen reads
