@@ -4,6 +4,7 @@
 #include "common/log.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <ctime>
 #include <iterator>
 
@@ -38,17 +39,21 @@ uint32_t id_from_clock(id_table& table)
     return now;
 }
 
-int reserve(id_table& table, uint32_t& id)
+bool reserve(id_table& table, uint32_t& id)
 {
-    if (id != 0 && find_slot(table, id) != nullptr)
-        return fail(EEXIST);
+    if (id != 0 && find_slot(table, id) != nullptr) {
+        errno = EEXIST;
+        return false;
+    }
     if (id == 0)
         id = id_from_clock(table);
     uint32_t* slot = find_slot(table, 0);
-    if (slot == nullptr)
-        return fail(ENOSPC);
+    if (slot == nullptr) {
+        errno = ENOSPC;
+        return false;
+    }
     *slot = id;
-    return 0;
+    return true;
 }
 
 const char* not_found_text(uint32_t kind)
@@ -71,20 +76,18 @@ uint32_t* find_slot(id_table& table, uint32_t value)
     return slot == std::end(table) ? nullptr : slot;
 }
 
-int reserve_unique_id(uint32_t& id, uint32_t kind)
+bool reserve_unique_id(uint32_t& id, uint32_t kind)
 {
     registry_guard registry;
     if (!registry.locked())
-        return -1;
+        return false;
     utm_id_registry* ids = registry.attach();
-    if (ids == nullptr)
-        return -1;
-    return reserve(table_of(*ids, kind), id);
+    return ids != nullptr && reserve(table_of(*ids, kind), id);
 }
 
 UTM_API int get_unique_id(uint32_t id, uint32_t kind)
 {
-    return reserve_unique_id(id, kind) == 0 ? static_cast<int>(id) : -1;
+    return reserve_unique_id(id, kind) ? static_cast<int>(id) : -1;
 }
 
 UTM_API int check_shm_utm_id(uint32_t id, uint32_t kind)

@@ -8,7 +8,7 @@ int32_t reserve_id(uint32_t requested, uint32_t kind, const char* text, const ch
     if (init_utm_id_shm() == -1)
         return -1;
     uint32_t id = requested;
-    if (reserve_unique_id(id, kind) == 0) {
+    if (reserve_unique_id(id, kind)) {
         if (static_cast<int32_t>(id) > 0)
             return static_cast<int32_t>(id);
         // A negative identifier has been reserved, but reads as a failure.

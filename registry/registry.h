@@ -9,8 +9,8 @@ using id_table = uint32_t[UTM_ID_SLOTS];
 // The first slot that holds the value, or null.
 uint32_t* find_slot(id_table& table, uint32_t value);
 
-// get_unique_id with its status apart from the identifier, which it puts into id: 2^32 - 1 reads as a failure there.
-int reserve_unique_id(uint32_t& id, uint32_t kind);
+// get_unique_id with its result apart from the identifier, which it puts into id: 2^32 - 1 reads as a failure there.
+bool reserve_unique_id(uint32_t& id, uint32_t kind);
 
 struct registry_segment {
     using contents = utm_id_registry;

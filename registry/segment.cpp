@@ -6,18 +6,18 @@
 
 namespace {
 
-int create_marker()
+bool create_marker()
 {
     unique_fd marker(open_for_appending(UTM_ID_MARKER));
     if (marker.get() >= 0)
-        return 0;
+        return true;
     utm_log(UTM_APPCF_LOG, "open %s fail\n", UTM_ID_MARKER);
-    return -1;
+    return false;
 }
 
 int clear_utm_id_shm()
 {
-    if (create_marker() != 0)
+    if (!create_marker())
         return -1;
     registry_guard registry;
     // Deliberate: the marker stands now, so a registry that cannot be locked stays as it is, and that is no failure.

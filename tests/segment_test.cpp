@@ -1,5 +1,6 @@
 #include "registry/registry.h"
 
+#include "tests/sandbox/descriptors.h"
 #include "tests/sandbox/files.h"
 #include "tests/sandbox/key_file.h"
 #include "tests/sandbox/registry.h"
@@ -121,6 +122,13 @@ TEST(init_registry, first_call_creates_marker_semaphore_and_clear_segment)
     EXPECT_EQ(all_slots(), slots(1280, 0));
     EXPECT_EQ(semaphore_value(), 1);
     EXPECT_FALSE(exists("/tmp/utm_log"));
+}
+
+TEST(init_registry, marker_may_get_descriptor_0)
+{
+    closed_stdin closed;
+    EXPECT_EQ(init_utm_id_shm(), 0);
+    EXPECT_TRUE(exists(marker));
 }
 
 TEST(init_registry, clears_under_the_lock)

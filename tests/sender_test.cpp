@@ -86,13 +86,16 @@ TEST(sender, failed_write)
 
 TEST(sender, short_write_is_not_continued)
 {
-    sim::scripted_daemon daemon(cf_path, answer(0));
-    wrap::plan plan;
-    plan.answer("write", 1, 2055);
-    EXPECT_EQ(send_utm_config_event(event, UTM_CONFIG_TARGET_CF), -1);
-    EXPECT_EQ(errno, EPROTO);
-    EXPECT_EQ(appcf_log(), sender_line("write data fail: Protocol error"));
-    EXPECT_EQ(plan.count("select"), 0);
+    for (const long written : {0, 2055}) {
+        sim::scripted_daemon daemon(cf_path, answer(0));
+        unlink(UTM_APPCF_LOG);
+        wrap::plan plan;
+        plan.answer("write", 1, written);
+        EXPECT_EQ(send_utm_config_event(event, UTM_CONFIG_TARGET_CF), -1);
+        EXPECT_EQ(errno, EPROTO);
+        EXPECT_EQ(appcf_log(), sender_line("write data fail: Protocol error"));
+        EXPECT_EQ(plan.count("select"), 0);
+    }
 }
 
 TEST(sender, daemon_that_dies_before_the_write_raises_no_sigpipe)

@@ -3,6 +3,7 @@
 #include "kqutm/daemon.h"
 
 #include "tests/engines/engines.h"
+#include "tests/sandbox/descriptors.h"
 #include "tests/wrap/wrap.h"
 
 #include <cerrno>
@@ -156,6 +157,16 @@ TEST_P(listen_at_path, options_that_cannot_be_set)
     EXPECT_EQ(plan.count("bind"), 0);
     EXPECT_FALSE(exists(server_.path));
     expect_log(refusal("set unix socket options", "Protocol not available"));
+}
+
+TEST_P(listen_at_path, options_that_cannot_be_set_at_descriptor_0)
+{
+    closed_stdin closed;
+    wrap::plan plan;
+    plan.fail("setsockopt", 1, ENOPROTOOPT);
+    errno = EIO;
+    EXPECT_EQ(server_.create(), -1);
+    EXPECT_EQ(errno, ENOPROTOOPT);
 }
 
 TEST_P(listen_at_path, path_that_cannot_be_bound)
