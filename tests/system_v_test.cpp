@@ -93,6 +93,21 @@ TEST(open_semaphore, set_whose_value_cannot_be_set_fails)
     EXPECT_EQ(errno, EPERM);
 }
 
+// As one does whose maker was killed before it set the value.
+TEST(open_semaphore, set_without_its_value_keeps_everybody_waiting_until_it_is_removed)
+{
+    {
+        wrap::plan plan;
+        plan.fail("semctl", 1, EPERM);
+        EXPECT_EQ(open_semaphore(project), -1);
+    }
+    const int semid = open_semaphore(project);
+    EXPECT_GE(semid, 0);
+    EXPECT_EQ(value_of(semid), 0);
+    ASSERT_EQ(semctl(semid, 0, IPC_RMID, 0L), 0);
+    EXPECT_EQ(value_of(open_semaphore(project)), 1);
+}
+
 TEST(change_semaphore, is_one_semop_with_undo)
 {
     const int semid = open_semaphore(project);
