@@ -395,8 +395,8 @@ TEST(call, sends_an_event_and_tells_its_response)
 std::string word_for(const json& argument)
 {
     constexpr std::pair<const char*, const char*> words[] = {
-        {"a whole number", "1"},        {"a text", "x"},          {"a path", "/tmp/x"}, {"out", "out"},
-        {"the number of entries", "2"}, {"attached", "attached"},
+        {"a whole number", "1"}, {"a text", "/tmp/x"},           {"a path", "/tmp/x"},
+        {"out", "out"},          {"the number of entries", "2"}, {"attached", "attached"},
     };
     const auto given_as = argument.at("given_as").get<std::string>();
     for (const auto& [start, word] : words) {
