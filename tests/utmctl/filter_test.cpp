@@ -275,7 +275,7 @@ TEST(reset, tells_of_profiles_that_a_daemon_keeps)
                           "(/dev/utm_cf_config_socket) or the application daemon (/dev/utm_app_config_socket) or the "
                           "user-profile daemon (/dev/utm_user_profile_socket) refused with error code 3; the daemon's "
                           "own log tells the reason; " +
-                              clean_up(7)}));
+                              clean_up_again(7)}));
 }
 
 TEST(rules, what_destroys_wants_yes)

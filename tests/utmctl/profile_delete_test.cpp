@@ -48,7 +48,7 @@ TEST(profile_delete, delete_refused_by_one_daemon_is_told_by_the_bindings)
         refused(8, "profile 7 was deleted in part (accepted by the content-filter and user-profile daemons; not in the "
                    "registry): the application daemon (/dev/utm_app_config_socket) refused with error code 4; the "
                    "daemon's own log tells the reason; " +
-                       clean_up(7)));
+                       clean_up_again(7)));
 }
 
 TEST(profile_delete, delete_refused_by_one_daemon_without_bindings_stays_open)
@@ -60,7 +60,7 @@ TEST(profile_delete, delete_refused_by_one_daemon_without_bindings_stays_open)
         refused(8, "profile 7 was deleted in part (accepted by the user-profile daemon; not in the registry): the "
                    "content-filter daemon (/dev/utm_cf_config_socket) or the application daemon "
                    "(/dev/utm_app_config_socket) refused with error code 4; the daemon's own log tells the reason; " +
-                       clean_up(7)));
+                       clean_up_again(7)));
 }
 
 TEST(profile_delete, delete_refused_by_both_that_hold_policies_stays_registered)
@@ -118,11 +118,11 @@ TEST(profile_delete, flush_that_succeeds_in_part_tells_of_each)
             "utmctl: profile 7 was deleted in part (accepted by the content-filter and user-profile "
             "daemons; not in the registry): the application daemon "
             "(/dev/utm_app_config_socket) refused with error code 4; the daemon's own log tells the reason; " +
-                clean_up(7) +
+                clean_up_again(7) +
                 "utmctl: profile 8 was deleted in part (accepted by the content-filter and "
                 "application daemons; not in the registry): the user-profile daemon "
                 "(/dev/utm_user_profile_socket) refused with error code 5; the daemon's own log tells the reason; " +
-                clean_up(8)}));
+                clean_up_again(8)}));
 }
 
 TEST(profile_delete, flush_tells_what_was_refused)

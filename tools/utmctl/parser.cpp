@@ -19,7 +19,7 @@ constexpr rewording rewordings[] = {
 
 std::string wording_of(const CLI::ArgumentMismatch& error)
 {
-    const std::string text = error.what();
+    std::string text = error.what();
     for (const rewording& one : rewordings) {
         const size_t end_of_name = text.find(one.parsers);
         if (end_of_name != std::string::npos)

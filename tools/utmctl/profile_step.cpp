@@ -31,13 +31,29 @@ std::string next_step(const profile_answers& answers, bool left_unregistered, in
     return look + (left_unregistered ? clearing : "run the command again");
 }
 
-// A profile that no daemon knows is refused by each of them, and so no deletion takes it out of the registry.
-std::string freeing_step(const profile_step& step, const profile_answers& answers, const profile_evidence& evidence)
+bool is_refusal(const failed_exchange& one)
+{
+    return one.status == exit_status::refused;
+}
+
+bool any_refused(const profile_answers& answers)
+{
+    return std::any_of(answers.failures.begin(), answers.failures.end(), is_refusal) ||
+           std::any_of(answers.unplaced.begin(), answers.unplaced.end(), is_refusal);
+}
+
+// A daemon that does not know a profile refuses to delete it. Where none knows it, no deletion takes it out of the
+// registry; where one does not, the deletion of what another has left looks like a failure again.
+std::string note_on_refusal(const profile_step& step, const profile_answers& answers, bool left_unregistered,
+                            const profile_evidence& evidence)
 {
     const bool deletes = step.judge == judge_delete || step.judge == judge_flushed;
-    const bool refused_by_all = std::all_of(answers.failures.begin(), answers.failures.end(),
-                                            [](const auto& one) { return one.status == exit_status::refused; });
-    if (!deletes || !refused_by_all || !is_registered(evidence.after, UTM_ID_USER_PROFILE, evidence.id))
+    if (!deletes || !any_refused(answers))
+        return "";
+    if (left_unregistered)
+        return "; a daemon that never had it refuses again";
+    const bool refused_by_all = std::all_of(answers.failures.begin(), answers.failures.end(), is_refusal);
+    if (!refused_by_all || !is_registered(evidence.after, UTM_ID_USER_PROFILE, evidence.id))
         return "";
     return "; the registry still holds it; 'utmctl registry release profile " + std::to_string(evidence.id) +
            "' frees it there";
@@ -84,11 +100,11 @@ outcome told(const profile_step& step, const profile_answers& answers, const pro
     if (answers.status == exit_status::done)
         return told;
     const bool left_unregistered = !registered && evidence.id > 0 && !all_failed(answers);
-    told.problems.push_back(
-        {.status = answers.status,
-         .what = what_happened(step, answers) + state_of(answers, registered),
-         .culprits = culprits_of(answers),
-         .next = next_step(answers, left_unregistered, evidence.id) + freeing_step(step, answers, evidence)});
+    told.problems.push_back({.status = answers.status,
+                             .what = what_happened(step, answers) + state_of(answers, registered),
+                             .culprits = culprits_of(answers),
+                             .next = next_step(answers, left_unregistered, evidence.id) +
+                                     note_on_refusal(step, answers, left_unregistered, evidence)});
     return told;
 }
 
