@@ -1,10 +1,12 @@
-// A crowd of processes and threads on one gateway, interrupted by signals, stopped and killed: the registry, the UUID
-// and the logs stay what completed operations have made them.
+// A crowd of processes and threads on one gateway, interrupted by signals and killed: the registry, the UUID and the
+// logs stay what completed operations have made them, and no daemon is said to have done what it did not.
 
 #include "kqutm/common.h"
+#include "kqutm/devid.h"
+#include "kqutm/ips.h"
 #include "kqutm/registry.h"
 
-#include "tests/sandbox/files.h"
+#include "tests/engines/engines.h"
 #include "tests/sandbox/registry.h"
 
 #include <algorithm>
@@ -15,6 +17,7 @@
 #include <fstream>
 #include <gtest/gtest.h>
 #include <regex>
+#include <set>
 #include <sstream>
 #include <sys/mman.h>
 #include <sys/time.h>
@@ -40,6 +43,7 @@ struct ledger {
     std::array<std::atomic<hold>, thread_count> ids;
     std::array<std::atomic<int>, process_count> progress;
     std::array<std::atomic<bool>, process_count> broken;
+    std::array<std::atomic<bool>, thread_count * rounds> accepted; // by the IPS daemon, each round of each thread
 };
 
 class shared_ledger {
@@ -96,10 +100,24 @@ bool use_uuid(size_t thread)
            std::string(found) == std::string(255, found[0]);
 }
 
+std::string numbered_line(size_t thread, int round)
+{
+    return "[thread_" + std::to_string(thread) + "]round " + std::to_string(round) + " of some length";
+}
+
 bool write_line(size_t thread, int round)
 {
-    utm_log(UTM_APPCF_LOG, "[thread_%zu]round %d of some length\n", thread, round);
+    utm_log(UTM_APPCF_LOG, "%s\n", numbered_line(thread, round).c_str());
     return true;
+}
+
+// One daemon accepts each rule, the other refuses everything. Signals make exchanges fail; none may succeed for them.
+bool exchange(const shared_ledger& told, size_t thread, int round)
+{
+    const size_t rule = thread * rounds + static_cast<size_t>(round);
+    told->accepted[rule] = utm_ips_set_whitelist(std::to_string(rule).c_str(), 1) == 0;
+    const bool explained = told->accepted[rule] || errno == EINTR || errno == ETIMEDOUT;
+    return explained && utm_devid_activate(1) != 0;
 }
 
 void run_thread(const shared_ledger& told, size_t thread, bool doomed)
@@ -107,8 +125,8 @@ void run_thread(const shared_ledger& told, size_t thread, bool doomed)
     const size_t process = thread / threads_each;
     for (int round = 0; doomed || round < rounds; round++) {
         // A process that is killed while it writes the UUID leaves it half written, so the doomed ones do not.
-        const bool fine = reserve(told, thread) && (doomed || use_uuid(thread)) && write_line(thread, round) &&
-                          ((!doomed && round == rounds - 1) || release(told, thread));
+        const bool fine = reserve(told, thread) && (doomed || (use_uuid(thread) && exchange(told, thread, round))) &&
+                          write_line(thread, round) && ((!doomed && round == rounds - 1) || release(told, thread));
         if (!fine)
             told->broken[process] = true;
         told->progress[process]++;
@@ -155,11 +173,6 @@ bool is_doomed(size_t process)
     return process % 8 == 3;
 }
 
-bool is_stopped_for_a_while(size_t process)
-{
-    return process % 8 == 6;
-}
-
 void await_progress(const shared_ledger& told, size_t process)
 {
     while (told->progress[process] < static_cast<int>(process % 13))
@@ -174,23 +187,14 @@ std::vector<pid_t> start_crowd(const shared_ledger& told)
     return processes;
 }
 
-void disturb(const shared_ledger& told, const std::vector<pid_t>& processes)
+void kill_the_doomed(const shared_ledger& told, const std::vector<pid_t>& processes)
 {
     for (size_t process = 0; process < process_count; process++) {
-        if (is_stopped_for_a_while(process))
-            kill(processes[process], SIGSTOP);
-        if (is_doomed(process)) {
-            // One that is stopped with the lock in its hands keeps the others waiting.
-            for (size_t stopped = 0; stopped < process; stopped++) {
-                if (is_stopped_for_a_while(stopped))
-                    kill(processes[stopped], SIGCONT);
-            }
-            await_progress(told, process);
-            kill(processes[process], SIGKILL);
-        }
+        if (!is_doomed(process))
+            continue;
+        await_progress(told, process);
+        kill(processes[process], SIGKILL);
     }
-    for (pid_t process : processes)
-        kill(process, SIGCONT);
 }
 
 void expect_ids(const shared_ledger& told)
@@ -207,22 +211,48 @@ void expect_ids(const shared_ledger& told)
     }
 }
 
+std::multiset<std::string> lines_of_survivors()
+{
+    std::multiset<std::string> lines;
+    for (size_t thread = 0; thread < thread_count; thread++) {
+        for (int round = 0; round < rounds && !is_doomed(thread / threads_each); round++)
+            lines.insert(numbered_line(thread, round));
+    }
+    return lines;
+}
+
 void expect_whole_lines()
 {
-    const std::regex shape("\\[thread_[0-9]+\\]round [0-9]+ of some length");
+    const std::regex shape("\\[thread_([0-9]+)\\]round [0-9]+ of some length");
     std::istringstream log(appcf_log());
-    size_t count = 0;
-    for (std::string line; std::getline(log, line); count++)
-        EXPECT_TRUE(std::regex_match(line, shape)) << line;
-    EXPECT_GE(count, (process_count - process_count / 8) * threads_each * rounds);
+    std::multiset<std::string> of_survivors;
+    for (std::string line; std::getline(log, line);) {
+        std::smatch found;
+        ASSERT_TRUE(std::regex_match(line, found, shape)) << line;
+        if (!is_doomed(std::stoul(found[1]) / threads_each))
+            of_survivors.insert(line);
+    }
+    EXPECT_EQ(of_survivors, lines_of_survivors());
+}
+
+// What was accepted had arrived. The other way round does not hold: a signal may come between request and answer.
+void expect_accepted_rules(const shared_ledger& told, const engine_daemon& ips)
+{
+    std::set<std::string> arrived;
+    for (const sim::bytes& request : ips.requests())
+        arrived.insert(request.size() < 31 ? "" : reinterpret_cast<const char*>(request.data()) + 20);
+    for (size_t rule = 0; rule < told->accepted.size(); rule++)
+        EXPECT_TRUE(!told->accepted[rule] || arrived.count(std::to_string(rule)) == 1) << rule;
 }
 
 TEST(crowd, leaves_what_completed_operations_made)
 {
     ASSERT_EQ(init_utm_id_shm(), 0);
     const shared_ledger told;
+    const engine_daemon ips(ips_path, records{ips_reply(0)});
+    const engine_daemon devid(devid_path, records{devid_reply(7)});
     const std::vector<pid_t> processes = start_crowd(told);
-    disturb(told, processes);
+    kill_the_doomed(told, processes);
     for (size_t process = 0; process < process_count; process++) {
         int status = -1;
         EXPECT_EQ(waitpid(processes[process], &status, 0), processes[process]);
@@ -231,6 +261,9 @@ TEST(crowd, leaves_what_completed_operations_made)
     EXPECT_EQ(semaphore_value(), 1);
     expect_ids(told);
     expect_whole_lines();
+    expect_accepted_rules(told, ips);
+    EXPECT_EQ(utm_ips_set_whitelist("quiet", 1), 0) << "without a signal";
+    EXPECT_EQ(utm_devid_activate(1), 7);
 }
 
 } // namespace

@@ -5,6 +5,7 @@
 
 #include "tests/sandbox/files.h"
 #include "tests/sandbox/registry.h"
+#include "tests/wrap/wrap.h"
 
 #include <algorithm>
 #include <csignal>
@@ -34,17 +35,27 @@ pid_t start(const std::function<void()>& body)
     return child;
 }
 
+void expect_success_of(pid_t process)
+{
+    int status = -1;
+    EXPECT_EQ(waitpid(process, &status, 0), process);
+    EXPECT_EQ(status, 0);
+}
+
 // Runs body in processes of its own, all at once, each with its number.
 void in_processes(const std::function<void(int)>& body)
 {
     std::vector<pid_t> children;
     for (int number = 0; number < process_count; number++)
         children.push_back(start([&] { body(number); }));
-    for (pid_t child : children) {
-        int status = -1;
-        EXPECT_EQ(waitpid(child, &status, 0), child);
-        EXPECT_EQ(status, 0);
-    }
+    for (pid_t child : children)
+        expect_success_of(child);
+}
+
+void await_wait_for_the_registry()
+{
+    while (semctl(semaphore(), 0, GETNCNT, 0L) != 1)
+        usleep(1000);
 }
 
 // Numbers that processes share.
@@ -110,17 +121,35 @@ TEST(processes, one_that_is_killed_gives_its_lock_back)
     ASSERT_EQ(read(ready[0], &byte, 1), 1);
     EXPECT_EQ(semaphore_value(), 0);
     const pid_t waiter = start([] { _exit(get_unique_id(5, UTM_ID_USER_PROFILE) == 5 ? 0 : 1); });
-    while (semctl(semaphore(), 0, GETNCNT, 0L) != 1)
-        usleep(1000);
+    await_wait_for_the_registry();
     kill(holder, SIGKILL);
-    int status = -1;
-    EXPECT_EQ(waitpid(waiter, &status, 0), waiter);
-    EXPECT_EQ(status, 0);
-    waitpid(holder, &status, 0);
+    expect_success_of(waiter);
+    waitpid(holder, nullptr, 0);
     EXPECT_EQ(slot(profiles), 5U);
     EXPECT_EQ(semaphore_value(), 1);
     close(ready[0]);
     close(ready[1]);
+}
+
+TEST(processes, one_that_is_stopped_within_an_operation_makes_the_others_wait)
+{
+    const pid_t stopped = start([] {
+        wrap::plan plan;
+        plan.before("shmat", 1, [] { raise(SIGSTOP); }); // between lock and unlock
+        _exit(get_unique_id(4, UTM_ID_USER_PROFILE) == 4 ? 0 : 1);
+    });
+    int status = -1;
+    ASSERT_EQ(waitpid(stopped, &status, WUNTRACED), stopped);
+    ASSERT_TRUE(WIFSTOPPED(status));
+    EXPECT_EQ(semaphore_value(), 0);
+    const pid_t waiter = start([] { _exit(get_unique_id(5, UTM_ID_USER_PROFILE) == 5 ? 0 : 1); });
+    await_wait_for_the_registry();
+    kill(stopped, SIGCONT);
+    expect_success_of(stopped);
+    expect_success_of(waiter);
+    EXPECT_EQ(slot(profiles), 4U);
+    EXPECT_EQ(slot(profiles + 1), 5U);
+    EXPECT_EQ(semaphore_value(), 1);
 }
 
 TEST(processes, all_see_a_clear_registry_after_boot)
