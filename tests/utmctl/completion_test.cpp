@@ -56,6 +56,7 @@ TEST_F(completing, it_follows_the_command_table)
         {"ips rules -q --columns ''", "RULE\n"},
         {"devid devices --ip 192.168.1.5 --columns T", "TYPE\n"},
         {"profile usage 7 --columns ''", "FIRST\nSECOND\nTHIRD\n"},
+        {"watch --interval 5 profile list --columns C", "CF-POLICY\n"},
         {"profile usage --columns ''", ""},
         {"profile create --columns ''", ""},
         {"uuid set -- -''", ""},

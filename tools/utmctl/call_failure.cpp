@@ -1,6 +1,7 @@
 #include "tools/utmctl/call_failure.h"
 
 #include "tools/utmctl/arguments.h"
+#include "tools/utmctl/json_text.h"
 #include "tools/utmctl/service.h"
 
 #include <algorithm>
@@ -138,8 +139,7 @@ std::string shown(const json& value)
 {
     if (value.is_array())
         return value.size() == 1 ? "a list of 1 entry" : "a list of " + std::to_string(value.size()) + " entries";
-    return printable(value.is_string() ? value.get<std::string>()
-                                       : value.dump(-1, ' ', false, json::error_handler_t::replace));
+    return shown_text(value);
 }
 
 std::string errno_name(int error)

@@ -226,13 +226,20 @@ const argument* next_argument(const typed_line& line)
     return nullptr;
 }
 
+// Of the words typed before --columns those of the command that prints: one that holds another leaves that to it.
+texts words_of_table(const typed_line& line)
+{
+    const bool held = line.what != nullptr && !line.what->arguments.empty() &&
+                      line.what->arguments.front().count == occurs::command_line;
+    return held ? line.arguments : texts(line.words.begin(), line.words.end() - 1);
+}
+
 // Of the table that the command prints: its columns, behind those that are chosen already.
 texts columns(const typed_line& line)
 {
     const std::string chosen = line.begun.substr(0, line.begun.rfind(',') + 1);
     texts lists;
-    for (const std::string& one :
-         without(headings_printed_by({line.words.begin(), line.words.end() - 1}), headings_in(chosen)))
+    for (const std::string& one : without(headings_printed_by(words_of_table(line)), headings_in(chosen)))
         lists.push_back(chosen + one);
     return lists;
 }
