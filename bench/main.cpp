@@ -151,7 +151,7 @@ int compare_times(const char* plot)
     print_limits(table.limits);
     if (plot != nullptr)
         write_plot(plot, table.ratios);
-    return EXIT_SUCCESS;
+    return all_met(table.ratios, table.limits) ? EXIT_SUCCESS : EXIT_FAILURE;
 }
 
 // Under callgrind: what it has counted during the call, in a dump of that name. The name is read later, so it has to

@@ -134,7 +134,7 @@ template <int Processes, void (*Operation)()> void by()
 
 template <int Processes> pair check_by(const char* name)
 {
-    return {name, by<Processes, floor_check>, by<Processes, library_check>, usual, 0, 0, 48, Processes};
+    return {name, by<Processes, floor_check>, by<Processes, library_check>, usual, 0, 0, 96, Processes};
 }
 
 // Each process has an identifier of its own.
@@ -155,7 +155,7 @@ void library_reserve_own()
 
 template <int Processes> pair reserve_by(const char* name)
 {
-    return {name, by<Processes, floor_reserve_own>, by<Processes, library_reserve_own>, usual, 0, 0, 32, Processes};
+    return {name, by<Processes, floor_reserve_own>, by<Processes, library_reserve_own>, usual, 0, 0, 96, Processes};
 }
 
 void release_mapping(void* list)

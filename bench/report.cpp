@@ -8,14 +8,16 @@ namespace bench {
 
 namespace {
 
-// The plot's scale: a ratio of 0.9 stands at the left of the bars, 1.2 at their right.
+// The plot's scale: a ratio of 0.9 stands at the left of the bars, 1.5 at their right.
 constexpr double left = 220;
-constexpr double width = 480;
+constexpr double width = 600;
+constexpr double least = 0.9;
+constexpr double most = 1.5;
 constexpr double row_height = 24;
 
 double at(double ratio)
 {
-    return left + width * (std::clamp(ratio, 0.9, 1.2) - 0.9) / 0.3;
+    return left + width * (std::clamp(ratio, least, most) - least) / (most - least);
 }
 
 void write_line(std::ostream& out, double x1, double x2, double y1, double y2, const char* color)
@@ -30,7 +32,7 @@ void write_row(std::ostream& out, const figures& row, double top)
     write_line(out, at(row.ratio - row.spread), at(row.ratio + row.spread), middle, middle, "gray");
     write_line(out, at(row.goal), at(row.goal), top + 4, top + row_height - 4, "firebrick");
     out << "<circle cx='" << at(row.ratio) << "' cy='" << middle << "' r='4' fill='"
-        << (row.ratio <= row.goal ? "seagreen" : "firebrick") << "'/>\n";
+        << (row.met() ? "seagreen" : "firebrick") << "'/>\n";
 }
 
 // A tenth is told; nothing where there is no such figure.
@@ -64,13 +66,29 @@ void print_limits(const std::vector<absolute>& rows)
                unless_none(row.library).c_str(), unless_none(row.limit).c_str());
 }
 
+bool all_met(const std::vector<figures>& ratios, const std::vector<absolute>& limits)
+{
+    size_t missed = 0;
+    const auto look = [&missed](const auto& rows) {
+        for (const auto& row : rows) {
+            if (!row.met())
+                fprintf(stderr, "%s%s", missed++ == 0 ? "Missed: " : ", ", row.name.c_str());
+        }
+    };
+    look(ratios);
+    look(limits);
+    if (missed != 0)
+        fprintf(stderr, "\n");
+    return missed == 0;
+}
+
 void write_plot(const std::string& path, const std::vector<figures>& rows)
 {
     const double height = row_height * static_cast<double>(rows.size() + 1);
     std::ofstream out(path);
     out << "<svg xmlns='http://www.w3.org/2000/svg' width='" << left + width + 20 << "' height='" << height
         << "' font-family='sans-serif' font-size='13'>\n<rect width='100%' height='100%' fill='white'/>\n";
-    for (const double ratio : {0.9, 1.0, 1.1, 1.2}) {
+    for (const double ratio : {0.9, 1.0, 1.1, 1.2, 1.3, 1.4, 1.5}) {
         write_line(out, at(ratio), at(ratio), 0, height - row_height, "lightgray");
         out << "<text x='" << at(ratio) << "' y='" << height - 6 << "' text-anchor='middle'>" << ratio << "</text>\n";
     }

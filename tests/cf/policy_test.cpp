@@ -21,6 +21,13 @@ TEST(cf_create, tells_the_daemon_and_returns_the_id)
     EXPECT_FALSE(exists("/tmp/utm_log"));
 }
 
+TEST(cf_create, ids_begin_with_1_and_end_below_2_to_the_31)
+{
+    config_daemons daemons;
+    EXPECT_EQ(utm_cf_policy_create(1), 1);
+    EXPECT_EQ(utm_cf_policy_create(INT32_MAX), INT32_MAX);
+}
+
 TEST(cf_create, chosen_id_is_the_time)
 {
     config_daemons daemons;
