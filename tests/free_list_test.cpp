@@ -43,6 +43,23 @@ TEST(free_list, releases_every_entry_and_the_head)
     expect_whole_release(37, &utm_event_response::prev_days_list, utm_user_profile_free_app_usage_prev_days_list);
 }
 
+TEST(free_list, unlinks_an_entry_before_it_is_released)
+{
+    utm_app_usage_entry* head = collect(36, &utm_event_response::app_usage_list, 2);
+    utm_list_links* second = head->links.next->next;
+    wrap::plan plan;
+    plan.before("free", 1, [&] {
+        EXPECT_EQ(head->links.next, second);
+        EXPECT_EQ(second->prev, &head->links);
+    });
+    plan.before("free", 2, [&] {
+        EXPECT_EQ(head->links.next, &head->links);
+        EXPECT_EQ(head->links.prev, &head->links);
+    });
+    utm_user_profile_free_app_usage_list(head);
+    EXPECT_EQ(plan.count("free"), 3);
+}
+
 TEST(free_list, accepts_null)
 {
     wrap::plan plan;
