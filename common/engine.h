@@ -96,9 +96,10 @@ template <class Record> bool send_record(const engine& engine, const unique_fd& 
     const ssize_t sent = (engine.send_flags & MSG_NOSIGNAL) != 0
                              ? send(to.get(), &record, sizeof record, engine.send_flags)
                              : send_without_sigpipe(to.get(), &record, sizeof record);
-    if (sent < 0)
-        tell_time_out();
-    return sent >= 0;
+    if (sent >= 0)
+        return true;
+    tell_time_out();
+    return false;
 }
 
 // Puts into errno why a receive brought less than a record, of which it brought so much. Returns how many bytes came.

@@ -90,6 +90,17 @@ TEST_P(ips_operation, failed_send)
     EXPECT_EQ(plan.count("recv"), 0);
 }
 
+TEST_P(ips_operation, send_that_takes_little_or_nothing_is_no_failure)
+{
+    for (long taken : {0, 1, 315}) {
+        engine_daemon daemon(ips_path, sim::script{sim::send(ips_reply(0)), sim::await_close()});
+        wrap::plan plan;
+        plan.answer("send", 1, taken);
+        EXPECT_EQ(operation_.call(), 0);
+    }
+    EXPECT_FALSE(exists("/tmp/utm_log"));
+}
+
 TEST_P(ips_operation, failed_receive)
 {
     engine_daemon daemon(ips_path, records{ips_reply(0)});
