@@ -41,6 +41,8 @@ if(KQUTM_BUILD_TESTS AND NOT (KQUTM_BUILD_SIMULATOR AND KQUTM_BUILD_TOOLS))
   message(FATAL_ERROR "KQUTM_BUILD_TESTS needs KQUTM_BUILD_SIMULATOR and KQUTM_BUILD_TOOLS: the tests run both")
 endif()
 
+option(KQUTM_EMULATED_TESTS "Build the library's own tests, without what needs the programs; for another machine" OFF)
+
 option(KQUTM_BUILD_BENCHMARKS "Build the benchmarks; needs Google Benchmark and valgrind's headers" OFF)
 if(KQUTM_BUILD_BENCHMARKS AND NOT (KQUTM_BUILD_SIMULATOR AND KQUTM_BUILD_TOOLS))
   message(FATAL_ERROR "KQUTM_BUILD_BENCHMARKS needs KQUTM_BUILD_SIMULATOR and KQUTM_BUILD_TOOLS: it runs both")
