@@ -3,8 +3,7 @@
 # Usage: version.sh VERSION, from the root of the sources.
 set -euo pipefail
 
-failed=0
-[[ -f packaging/yocto/kqutm_$1.bb ]] || failed=1
-grep -qx "PKG_VERSION:=$1" packaging/openwrt/Makefile || failed=1
-((failed == 0)) || echo "The recipes of packaging/yocto or packaging/openwrt are not those of version $1."
-exit $failed
+if [[ ! -f packaging/yocto/kqutm_$1.bb ]] || ! grep -qx "PKG_VERSION:=$1" packaging/openwrt/Makefile; then
+    echo "The recipes of packaging/yocto or packaging/openwrt are not those of version $1."
+    exit 1
+fi
