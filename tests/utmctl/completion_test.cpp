@@ -57,6 +57,11 @@ TEST_F(completing, it_follows_the_command_table)
         {"devid devices --ip 192.168.1.5 --columns T", "TYPE\n"},
         {"profile usage 7 --columns ''", "FIRST\nSECOND\nTHIRD\n"},
         {"watch --interval 5 profile list --columns C", "CF-POLICY\n"},
+        {"status --columns MS,P", "MS,PID\nMS,PROCESS\n"},
+        {"describe --columns ''", "DOES\nFAMILY\nFUNCTION\n"},
+        {"doctor --columns ''", ""},
+        {"wait cf --columns ''", ""},
+        {"log --columns ''", ""},
         {"profile usage --columns ''", ""},
         {"profile create --columns ''", ""},
         {"uuid set -- -''", ""},
@@ -108,6 +113,9 @@ TEST(completing_alone, it_neither_creates_nor_locks_the_registry)
     const std::string segments = content_of("/proc/sysvipc/shm");
     const std::string semaphores = content_of("/proc/sysvipc/sem");
     EXPECT_EQ(utmctl("complete profile delete ''"), (run_result{0, "", ""}));
+    EXPECT_EQ(utmctl("complete profile list --columns I"), (run_result{0, "ID\n", ""}));
+    EXPECT_EQ(utmctl("complete profile usage 7 --columns F"), (run_result{0, "FIRST\n", ""}));
+    EXPECT_FALSE(exists("/tmp/utm_log"));
     EXPECT_EQ(content_of("/proc/sysvipc/shm"), segments);
     EXPECT_EQ(content_of("/proc/sysvipc/sem"), semaphores);
 }

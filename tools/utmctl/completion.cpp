@@ -165,8 +165,8 @@ texts headings_printed_by(const texts& words)
     command_line line;
     try {
         parse(words, line);
-        const bool rehearsable = line.what != nullptr && is_reading(line.asked.words) && !only_looks(line.asked.words);
-        return rehearsable ? rehearsed_headings(line.asked) : texts();
+        const bool looks = line.what != nullptr && is_reading(line.asked.words);
+        return looks ? rehearsed_headings(line.asked) : texts();
     } catch (const failure&) {
         return {};
     }
