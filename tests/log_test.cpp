@@ -1,13 +1,12 @@
 #include "common/log.h"
 
-#include "tests/sandbox/files.h"
+#include "tests/sandbox/disks.h"
 #include "tests/wrap/wrap.h"
 
 #include <cerrno>
 #include <fcntl.h>
 #include <filesystem>
 #include <gtest/gtest.h>
-#include <sys/mount.h>
 #include <sys/stat.h>
 
 namespace {
@@ -15,21 +14,6 @@ namespace {
 constexpr char log_file[] = "/tmp/utm_log/utm_libips_log";
 constexpr char older_file[] = "/tmp/utm_log/utm_libips_log2";
 constexpr off_t threshold = 5242880;
-
-// While it lives, /tmp refuses every change.
-class read_only_tmp {
-public:
-    read_only_tmp() { set(MS_RDONLY); }
-    read_only_tmp(const read_only_tmp&) = delete;
-    read_only_tmp& operator=(const read_only_tmp&) = delete;
-    ~read_only_tmp() { set(0); }
-
-private:
-    static void set(unsigned long flags)
-    {
-        EXPECT_EQ(mount(nullptr, "/tmp", nullptr, MS_REMOUNT | flags, nullptr), 0) << strerror(errno);
-    }
-};
 
 TEST(log, first_message_creates_folder_and_file)
 {
@@ -224,7 +208,7 @@ TEST(log, message_is_lost_when_the_file_cannot_be_opened)
 TEST(log, nothing_is_written_while_tmp_is_read_only)
 {
     {
-        read_only_tmp tmp;
+        read_only_folder tmp("/tmp");
         utm_log(log_file, "lost\n");
     }
     EXPECT_FALSE(exists("/tmp/utm_log"));

@@ -1,7 +1,7 @@
 #include "registry/registry.h"
 
 #include "tests/sandbox/descriptors.h"
-#include "tests/sandbox/files.h"
+#include "tests/sandbox/disks.h"
 #include "tests/sandbox/key_file.h"
 #include "tests/sandbox/registry.h"
 #include "tests/wrap/wrap.h"
@@ -9,7 +9,6 @@
 #include <cerrno>
 #include <filesystem>
 #include <gtest/gtest.h>
-#include <sys/mount.h>
 #include <sys/sem.h>
 #include <sys/stat.h>
 
@@ -97,6 +96,22 @@ TEST(registry_segment, failures_are_null)
     }
 }
 
+// As after an upgrade without a restart.
+TEST(registry_segment, replaced_key_file_makes_it_an_empty_one)
+{
+    ASSERT_EQ(init_utm_id_shm(), 0);
+    set_slots({{profiles, 5}});
+    {
+        replaced_key_file upgraded;
+        EXPECT_EQ(check_shm_utm_id(5, UTM_ID_USER_PROFILE), -1);
+        EXPECT_EQ(errno, ENOENT);
+        EXPECT_EQ(all_slots(), slots(1280, 0));
+        EXPECT_EQ(get_unique_id(5, UTM_ID_USER_PROFILE), 5);
+    }
+    EXPECT_EQ(get_unique_id(5, UTM_ID_USER_PROFILE), -1);
+    EXPECT_EQ(errno, EEXIST);
+}
+
 TEST(registry_segment, detaching_null_does_nothing)
 {
     wrap::plan plan;
@@ -171,10 +186,11 @@ TEST(init_registry, marker_that_cannot_be_created)
 
 TEST(init_registry, tmp_that_cannot_be_written_fails_without_a_trace)
 {
-    ASSERT_EQ(mount(nullptr, "/tmp", nullptr, MS_REMOUNT | MS_RDONLY, nullptr), 0);
-    EXPECT_EQ(init_utm_id_shm(), -1);
-    EXPECT_EQ(errno, EROFS);
-    ASSERT_EQ(mount(nullptr, "/tmp", nullptr, MS_REMOUNT, nullptr), 0);
+    {
+        read_only_folder tmp("/tmp");
+        EXPECT_EQ(init_utm_id_shm(), -1);
+        EXPECT_EQ(errno, EROFS);
+    }
     EXPECT_FALSE(exists(marker));
     EXPECT_FALSE(exists("/tmp/utm_log"));
 }

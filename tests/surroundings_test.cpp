@@ -5,6 +5,7 @@
 
 #include "tests/engines/engines.h"
 #include "tests/sandbox/descriptors.h"
+#include "tests/sandbox/disks.h"
 #include "tests/sandbox/printed.h"
 #include "tests/sandbox/profiles.h"
 #include "tests/sandbox/sender.h"
@@ -13,7 +14,6 @@
 #include <csignal>
 #include <filesystem>
 #include <gtest/gtest.h>
-#include <sys/mount.h>
 
 namespace {
 
@@ -36,20 +36,6 @@ std::string usual_log()
 {
     return refused(7) + refused(7) + unreachable() + "delete user profile fail(id(6) not found)\n";
 }
-
-// While it lives, the log's folder lies on a disk that is full.
-class full_disk {
-public:
-    full_disk()
-    {
-        std::filesystem::create_directory("/tmp/utm_log");
-        EXPECT_EQ(mount("small", "/tmp/utm_log", "tmpfs", 0, "size=4096"), 0) << strerror(errno);
-        write_file("/tmp/utm_log/other", std::string(1 << 20, 'x'));
-    }
-    full_disk(const full_disk&) = delete;
-    full_disk& operator=(const full_disk&) = delete;
-    ~full_disk() { EXPECT_EQ(umount("/tmp/utm_log"), 0) << strerror(errno); }
-};
 
 // While it lives, children of the program vanish unawaited.
 class ignored_children {
@@ -75,28 +61,36 @@ TEST(surroundings, log_that_is_a_folder)
     EXPECT_TRUE(std::filesystem::is_empty(UTM_APPCF_LOG));
 }
 
+TEST(surroundings, log_folder_that_is_a_file)
+{
+    write_file("/tmp/utm_log", "a file\n");
+    config_daemons daemons(usual_answers);
+    printed_by(expect_usual_results); // touch says that it cannot
+    EXPECT_EQ(content_of("/tmp/utm_log"), "a file\n");
+}
+
+TEST(surroundings, log_folder_that_cannot_be_written)
+{
+    for (const std::string& before : {std::string(), std::string("an earlier line\n")}) {
+        std::filesystem::create_directory("/tmp/utm_log");
+        if (!before.empty())
+            write_file(UTM_APPCF_LOG, before);
+        config_daemons daemons(usual_answers);
+        read_only_folder folder("/tmp/utm_log");
+        printed_by(expect_usual_results);
+        EXPECT_EQ(exists(UTM_APPCF_LOG), !before.empty());
+        EXPECT_EQ(appcf_log(), before);
+    }
+}
+
 TEST(surroundings, full_disk)
 {
-    full_disk disk;
+    full_disk disk("/tmp/utm_log");
     config_daemons daemons(usual_answers);
     expect_usual_results();
     EXPECT_TRUE(exists(UTM_APPCF_LOG));
     EXPECT_EQ(appcf_log(), "");
 }
-
-// While it lives, nothing can be created in /tmp, by root neither.
-class read_only_tmp {
-public:
-    read_only_tmp()
-    {
-        EXPECT_EQ(mount("/tmp", "/tmp", nullptr, MS_BIND | MS_REC, nullptr), 0) << strerror(errno);
-        EXPECT_EQ(mount(nullptr, "/tmp", nullptr, MS_REMOUNT | MS_BIND | MS_RDONLY | MS_NOSUID, nullptr), 0)
-            << strerror(errno);
-    }
-    read_only_tmp(const read_only_tmp&) = delete;
-    read_only_tmp& operator=(const read_only_tmp&) = delete;
-    ~read_only_tmp() { EXPECT_EQ(umount2("/tmp", MNT_DETACH), 0) << strerror(errno); }
-};
 
 // Operations that log a failure, one for each log.
 const struct {
@@ -115,7 +109,7 @@ TEST(surroundings, tmp_that_cannot_be_written)
     config_daemons daemons(usual_answers);
     engine_daemon ips(ips_path, records{ips_reply(5)});
     engine_daemon devid(devid_path, records{devid_reply(6)});
-    read_only_tmp tmp;
+    read_only_folder tmp("/tmp");
     printed_by([] { // the shell that cannot create the folder says so
         for (const auto& [call, result, cause] : failing) {
             EXPECT_EQ(call(), result);

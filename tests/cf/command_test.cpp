@@ -2,6 +2,7 @@
 
 #include "kqutm/cf.h"
 
+#include "tests/sandbox/disks.h"
 #include "tests/sandbox/filter.h"
 
 #include <atomic>
@@ -226,6 +227,19 @@ TEST(command, file_that_cannot_become_a_stream_is_removed)
     expect_kernel_switched_and_nobody_told(filter);
     EXPECT_EQ(filter.calls("unlink"), calls{"unlink(/var/run/contfltd.cmd)"});
     EXPECT_FALSE(exists(command_file));
+}
+
+// Whether the command was written is not looked at: the daemon is told, and finds nothing.
+TEST(command, full_disk_leaves_an_empty_file_and_the_daemon_is_told)
+{
+    full_disk disk("/run", "contfltd.pid", "4711\n");
+    impatient caller;
+    caller.answer("kill", wrap::every, 0);
+    EXPECT_EQ(__utm_cf_activate(1), 0);
+    EXPECT_EQ(content_of(kernel_enable), "1\n");
+    EXPECT_TRUE(exists(command_file));
+    EXPECT_EQ(content_of(command_file), "");
+    EXPECT_EQ(caller.calls("kill"), calls{"kill(4711, 1)"});
 }
 
 // Deliberate: a command file that has come up since the wait is not truncated.

@@ -130,6 +130,20 @@ TEST(common_segment, failures_are_null_and_detaching_always_0)
     EXPECT_EQ(detach_utm_common_data_shm(address), 0);
 }
 
+// As after an upgrade without a restart.
+TEST(uuid, replaced_key_file_loses_it)
+{
+    ASSERT_EQ(utm_uuid_set("4fd1c2a0"), 0);
+    {
+        replaced_key_file upgraded;
+        char buffer[size] = "left";
+        EXPECT_EQ(utm_uuid_get(buffer, size), -1);
+        EXPECT_EQ(errno, 0);
+        EXPECT_STREQ(buffer, "");
+    }
+    EXPECT_EQ(got(), "4fd1c2a0");
+}
+
 TEST(uuid, is_stored_and_read_back_whole)
 {
     for (const std::string& uuid : {std::string(255, 'u'), std::string("4fd1c2a0"), std::string("x")}) {
