@@ -73,7 +73,7 @@ public:
     engine_daemon(const char* path, const records& replies) : engine_daemon(path, answer(replies)) {}
 };
 
-// Listens, accepts nobody, and dies when it is told to.
+// Listens, and accepts nobody; hangs up and dies when it is told to.
 class deaf_daemon {
 public:
     explicit deaf_daemon(const char* path, int backlog = 3)
@@ -87,6 +87,9 @@ public:
     deaf_daemon(const deaf_daemon&) = delete;
     deaf_daemon& operator=(const deaf_daemon&) = delete;
     ~deaf_daemon() { die(); }
+
+    // Accepts a client, and leaves it at once.
+    void hang_up() const { close(accept(listener_, nullptr, nullptr)); }
 
     void die()
     {

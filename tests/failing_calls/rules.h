@@ -8,6 +8,13 @@
 // What becomes of an operation in which a call of libc fails.
 namespace failing_calls {
 
+// An operation in the surroundings in which its calls fail.
+struct scene {
+    const counts::operation& tested;
+    history before;
+    outcome undisturbed;
+};
+
 struct failing_call {
     const char* function;
     int error;   // that it fails with
@@ -17,11 +24,20 @@ struct failing_call {
 // Every wrapped call that can fail. The others release, or tell the time.
 const std::vector<failing_call>& all_failing_calls();
 
-// Whether the operation succeeds all the same when this one call fails, though the call matters elsewhere.
-bool is_spared(const std::string& operation, const fault& fault, const outcome& undisturbed);
+// Whether the operation succeeds all the same when this call fails, though the call matters elsewhere.
+bool is_spared(const scene& scene, const fault& fault);
 
 // Whether a failure may read as success, for want of a lock that a check, a release or a binding would need.
 bool succeeds_without_lock(const std::string& operation);
+
+// Whether the operation is a lock itself, which a signal interrupts.
+bool is_one_semop(const std::string& operation);
+
+// Whether a result is a number, and no list or address.
+bool is_number(const std::string& result);
+
+// What the operation returns when it fails because this call did.
+std::string failure_value(const scene& scene, const fault& fault);
 
 // Whether the operation abandons what it has taken from the heap when it fails.
 bool abandons_blocks(const std::string& operation);

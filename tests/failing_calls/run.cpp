@@ -96,7 +96,7 @@ void set_up(wrap::plan& plan, const fault& fault)
     plan.answer("usleep", wrap::every, 0);
     const int last = fault.lasting ? fault.nth + most_calls : fault.nth;
     for (int nth = fault.nth; nth <= last; nth++) {
-        if (fault.function == "semctl" || fault.function == "semop")
+        if (fault.function == "semctl" || (fault.function == "semop" && fault.error != EINTR))
             plan.before(fault.function, nth, remove_semaphores);
         else
             plan.fail(fault.function, nth, fault.error);
@@ -113,6 +113,15 @@ int blocks_taken(const wrap::plan& plan, const fault& fault)
         return fault.lasting ? fault.nth - 1 : calls - 1;
     };
     return taken("malloc") + taken("calloc");
+}
+
+// Segments that could not be detached.
+int left_attached(const wrap::plan& plan, const fault& fault)
+{
+    const int calls = plan.count("shmdt");
+    if (fault.function != "shmdt" || calls < fault.nth)
+        return 0;
+    return fault.lasting ? calls - fault.nth + 1 : 1;
 }
 
 // Everything that operations leave behind, but for the logs.
@@ -147,10 +156,13 @@ outcome call(const counts::operation& operation, history history, const fault& f
     found.blocks = blocks_taken(plan, fault);
     for (const std::string& noted : plan.calls())
         found.calls[noted.substr(0, noted.find('('))]++;
+    for (const std::string& noted : plan.calls("semop"))
+        found.locking += noted.find(", -1,") != std::string::npos ? '-' : '+';
     found.result = returned.shown();
     returned.release();
     holdings after;
     after.blocks = found.blocks - plan.count("free");
+    after.attached -= left_attached(plan, fault);
     found.kept = after.since(before);
     return found;
 }
@@ -160,7 +172,10 @@ outcome call(const counts::operation& operation, history history, const fault& f
     const bool failed_before = testing::Test::HasFailure();
     const outcome found = call(operation, history, fault);
     std::ostringstream told;
-    told << found.result << '\n' << found.kept << '\n' << found.error << ' ' << found.blocks << '\n';
+    told << found.result << '\n'
+         << found.kept << '\n'
+         << found.locking << '\n'
+         << found.error << ' ' << found.blocks << '\n';
     for (const auto& [function, count] : found.calls)
         told << function << ' ' << count << '\n';
     const std::string text = told.str();
@@ -183,6 +198,7 @@ outcome parsed(const std::string& text)
     outcome found;
     std::getline(told, found.result);
     std::getline(told, found.kept);
+    std::getline(told, found.locking);
     told >> found.error >> found.blocks;
     int count = 0;
     for (std::string function; told >> function >> count;)

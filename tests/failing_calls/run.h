@@ -24,6 +24,7 @@ struct outcome {
     std::string kept;   // what was not given back after the result was released, or empty
     int blocks = 0;     // taken from the heap
     std::map<std::string, int> calls;
+    std::string locking; // for each semop '-' where it takes a lock, '+' where it gives one back
 };
 
 // What happened on the gateway before.
