@@ -10,7 +10,7 @@ inline constexpr engine av = {
     .address = local_address(UTM_AV_SOCKET),
     .type = SOCK_STREAM,
     .receive_limit = 10,
-    .send_flags = MSG_NOSIGNAL,
+    .no_signal = true,
 };
 
 } // namespace engines

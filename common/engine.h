@@ -16,7 +16,7 @@ struct engine {
     int type;                  // of the socket
     int receive_limit = 0;     // in seconds; 0: none
     int send_limit = 0;        // the same, of connecting too
-    int send_flags = 0;        // a peer that has closed never raises SIGPIPE, with or without MSG_NOSIGNAL
+    bool no_signal = false;    // sends with MSG_NOSIGNAL; the others have a guard against SIGPIPE
 };
 
 // How far a connection got.
@@ -93,9 +93,8 @@ void log_at_line(const engine& engine, const char* operation, const char* text, 
 // limit.
 template <class Record> bool send_record(const engine& engine, const unique_fd& to, const Record& record)
 {
-    const ssize_t sent = (engine.send_flags & MSG_NOSIGNAL) != 0
-                             ? send(to.get(), &record, sizeof record, engine.send_flags)
-                             : send_without_sigpipe(to.get(), &record, sizeof record);
+    const ssize_t sent = engine.no_signal ? send(to.get(), &record, sizeof record, MSG_NOSIGNAL)
+                                          : send_without_sigpipe(to.get(), &record, sizeof record);
     if (sent >= 0)
         return true;
     tell_time_out();

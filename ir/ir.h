@@ -9,7 +9,7 @@ namespace engines {
 inline constexpr engine ir = {
     .address = local_address(UTM_IR_SOCKET),
     .type = SOCK_SEQPACKET,
-    .send_flags = MSG_NOSIGNAL,
+    .no_signal = true,
 };
 
 } // namespace engines

@@ -51,6 +51,21 @@ TEST(wait_readable, tells_ready_timed_out_and_failed_apart)
     EXPECT_EQ(errno, EBADF);
 }
 
+// Leaves bytes where the next function called has its variables.
+[[gnu::noinline]] void fill_the_stack()
+{
+    volatile char bytes[4096];
+    for (volatile char& byte : bytes)
+        byte = static_cast<char>(0xff);
+}
+
+TEST(wait_readable, looks_at_its_descriptor_alone)
+{
+    socket_pair pair;
+    fill_the_stack();
+    EXPECT_EQ(wait_readable(pair.ends[0], 0), 0);
+}
+
 TEST(wait_readable, is_one_select_with_the_limit)
 {
     socket_pair pair;

@@ -8,6 +8,7 @@
 
 #include <cerrno>
 #include <fcntl.h>
+#include <memory>
 #include <sys/time.h>
 
 namespace {
@@ -152,6 +153,72 @@ TEST(connect_to_devid, send_limit_that_cannot_be_set)
     EXPECT_EQ(errno, EDOM);
     EXPECT_EQ(plan.count("connect"), 0);
     EXPECT_EQ(devid_log(), line_of("connect_deviceid", "setsockopt SO_SNDTIMEO fail"));
+}
+
+// What brings more than a result.
+struct reading {
+    const char* name;
+    const char* path;
+    sim::bytes (*reply)(int32_t result);
+    std::vector<int32_t> results;
+    bool (*succeeds)();
+};
+
+void PrintTo(const reading& reading, std::ostream* out)
+{
+    *out << reading.name;
+}
+
+template <class Node> bool given(Node* list)
+{
+    if (list == nullptr)
+        return false;
+    free_list(list);
+    return true;
+}
+
+const reading readings[] = {
+    {"whitelist", av_path, av_reply, {-1}, [] { return given(utm_av_show_whitelist()); }},
+    {"cache", av_path, av_reply, {-1}, [] { return given(utm_av_show_cache()); }},
+    {"rules", ips_path, ips_reply, {0}, [] { return given(utm_ips_show_customizelist()); }},
+    {"devices", devid_path, devid_reply, {0, -1}, [] { return given(utm_devid_get_device_list()); }},
+    {"device_by_ip",
+     devid_path,
+     devid_reply,
+     {0, -1},
+     [] { return given(utm_devid_get_device_list_by_ip("1.2.3.4")); }},
+    {"ips_status",
+     ips_path,
+     ips_reply,
+     {0},
+     [] {
+         const std::unique_ptr<utm_ips_message, decltype(&free)> status(utm_ips_show_status(), free);
+         return status != nullptr;
+     }},
+    {"devid_status",
+     devid_path,
+     devid_reply,
+     {0},
+     [] {
+         utm_devid_status status;
+         return utm_devid_get_status(&status) == 0;
+     }},
+    {"timestamp", devid_path, devid_reply, {0}, [] { return utm_devid_get_latest_timestamp() != 0; }},
+};
+
+class read_at_descriptor_0 : public testing::TestWithParam<reading> {};
+INSTANTIATE_TEST_SUITE_P(readings, read_at_descriptor_0, testing::ValuesIn(readings),
+                         [](const auto& test) { return std::string(test.param.name); });
+
+TEST_P(read_at_descriptor_0, succeeds_and_closes_it)
+{
+    records replies;
+    for (const int32_t result : GetParam().results)
+        replies.push_back(GetParam().reply(result));
+    engine_daemon daemon(GetParam().path, replies);
+    closed_stdin closed;
+    EXPECT_TRUE(GetParam().succeeds());
+    EXPECT_EQ(fcntl(0, F_GETFD), -1);
 }
 
 } // namespace

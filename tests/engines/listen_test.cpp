@@ -167,6 +167,7 @@ TEST_P(listen_at_path, options_that_cannot_be_set_at_descriptor_0)
     errno = EIO;
     EXPECT_EQ(server_.create(), -1);
     EXPECT_EQ(errno, ENOPROTOOPT);
+    expect_log(refusal("set unix socket options", "Protocol not available"));
 }
 
 TEST_P(listen_at_path, path_that_cannot_be_bound)
