@@ -1,8 +1,12 @@
-// A device-identification daemon that sends a list of devices.
+// A device-identification daemon that sends a list of devices, to a gateway with addresses of its own.
 
 #include "fuzz/target.h"
 
+#include <netinet/in.h>
+
 namespace {
+
+constexpr uint8_t wanted[] = {192, 168, 1, 5};
 
 size_t count_devices(const std::vector<fuzz::piece>& sent)
 {
@@ -12,25 +16,79 @@ size_t count_devices(const std::vector<fuzz::piece>& sent)
     return count;
 }
 
+// As the kernel tells it, and no byte longer: an IPv4 or IPv6 address, one of another family, or none.
+fuzz::bytes take_address(fuzz::input& input)
+{
+    constexpr struct {
+        sa_family_t family;
+        size_t size;
+        size_t offset; // of the address
+        size_t length;
+    } kinds[] = {
+        {AF_INET, sizeof(sockaddr_in), offsetof(sockaddr_in, sin_addr), 4},
+        {AF_INET6, sizeof(sockaddr_in6), offsetof(sockaddr_in6, sin6_addr), 16},
+        {AF_PACKET, sizeof(sa_family_t), sizeof(sa_family_t), 0},
+    };
+    const size_t chosen = input.byte() % (std::size(kinds) + 1);
+    if (chosen == std::size(kinds))
+        return {};
+    const auto& kind = kinds[chosen];
+    fuzz::bytes address(kind.size);
+    memcpy(address.data(), &kind.family, sizeof kind.family);
+    const fuzz::bytes given = input.take(kind.length);
+    std::copy(given.begin(), given.end(), address.begin() + static_cast<long>(kind.offset));
+    return address;
+}
+
+bool is_wanted(const fuzz::bytes& address)
+{
+    return address.size() == sizeof(sockaddr_in) && std::equal(std::begin(wanted), std::end(wanted), &address[4]);
+}
+
+std::vector<fuzz::bytes> take_addresses(fuzz::input& input, size_t count)
+{
+    std::vector<fuzz::bytes> addresses;
+    while (addresses.size() < count)
+        addresses.push_back(take_address(input));
+    return addresses;
+}
+
+void check_devices(const utm_device* list, const std::vector<fuzz::piece>& sent)
+{
+    const size_t devices = count_devices(sent);
+    size_t at = 0;
+    for (const utm_device* device = list->next; device != list; device = device->next, at++) {
+        fuzz::require(at < devices && memcmp(&device->record, sent[at].data.data() + 24, sizeof device->record) == 0,
+                      "a device is what the daemon sent");
+    }
+    fuzz::require(at == devices, "no device is missing");
+}
+
+void check_gateway(const utm_device* list)
+{
+    fuzz::require(list->next->next == list && strcmp(list->next->record.name, "HomeGW") == 0,
+                  "the gateway is one device");
+}
+
 } // namespace
 
 int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     fuzz::input input(data, size);
-    const bool by_ip = input.byte() % 2 != 0;
+    const uint8_t how = input.byte();
+    const bool by_ip = how % 2 != 0;
+    const std::vector<fuzz::bytes> addresses = take_addresses(input, how / 2 % 4);
     fuzz::machine machine(input);
+    machine.put_addresses(addresses);
     utm_device* const list = by_ip ? utm_devid_get_device_list_by_ip("192.168.1.5") : utm_devid_get_device_list();
-    const size_t devices = count_devices(machine.sent());
-    fuzz::require((list != nullptr) == (devices != 0), "an empty list is null");
-    if (list == nullptr)
-        return 0;
-    size_t at = 0;
-    for (const utm_device* device = list->next; device != list; device = device->next, at++) {
-        fuzz::require(at < devices &&
-                          memcmp(&device->record, machine.sent()[at].data.data() + 24, sizeof device->record) == 0,
-                      "a device is what the daemon sent");
-    }
-    fuzz::require(at == devices, "no device is missing");
+    const std::vector<fuzz::piece>& sent = machine.sent();
+    const bool empty = fuzz::leading_records(sent, 384, -1) != 0;
+    const bool gateway = by_ip && empty && std::any_of(addresses.begin(), addresses.end(), is_wanted);
+    fuzz::require((list != nullptr) == (gateway || count_devices(sent) != 0), "an empty list is null");
+    if (gateway)
+        check_gateway(list);
+    else if (list != nullptr)
+        check_devices(list, sent);
     utm_devid_free_device_list(list);
     return 0;
 }

@@ -58,7 +58,8 @@ extern "C" {
         return current == nullptr ? __real_##name arguments : (answer);                                                \
     }
 
-ANSWERED(int, socket, daemon_fd, (int domain, int type, int protocol), (domain, type, protocol))
+ANSWERED(int, socket, (current->note_opened(), daemon_fd), (int domain, int type, int protocol),
+         (domain, type, protocol))
 ANSWERED(int, connect, 0, (int fd, const sockaddr* address, socklen_t length), (fd, address, length))
 ANSWERED(int, setsockopt, 0, (int fd, int level, int option, const void* value, socklen_t length),
          (fd, level, option, value, length))
@@ -71,7 +72,7 @@ ANSWERED(ssize_t, send, current->take_request(data, size), (int fd, const void* 
 ANSWERED(ssize_t, read, current->receive(data, size), (int fd, void* data, size_t size), (fd, data, size))
 ANSWERED(int, access, is_log(path) || current->find_file(path) != nullptr ? 0 : -1, (const char* path, int mode),
          (path, mode))
-ANSWERED(int, system, 0, (const char* command), (command))
+ANSWERED(int, system, (current->note_command(command), 0), (const char* command), (command))
 ANSWERED(int, unlink, 0, (const char* path), (path))
 ANSWERED(int, flock, 0, (int fd, int operation), (fd, operation))
 ANSWERED(int, usleep, 0, (useconds_t time), (time))
@@ -86,7 +87,10 @@ ANSWERED(int, kill, (current->note_signal(process), 0), (pid_t process, int sign
 int __real_close(int fd);
 int __wrap_close(int fd)
 {
-    return fd == daemon_fd || fd == file_fd ? 0 : __real_close(fd);
+    if (fd != daemon_fd && fd != file_fd)
+        return __real_close(fd);
+    current->note_closed();
+    return 0;
 }
 
 ssize_t __real_write(int fd, const void* data, size_t size);
@@ -107,7 +111,10 @@ ssize_t __wrap_write(int fd, const void* data, size_t size)
 int __real_open(const char* path, int flags, mode_t mode);
 int __wrap_open(const char* path, int flags, mode_t mode)
 {
-    return current == nullptr ? __real_open(path, flags, mode) : file_fd;
+    if (current == nullptr)
+        return __real_open(path, flags, mode);
+    current->note_opened();
+    return file_fd;
 }
 
 int __real_stat(const char* path, struct stat* file);
@@ -115,7 +122,7 @@ int __wrap_stat(const char* path, struct stat* file)
 {
     if (current == nullptr)
         return __real_stat(path, file);
-    file->st_size = 0;
+    file->st_size = current->log_size();
     return 0;
 }
 
@@ -126,9 +133,13 @@ FILE* __wrap_fopen(const char* path, const char* mode)
         return __real_fopen(path, mode);
     return outside([=](fuzz::machine* machine) {
         const fuzz::bytes* content = machine->find_file(path);
+        if (content != nullptr)
+            machine->note_opened();
         return content == nullptr ? nullptr : stream_of(*content);
     });
 }
+
+// A descriptor that becomes a stream is closed with it.
 
 FILE* __real_fdopen(int fd, const char* mode);
 FILE* __wrap_fdopen(int fd, const char* mode)
@@ -141,7 +152,19 @@ FILE* __wrap_popen(const char* command, const char* mode)
 {
     if (current == nullptr)
         return __real_popen(command, mode);
-    return outside([](fuzz::machine* machine) { return stream_of(machine->output()); });
+    return outside([=](fuzz::machine* machine) {
+        machine->note_command(command);
+        machine->note_opened();
+        return stream_of(machine->output());
+    });
+}
+
+int __real_fclose(FILE* stream);
+int __wrap_fclose(FILE* stream)
+{
+    if (current != nullptr)
+        current->note_closed();
+    return __real_fclose(stream);
 }
 
 int __real_pclose(FILE* stream);
@@ -153,7 +176,22 @@ int __wrap_pclose(FILE* stream)
 int __real_getifaddrs(ifaddrs** list);
 int __wrap_getifaddrs(ifaddrs** list)
 {
-    return current == nullptr ? __real_getifaddrs(list) : -1;
+    if (current == nullptr)
+        return __real_getifaddrs(list);
+    if (current->interfaces().empty())
+        return -1;
+    current->note_opened();
+    *list = current->interfaces().data();
+    return 0;
+}
+
+void __real_freeifaddrs(ifaddrs* list);
+void __wrap_freeifaddrs(ifaddrs* list)
+{
+    if (current == nullptr)
+        __real_freeifaddrs(list);
+    else
+        current->note_closed();
 }
 
 void* __real_malloc(size_t size);

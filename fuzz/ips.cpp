@@ -4,10 +4,12 @@
 
 namespace {
 
-void check_status()
+void check_status(const fuzz::machine& machine)
 {
     utm_ips_message* const status = utm_ips_show_status();
     fuzz::require(status != nullptr, "a status block is returned whatever came");
+    const bool shown = fuzz::leading_records(machine.sent(), 312, 0) != 0;
+    fuzz::require((status->result == 0) == shown, "a status is that of a whole record that says so");
     free(status);
 }
 
@@ -19,7 +21,7 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     const bool status = input.byte() % 2 != 0;
     fuzz::machine machine(input);
     if (status) {
-        check_status();
+        check_status(machine);
         return 0;
     }
     const int32_t result = utm_ips_reset();

@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 namespace fuzz {
 
@@ -28,6 +29,7 @@ machine::machine(input daemon) : daemon_(daemon)
 machine::~machine()
 {
     require(blocks_.empty(), "every block is released");
+    require(opened_ == 0, "what is opened is closed, once");
     current = nullptr;
 }
 
@@ -89,6 +91,25 @@ const bytes* machine::find_file(const std::string& path) const
             return &file.content;
     }
     return nullptr;
+}
+
+void machine::put_addresses(std::vector<bytes> addresses)
+{
+    const paused own;
+    addresses_ = std::move(addresses);
+    interfaces_.assign(addresses_.size(), {});
+    for (size_t i = 0; i < addresses_.size(); i++) {
+        if (!addresses_[i].empty())
+            interfaces_[i].ifa_addr = reinterpret_cast<sockaddr*>(addresses_[i].data());
+        if (i > 0)
+            interfaces_[i - 1].ifa_next = &interfaces_[i];
+    }
+}
+
+void machine::note_command(const char* command)
+{
+    const paused own;
+    command_ = command;
 }
 
 void machine::note_block(void* block)

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <ifaddrs.h>
 #include <string>
 #include <vector>
 
@@ -49,9 +50,14 @@ public:
     void put_file(const std::string& path, const bytes& content) { files_.push_back({path, content}); }
     void put_output(const bytes& output) { output_ = output; }
     void put_segment(void* segment) { segment_ = segment; }
+    void put_log_size(long size) { log_size_ = size; }
 
-    // The processes that got a signal.
+    // The addresses of the interfaces, as sockaddr; an empty one is an interface without. Else they cannot be told.
+    void put_addresses(std::vector<bytes> addresses);
+
+    // The processes that got a signal, and the last command for the shell.
     const std::vector<int>& told() const { return told_; }
+    const std::string& command() const { return command_; }
 
     // Blocks that the library has taken and not given back.
     size_t blocks() const { return blocks_.size(); }
@@ -63,7 +69,12 @@ public:
     const bytes* find_file(const std::string& path) const;
     const bytes& output() const { return output_; }
     void* segment() const { return segment_; }
+    long log_size() const { return log_size_; }
+    std::vector<ifaddrs>& interfaces() { return interfaces_; }
     void note_signal(int process) { told_.push_back(process); }
+    void note_command(const char* command);
+    void note_opened() { opened_++; }
+    void note_closed() { opened_--; }
     void note_block(void* block);
     void forget_block(void* block);
 
@@ -79,8 +90,13 @@ private:
     std::vector<file> files_;
     bytes output_;
     void* segment_ = nullptr;
+    long log_size_ = 0;
+    std::vector<bytes> addresses_;
+    std::vector<ifaddrs> interfaces_;
     std::vector<int> told_;
+    std::string command_;
     std::vector<void*> blocks_;
+    int opened_ = 0; // descriptors, streams and lists of interfaces that are not closed
 };
 
 // Ends the program, for the fuzzer to report.

@@ -4,6 +4,8 @@
 
 #include "fuzz/target.h"
 
+#include <memory>
+
 namespace {
 
 // How a text travels: at which byte of the request, and what becomes of one that fills the field.
@@ -40,6 +42,8 @@ const operation operations[] = {
     {[](const char* text) { return utm_cf_policy_del_domain_keyword(20, text); }, 12, 512, overflow::refuse},
     {utm_app_import_statistics, 8, 128, overflow::refuse},
     {utm_app_export_statistics, 8, 128, overflow::refuse},
+    {utm_cf_dump_all, 8, 128, overflow::refuse},
+    {utm_app_dump_all, 8, 128, overflow::refuse},
     {utm_app_update_signature, 8, 128, overflow::fill},
     {[](const char* text) { return utm_ips_set_whitelist(text, 1); }, 20, 11, overflow::cut},
     {[](const char* text) { return utm_ips_set_blacklist(text, 1); }, 20, 11, overflow::cut},
@@ -67,16 +71,43 @@ void check(const operation& operation, const bytes& text, const fuzz::machine& m
                        bytes(text.begin(), text.begin() + static_cast<long>(std::min(length, fits))));
 }
 
-// Texts that go nowhere else than to a shell, the log, the kernel or the common segment.
-void check_others(const char* text)
+void check_uuid(const char* text, fuzz::machine& machine)
 {
+    bytes segment(UTM_UUID_SIZE);
+    machine.put_segment(segment.data());
     char uuid[UTM_UUID_SIZE];
-    utm_log(UTM_IPS_LOG, "%s\n", text);
-    utm_cf_redirect_page(text);
-    dump_cf_activate(text);
     const bool kept = utm_uuid_set(text) == 0 && *text != '\0';
     fuzz::require(kept == (*text != '\0' && strlen(text) < UTM_UUID_SIZE), "a UUID fits or is refused");
     fuzz::require(!kept || (utm_uuid_get(uuid, sizeof uuid) == 0 && strcmp(uuid, text) == 0), "a UUID comes back");
+}
+
+// The path of a log that is too large reaches the shell, as far as a command has room.
+void check_log_path(const std::string& path, fuzz::machine& machine)
+{
+    machine.put_log_size(5242881);
+    utm_log(path.c_str(), "text\n");
+    machine.put_log_size(0);
+    fuzz::require(machine.command() == ("/bin/mv " + path + " " + path + "2").substr(0, 511),
+                  "a command is cut at its buffer");
+}
+
+void check_command(const std::string& command, const fuzz::machine& machine)
+{
+    char output[200];
+    utm_getSystemCommandResult(command.c_str(), output, sizeof output, 1);
+    fuzz::require(machine.command() == command, "a command is run as it is");
+    fuzz::require(*output == '\0', "a command that prints nothing gives an empty text");
+}
+
+// Texts that go nowhere else than to a shell, the log, the kernel or the common segment.
+void check_others(const char* text, fuzz::machine& machine)
+{
+    utm_log(UTM_IPS_LOG, "%s\n", text);
+    utm_cf_redirect_page(text);
+    dump_cf_activate(text);
+    check_log_path(text, machine);
+    check_command(text, machine);
+    check_uuid(text, machine);
 }
 
 } // namespace
@@ -87,11 +118,13 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     const size_t chosen = input.byte() % (std::size(operations) + 1);
     bytes text = input.rest();
     text.push_back(0);
-    bytes segment(UTM_UUID_SIZE);
+    const auto ids = std::make_unique<utm_id_registry>();
+    ids->profiles[3] = ids->cf_policies[5] = ids->app_policies[6] = 7; // a dump has something to tell
     fuzz::machine machine(fuzz::input(nullptr, 0));
-    machine.put_segment(segment.data());
+    machine.put_segment(ids.get());
+    machine.put_file(UTM_ID_MARKER, {});
     if (chosen == std::size(operations))
-        check_others(reinterpret_cast<const char*>(text.data()));
+        check_others(reinterpret_cast<const char*>(text.data()), machine);
     else
         check(operations[chosen], text, machine);
     return 0;
