@@ -5,6 +5,7 @@
 #include "common/shell.h"
 #include "common/unique_fd.h"
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
 #include <fcntl.h>
@@ -33,8 +34,8 @@ public:
     {
         va_list again;
         va_copy(again, values);
-        int length = vsnprintf(usual_, sizeof usual_, format, values);
-        size_ = length < 0 ? 0 : static_cast<size_t>(length);
+        const int length = vsnprintf(usual_, sizeof usual_, format, values);
+        size_ = static_cast<size_t>(std::max(length, 0));
         if (size_ >= sizeof usual_)
             format_long(format, again);
         va_end(again);

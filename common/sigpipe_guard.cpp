@@ -16,6 +16,6 @@ void sigpipe_guard::consume()
         return;
     errno_guard keep;
     const timespec at_once = {0, 0};
-    while (sigtimedwait(&only_sigpipe, nullptr, &at_once) < 0 && errno == EINTR) {
+    while (sigtimedwait(&only_sigpipe, nullptr, &at_once) == -1 && errno == EINTR) {
     }
 }

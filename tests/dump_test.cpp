@@ -70,6 +70,8 @@ void register_for_dump(const dump_operation& dump)
 {
     register_ids({{profiles, 7}, {profiles + 255, 0xffffffff}, {dump.bindings, 20}, {dump.bindings + 1, 99}});
     set_slots({{dump.policies + 1, 20}, {dump.policies + 2, 21}});
+    const size_t bindings_of_the_other_kind = cf_bindings + app_bindings - dump.bindings;
+    set_slots({{bindings_of_the_other_kind, 30}}); // behind a table that is dumped
 }
 
 std::string profiles_part(const dump_operation& dump)

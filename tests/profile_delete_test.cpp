@@ -41,6 +41,14 @@ TEST(delete_profile, bound_policies_are_freed_in_every_slot)
     EXPECT_EQ(all_slots(), slots(1280, 0));
 }
 
+TEST(delete_profile, bound_policy_1_is_freed)
+{
+    config_daemons daemons;
+    register_ids({{profiles, 7}, {cf_bindings, 1}, {app_bindings, 1}, {cf_policies, 1}, {app_policies, 1}});
+    EXPECT_EQ(utm_user_profile_delete(7), 0);
+    EXPECT_EQ(all_slots(), slots(1280, 0));
+}
+
 TEST(delete_profile, without_bound_policies_the_tables_are_not_touched)
 {
     config_daemons daemons;

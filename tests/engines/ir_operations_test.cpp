@@ -171,6 +171,17 @@ TEST_P(ir_operation, descriptor_0_is_no_connection)
     EXPECT_EQ(plan.count("send"), 0);
 }
 
+TEST_P(ir_operation, descriptor_1_is_a_connection)
+{
+    engine_daemon daemon(ir_path, answer_each(records(2, ir_reply(0))));
+    const int saved = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 3);
+    close(STDOUT_FILENO);
+    const int32_t result = operation_.call();
+    dup2(saved, STDOUT_FILENO);
+    close(saved);
+    EXPECT_EQ(result, 0);
+}
+
 TEST_P(ir_operation, descriptor_0_without_a_daemon_is_closed)
 {
     closed_stdin closed;
