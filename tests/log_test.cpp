@@ -1,5 +1,6 @@
 #include "common/log.h"
 
+#include "tests/sandbox/descriptors.h"
 #include "tests/sandbox/disks.h"
 #include "tests/wrap/wrap.h"
 
@@ -20,6 +21,14 @@ TEST(log, first_message_creates_folder_and_file)
     utm_log(log_file, "the first\n");
     EXPECT_TRUE(std::filesystem::is_directory("/tmp/utm_log"));
     EXPECT_EQ(content_of(log_file), "the first\n");
+}
+
+TEST(log, file_may_get_descriptor_0)
+{
+    closed_stdin closed;
+    utm_log(log_file, "the first\n");
+    EXPECT_EQ(content_of(log_file), "the first\n");
+    EXPECT_EQ(fcntl(0, F_GETFD), -1);
 }
 
 TEST(log, commands_are_mkdir_without_and_touch_with_a_folder)

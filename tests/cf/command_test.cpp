@@ -2,6 +2,7 @@
 
 #include "kqutm/cf.h"
 
+#include "tests/sandbox/descriptors.h"
 #include "tests/sandbox/disks.h"
 #include "tests/sandbox/filter.h"
 
@@ -38,6 +39,15 @@ TEST(command, off_writes_kernel_and_command_and_hangs_up)
     EXPECT_EQ(content_of(kernel_hdf_enable), "no\n");
     EXPECT_EQ(content_of(command_file), "28\n");
     EXPECT_EQ(filter.calls("kill"), calls{"kill(4711, 1)"});
+}
+
+TEST(command, file_may_get_descriptor_0)
+{
+    running_filter filter;
+    closed_stdin closed;
+    EXPECT_EQ(__utm_cf_activate(1), 0);
+    EXPECT_EQ(content_of(command_file), "29\n");
+    EXPECT_EQ(fcntl(0, F_GETFD), -1);
 }
 
 // Deliberate: a mode other than 0 and 1 switches the kernel on and the daemon off.
