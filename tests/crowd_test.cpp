@@ -92,9 +92,14 @@ bool release(const shared_ledger& told, size_t thread)
 }
 
 // A UUID is one letter 255 times.
+std::string uuid_of(size_t thread)
+{
+    return std::string(255, static_cast<char>('a' + thread % 26));
+}
+
 bool use_uuid(size_t thread)
 {
-    const std::string mine(255, static_cast<char>('a' + thread % 26));
+    const std::string mine = uuid_of(thread);
     char found[UTM_UUID_SIZE];
     return utm_uuid_set(mine.c_str()) == 0 && utm_uuid_get(found, sizeof found) == 0 &&
            std::string(found) == std::string(255, found[0]);
@@ -247,7 +252,9 @@ void expect_accepted_rules(const shared_ledger& told, const engine_daemon& ips)
 
 TEST(crowd, leaves_what_completed_operations_made)
 {
+    // Who loses the race to create a semaphore or a segment fails, so they are there before.
     ASSERT_EQ(init_utm_id_shm(), 0);
+    ASSERT_EQ(utm_uuid_set(uuid_of(0).c_str()), 0);
     const shared_ledger told;
     const engine_daemon ips(ips_path, records{ips_reply(0)});
     const engine_daemon devid(devid_path, records{devid_reply(7)});
