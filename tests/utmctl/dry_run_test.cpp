@@ -178,7 +178,7 @@ TEST_F(dry_run, a_gateway_that_was_never_used_stays_so)
     const snapshot memory = shared_memory_now();
     const snapshot files = files_now();
     EXPECT_EQ(utmctl("--dry-run profile create 7"), (run_result{0,
-                                                                "create: a lock\n"
+                                                                "create: the lock of the registry\n"
                                                                 "create: the segment of the registry\n"
                                                                 "file: create /tmp/utm_user_profile_shm\n"
                                                                 "registry: profiles[0] 0 -> 7\n"
@@ -191,11 +191,17 @@ TEST_F(dry_run, a_gateway_that_was_never_used_stays_so)
                                                                     std::string(end_line),
                                                                 ""}));
     EXPECT_EQ(utmctl("--dry-run uuid set 0815"), (run_result{0,
-                                                             "create: a lock\n"
+                                                             "create: the lock of the UUID\n"
                                                              "create: the segment of the UUID\n"
                                                              "uuid: '' -> '0815'\n" +
                                                                  std::string(end_line),
                                                              ""}));
+    EXPECT_EQ(utmctl("-j --dry-run registry show"),
+              (run_result{0,
+                          done_line("registry show", R"({"dry_run":true,"steps":[)"
+                                                     R"({"step":"create","what":"the lock of the registry"},)"
+                                                     R"({"step":"create","what":"the segment of the registry"}]})"),
+                          ""}));
     EXPECT_EQ(shared_memory_now(), memory);
     EXPECT_EQ(files_now(), files);
     EXPECT_EQ(sent(), json::array());

@@ -70,6 +70,13 @@ const char* name_of_segment(size_t size)
     return size == sizeof(utm_id_registry) ? "the segment of the registry" : "the segment of the UUID";
 }
 
+// A key made of a file begins with its project.
+const char* name_of_lock(key_t key)
+{
+    const uint32_t project = static_cast<uint32_t>(key) >> 24;
+    return project == UTM_ID_SEMAPHORE_PROJECT ? "the lock of the registry" : "the lock of the UUID";
+}
+
 constexpr int without_creating(int flags)
 {
     return flags & ~(IPC_CREAT | IPC_EXCL);
@@ -127,7 +134,7 @@ void* rehearsed_memory::shmat(int id)
 int rehearsed_memory::semget(key_t key, int count, int flags)
 {
     const int id = find(semaphore_ids_, key, libc<int>("semget", key, count, without_creating(flags)), flags);
-    return id < 0 && (flags & IPC_CREAT) != 0 ? create(semaphore_ids_, key, "a lock") : id;
+    return id < 0 && (flags & IPC_CREAT) != 0 ? create(semaphore_ids_, key, name_of_lock(key)) : id;
 }
 
 int rehearsed_memory::semctl(int id, int number, int command, long argument) const
