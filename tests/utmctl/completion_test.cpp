@@ -79,6 +79,8 @@ TEST_F(completing, it_follows_the_command_table)
     for (const completion& one : completions)
         EXPECT_EQ(utmctl("complete " + one.typed), (run_result{0, one.offered, ""})) << one.typed;
 }
+        {"--y", "--yes\n"},
+        {"--yes reg", "registry\n"},
 
 TEST_F(completing, it_offers_every_family)
 {

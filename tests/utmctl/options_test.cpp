@@ -1,5 +1,6 @@
 #include "tests/sandbox/config_daemons.h"
 #include "tests/sandbox/files.h"
+#include "tests/sandbox/registry.h"
 #include "tests/sandbox/terminal.h"
 #include "tests/utmctl/run.h"
 
@@ -70,6 +71,25 @@ TEST(options, behind_two_hyphens_words_are_arguments)
               refused(2, "log: FAMILY: '-f' has no log; these have one: config, ips, devid, common; profile, cf, app "
                          "and registry write to config, uuid to common, av and ir to none; 'utmctl help log' tells "
                          "what it takes\n"));
+}
+
+TEST(options, yes_is_taken_anywhere)
+{
+    for (const char* line : {"--yes registry clear", "registry --yes clear", "registry clear --yes"}) {
+        register_ids({{0, 7}});
+        EXPECT_EQ(utmctl(line), (run_result{0, "the registry was cleared\n", ""})) << line;
+        EXPECT_EQ(all_slots()[0], 0U) << line;
+    }
+    EXPECT_EQ(utmctl("registry clear -- --yes").status, 2);
+    EXPECT_EQ(utmctl("call --yes utm_uuid_set ''"), (run_result{0, "returned: 0\n", ""}));
+}
+
+TEST(options, yes_is_nothing_to_what_destroys_nothing)
+{
+    register_ids({{0, 7}});
+    EXPECT_EQ(utmctl("profile list --yes"), utmctl("profile list"));
+    EXPECT_EQ(utmctl("-j --yes registry check profile 7"), utmctl("-j registry check profile 7"));
+    EXPECT_EQ(utmctl("watch --yes profile list --count 1"), utmctl("profile list"));
 }
 
 // What a terminal shows of a command.

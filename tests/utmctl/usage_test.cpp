@@ -61,8 +61,11 @@ constexpr bad_line bad_lines[] = {
     {"profile --dryrun list", "unknown option '--dryrun'; did you mean '--dry-run'? 'utmctl help' lists the options"},
     {"profile list --wiat=3", "profile list: unknown option '--wiat=3'; did you mean '--wait'? 'utmctl help profile "
                               "list' tells what it takes"},
+    {"--yess reset", "unknown option '--yess'; did you mean '--yes'? 'utmctl help' lists the options"},
+    {"reset --ye", "reset: unknown option '--ye'; did you mean '--yes'? 'utmctl help reset' tells what it takes"},
+    {"--yes=1 reset", "wrong option: --yes takes no value; 'utmctl help' lists the options"},
     {"-x version", "unknown option '-x'; 'utmctl help' lists the options"},
-    {"--yes profile flush", "'--yes' is an option of a command; give it behind the words of the command"},
+    {"--count 3 watch status", "'--count' is an option of a command; give it behind the words of the command"},
     {"log -n 3", "log: unknown option '-n'; its own options are -f, --lines; 'utmctl help log' tells what it takes"},
     {"uuid set -x", "uuid set: unknown option '-x'; an argument that begins with a hyphen stands behind --; 'utmctl "
                     "help uuid set' tells what it takes"},

@@ -102,8 +102,6 @@ void parse_arguments(const family& group, const command& what, const texts& argu
     CLI::App parser;
     parser.set_help_flag();
     parser.allow_extras();
-    if (what.destroys)
-        parser.add_flag("--yes", asked.yes);
     for (const argument& one : what.arguments)
         declare(parser, one, asked.values[one.name]);
     const std::string wrong = parse_with(parser, arguments);

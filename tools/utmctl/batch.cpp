@@ -53,14 +53,14 @@ void parse_words(batch_line& one, const shell_words& found, const request& batch
     check_nesting(one.line, batch);
 }
 
-// The global options of the batch hold for each line, and so does its --yes.
+// The global options of the batch hold for each line.
 batch_line parse_line(size_t number, const shell_words& found, const request& batch)
 {
     batch_line one = {.number = number,
                       .line = {.style = batch.style,
                                .asked = {.given_timeout = batch.given_timeout,
                                          .wait = batch.wait,
-                                         .yes = batch.has("--yes"),
+                                         .yes = batch.yes,
                                          .dry_run = batch.dry_run,
                                          .explain = batch.explain}}};
     try {
@@ -185,7 +185,6 @@ constexpr argument file_and_ways[] = {
      "FILE"},
     {"--keep-going", occurs::flag, nullptr,
      "run all commands even when one fails; a line that is wrong still keeps the batch from starting"},
-    {"--yes", occurs::flag, nullptr, "what the commands destroy may be destroyed, without a --yes of their own"},
 };
 
 bool always(const request&)

@@ -20,7 +20,6 @@ using texts = std::vector<std::string>;
 constexpr argument arguments[] = {
     {"FUNCTION", occurs::once, check_function, "an exported function of the library"},
     {"ARGUMENT", occurs::any_number, check_any, "its arguments, as 'utmctl describe FUNCTION' tells them"},
-    {"--yes", occurs::flag, check_any, "what the function destroys may be destroyed"},
 };
 
 // "2 arguments: rule, action"
@@ -55,7 +54,7 @@ void check(const request& asked, const function_row& function)
             refuse_words(asked, function,
                          std::string(parsed.parameters.at(at).name) + ": " + in_quotes(given[at]) + " " + wrong);
     }
-    const bool allowed = asked.has("--yes") || asked.yes || rehearsal::current() != nullptr;
+    const bool allowed = asked.yes || rehearsal::current() != nullptr;
     if (!allowed && operations::destroys(function, given))
         refuse_to_destroy(std::string(function.name()), function.destroys);
 }

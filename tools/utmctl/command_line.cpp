@@ -19,6 +19,7 @@ struct global_flags {
     std::string json = {};
     bool quiet = false;
     bool no_headers = false;
+    bool yes = false;
     bool dry_run = false;
     bool explain = false;
     bool help = false;
@@ -44,6 +45,7 @@ texts take_globals(const texts& arguments, global_flags& flags)
     parser.add_flag("-j{plain},--json{plain}", flags.json);
     add_flag(parser, "-q,--quiet", flags.quiet);
     add_flag(parser, "--no-headers", flags.no_headers);
+    add_flag(parser, "--yes", flags.yes);
     add_flag(parser, "--dry-run", flags.dry_run);
     add_flag(parser, "--explain", flags.explain);
     add_flag(parser, "-h,--help", flags.help);
@@ -188,6 +190,7 @@ void parse(const texts& arguments, command_line& line)
     take_words(arguments, line, flags);
     line.style.quiet |= flags.quiet;
     line.style.headers &= !flags.no_headers;
+    line.asked.yes |= flags.yes;
     line.asked.dry_run |= flags.dry_run;
     line.asked.explain |= flags.explain;
     line.help = flags.help;

@@ -16,6 +16,7 @@ constexpr global_option global_options[] = {
     {"    --columns HEADINGS", "the columns of a table to show, in this order, with commas between (default: all)"},
     {"    --timeout SECONDS", "how long each call of the library may take (default 60)"},
     {"    --wait SECONDS", "how long to wait first for the daemons that the command needs (default: not at all)"},
+    {"    --yes", "what the command destroys may be destroyed"},
     {"    --dry-run", "print the records that would be sent and what else would change, and do nothing"},
     {"    --explain", "tell what the library logged and printed meanwhile, and what that means"},
     {"-h, --help", "explain utmctl, or the command"},

@@ -94,8 +94,6 @@ std::vector<std::string> names_of_options()
 std::vector<std::string> names_of_options(const command& what)
 {
     texts names;
-    if (what.destroys != nullptr)
-        names.emplace_back("--yes");
     for (const argument& one : what.arguments) {
         if (is_option(one.name))
             names.emplace_back(one.name);
