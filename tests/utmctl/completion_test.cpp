@@ -36,6 +36,18 @@ TEST_F(completing, it_follows_the_command_table)
         {"describe utm_uuid", "utm_uuid_get\nutm_uuid_set\n"},
         {"call utm_ips_a", "utm_ips_activate\n"},
         {"wait ips i", "ir\n"},
+        {"wait cf a", "app\nav\n"},
+        {"wait all ''", ""},
+        {"watch --d", ""},
+        {"watch profile list --e", ""},
+        {"watch --i", "--interval\n"},
+        {"call utm_uuid_get ''", "null\nout\n"},
+        {"call utm_app_daemon_status out null ''", "null\nout\n"},
+        {"call detach_utm_id_data_shm ''", "attached\nnull\n"},
+        {"call utm_uuid_set ''", "null\n"},
+        {"call utm_ips_activate ''", ""},
+        {"call utm_ips_activate 1 ''", ""},
+        {"call utm_frob ''", ""},
         {"cf dump ''", ":files\n"},
         {"cf add-keyword 70 -f ''", ":files\n"},
         {"devid ignore l", "lo\n"},
@@ -67,6 +79,8 @@ TEST_F(completing, it_follows_the_command_table)
         {"uuid set -- -''", ""},
         {"reset --y", "--yes\n"},
         {"reset --yes --y", ""},
+        {"--y", "--yes\n"},
+        {"--yes reg", "registry\n"},
         {"devid devices --i", "--interface\n--ip\n"},
         {"--j", "--json\n--json=pretty\n"},
         {"--dr", "--dry-run\n"},
@@ -79,8 +93,6 @@ TEST_F(completing, it_follows_the_command_table)
     for (const completion& one : completions)
         EXPECT_EQ(utmctl("complete " + one.typed), (run_result{0, one.offered, ""})) << one.typed;
 }
-        {"--y", "--yes\n"},
-        {"--yes reg", "registry\n"},
 
 TEST_F(completing, it_offers_every_family)
 {
@@ -145,6 +157,12 @@ TEST_F(completing, bash_asks_it)
     EXPECT_EQ(typed_into("bash", "utmctl --json=p"), "pretty\n= utmctl --json=pretty \n");
     EXPECT_EQ(typed_into("bash", "utmctl cf dump /tmp/du"), "/tmp/dump_1\n= utmctl cf dump /tmp/dump_1 \n");
     EXPECT_EQ(typed_into("bash", "utmctl nonsense "), "= utmctl nonsense \n");
+    write_file("/tmp/a dump", "");
+    EXPECT_EQ(typed_into("bash", "utmctl cf dump /tmp/a\\ d"), "/tmp/a dump\n= utmctl cf dump /tmp/a\\ dump \n");
+    EXPECT_EQ(typed_into("bash", "utmctl \"cf\" dump \"/tmp/a d"),
+              "/tmp/a dump\n= utmctl \"cf\" dump \"/tmp/a dump\" \n");
+    EXPECT_EQ(typed_into("bash", "utmctl batch -f /tmp/a\\ dump --kee"),
+              "--keep-going\n= utmctl batch -f /tmp/a\\ dump --keep-going \n");
 }
 
 TEST_F(completing, zsh_asks_it)
@@ -155,6 +173,9 @@ TEST_F(completing, zsh_asks_it)
     EXPECT_EQ(typed_into("zsh", "utmctl --json=p"), "--json=pretty\n= utmctl --json=pretty \n");
     EXPECT_EQ(typed_into("zsh", "utmctl cf dump /tmp/du"), "dump_1\n= utmctl cf dump /tmp/dump_1 \n");
     EXPECT_EQ(typed_into("zsh", "utmctl nonsense "), "= utmctl nonsense \n");
+    write_file("/tmp/a dump", "");
+    EXPECT_EQ(typed_into("zsh", "utmctl cf dump /tmp/a\\ d"), "a\\ dump\n= utmctl cf dump /tmp/a\\ dump \n");
+    EXPECT_EQ(typed_into("zsh", "utmctl \"cf\" batch"), "= utmctl \"cf\" batch\n");
 }
 
 } // namespace

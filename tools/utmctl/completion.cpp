@@ -66,12 +66,16 @@ texts files(const typed_line&)
     return {names_of_files};
 }
 
-texts daemons(const typed_line&)
+// All of them are one word, which leaves no other.
+texts daemons(const typed_line& line)
 {
+    if (std::ranges::count(line.arguments, "all") > 0)
+        return {};
     texts names;
     for (const operations::daemon_row* one : operations::all_daemons)
         names.emplace_back(one->name);
-    names.emplace_back("all");
+    if (line.arguments.empty())
+        names.emplace_back("all");
     return names;
 }
 
@@ -83,6 +87,24 @@ texts functions(const typed_line&)
             names.emplace_back(one.name());
     }
     return names;
+}
+
+// The words that stand for memory and for nothing, as the function takes them there.
+texts words_of_function(const typed_line& line)
+{
+    const operations::function_row* function = operations::find_function(line.arguments.front());
+    const size_t at = line.arguments.size() - 1;
+    if (function == nullptr || at >= function->parsed().count)
+        return {};
+    const std::string described = function->by_words.word(at);
+    texts words;
+    for (const char* one : {operations::out_word, "attached"}) {
+        if (described.starts_with(one))
+            words.emplace_back(one);
+    }
+    if (described.ends_with(std::string("or ") + operations::null_word))
+        words.emplace_back(operations::null_word);
+    return words;
 }
 
 texts interfaces(const typed_line&)
@@ -123,6 +145,7 @@ struct source {
 };
 
 constexpr source sources[] = {
+    {"ARGUMENT", "call", nullptr, words_of_function},
     {"COMMAND", "help", nullptr, words_to_explain},
     {"COMMAND", "watch", nullptr, words_to_watch},
     {"DAEMON", nullptr, nullptr, daemons},
@@ -143,6 +166,14 @@ constexpr source sources[] = {
     {"POLICY", "profile", "bind-app", app_policies},
     {"POLICY", "profile", "bind-cf", cf_policies},
 };
+
+texts without(texts candidates, const texts& given)
+{
+    std::erase_if(candidates, [&](const std::string& one) {
+        return one != names_of_files && std::find(given.begin(), given.end(), one) != given.end();
+    });
+    return candidates;
+}
 
 bool is(const char* wanted, const char* word)
 {
@@ -178,7 +209,7 @@ texts option_names(const typed_line& line)
     for (const std::string& one : names_of_options())
         names.push_back(one);
     names.emplace_back("--json=pretty");
-    return names;
+    return line.group == &watch_family ? without(names, {"--dry-run", "--explain"}) : names; // which it refuses
 }
 
 texts second_words(const family& group, bool watched)
@@ -204,14 +235,6 @@ texts first_words(bool watched)
 bool repeats(const argument& one)
 {
     return one.count == occurs::at_least_once || one.count == occurs::any_number || one.count == occurs::command_line;
-}
-
-texts without(texts candidates, const texts& given)
-{
-    std::erase_if(candidates, [&](const std::string& one) {
-        return one != names_of_files && std::find(given.begin(), given.end(), one) != given.end();
-    });
-    return candidates;
 }
 
 // The argument that comes next; the last one may occur again and again.
@@ -267,7 +290,8 @@ texts all_candidates(const typed_line& line)
     if (next == nullptr)
         return {};
     const texts candidates = candidates_for(*next, line);
-    return repeats(*next) ? without(candidates, line.arguments) : candidates;
+    const bool differ = repeats(*next) && line.group != &call_family; // a function may take one word twice
+    return differ ? without(candidates, line.arguments) : candidates;
 }
 
 texts candidates_of(typed_line line)
