@@ -43,6 +43,16 @@ public:
     }
 };
 
+// While it lives, this thread sees a machine without a shell.
+class missing_shell : mounts_of_its_own {
+public:
+    missing_shell()
+    {
+        EXPECT_EQ(mount("nothing", "/bin", "tmpfs", 0, nullptr), 0) << strerror(errno);
+        EXPECT_NE(access("/bin/sh", F_OK), 0);
+    }
+};
+
 // While it lives, this thread sees a machine on which another library file has been installed.
 class replaced_key_file : mounts_of_its_own {
 public:

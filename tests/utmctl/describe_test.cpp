@@ -196,8 +196,6 @@ TEST(describe, knows_what_each_argument_is)
 const names without_command = {
     // The daemons' and the library's own work.
     "utm_log",
-    // The shell itself does that better.
-    "utm_getSystemCommandResult",
     // A lock that ends with the command locks nothing; 'uuid' takes it for as long as it needs it.
     "utm_commoc_lock",
     "utm_commoc_unlock",

@@ -33,7 +33,7 @@ TEST(page, its_examples_are_true)
 {
     const config_daemons daemons;
     const std::vector<example> examples = examples_of(content_of(KQUTM_UTMCTL_PAGE));
-    ASSERT_EQ(examples.size(), 11U);
+    ASSERT_EQ(examples.size(), 12U);
     for (const example& one : examples)
         EXPECT_EQ(utmctl(one.line), (run_result{0, one.out, ""})) << one.line;
 }

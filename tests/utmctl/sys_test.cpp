@@ -1,4 +1,5 @@
 #include "tests/sandbox/files.h"
+#include "tests/sandbox/key_file.h"
 #include "tests/utmctl/run.h"
 
 #include <filesystem>
@@ -37,6 +38,45 @@ TEST(sys, a_shell_that_fails_is_quoted)
     const run_result told = utmctl("sys debug-events on");
     EXPECT_EQ(told.status, 1);
     EXPECT_NE(told.err.find("cannot be changed: 'touch: "), std::string::npos) << told;
+}
+
+TEST(sys, run_prints_what_a_command_prints)
+{
+    EXPECT_EQ(utmctl("sys run 'echo seven; echo eight' --yes"), (run_result{0, "seven\neight\n", ""}));
+    EXPECT_EQ(utmctl("-j sys run 'echo seven; echo eight' --yes"),
+              (run_result{0, done_line("sys run", R"({"output":"seven\neight","standard_error":""})"), ""}));
+    EXPECT_EQ(utmctl("sys run true --yes"), (run_result{0, "", ""}));
+    EXPECT_EQ(utmctl("sys run 'echo red >&2; printf \"a\\\\033\"' --yes"),
+              (run_result{0, "a\\x1b\nstandard error: red\n", ""}));
+    EXPECT_EQ(utmctl("sys run 'printf %070000d 0' --yes").out, std::string(65535, '0') + "\n");
+}
+
+TEST(sys, run_wants_a_yes)
+{
+    EXPECT_EQ(utmctl("sys run 'touch /tmp/made'"),
+              refused(9, "sys run destroys whatever the command destroys, and was not carried out; add --yes if that "
+                         "is what you want\n"));
+    EXPECT_EQ(utmctl("--dry-run sys run 'touch /tmp/made'"),
+              (run_result{0,
+                          "shell: touch /tmp/made\nnothing was sent and nothing changed; every daemon is taken to "
+                          "accept\n",
+                          ""}));
+    EXPECT_FALSE(exists("/tmp/made"));
+}
+
+TEST(sys, run_tells_of_a_shell_that_does_not_start)
+{
+    const missing_shell missing;
+    EXPECT_EQ(utmctl("sys run true --yes"),
+              refused(1, "the shell's command was not run: the shell (/bin/sh) cannot be started; see whether it is "
+                         "there, and how many processes and how much memory are left\n"));
+}
+
+TEST(sys, run_tells_of_a_command_that_does_not_end)
+{
+    EXPECT_EQ(utmctl("--timeout 0.05 sys run 'exec sleep 5' --yes"),
+              refused(3, "the shell's command did not end: the library has not come back within 0.05 s, and the call "
+                         "was ended; it may go on by itself; --timeout sets a longer limit\n"));
 }
 
 TEST(sys, a_state_is_on_or_off)

@@ -5,6 +5,7 @@
 
 #include "kqutm/common.h"
 
+#include <sstream>
 #include <unistd.h>
 
 namespace {
@@ -31,6 +32,45 @@ outcome switch_debug_events(const request& asked)
     return {.result = {{"debug_events", is}}, .confirmations = {"the recording of debug events was " + switched}};
 }
 
+constexpr int most_output = 65536; // bytes, with the zero byte at the end
+
+// The library tells nothing, but clears the buffer as soon as a shell has started.
+json output_of(const std::string& command_line)
+{
+    std::vector<char> output(most_output);
+    output.back() = '?';
+    utm_getSystemCommandResult(command_line.c_str(), output.data(), most_output, 1);
+    return output.back() == '\0' ? json(output.data()) : json();
+}
+
+void add_lines(std::vector<std::string>& lines, const std::string& before, const std::string& text)
+{
+    std::istringstream stream(text);
+    for (std::string line; std::getline(stream, line);)
+        lines.push_back(before + printable(line));
+}
+
+outcome run(const request& asked)
+{
+    const std::string& command_line = asked.one("COMMAND");
+    const call_result call =
+        call_in_worker("the shell's command did not end", asked.timeout, [&] { return output_of(command_line); },
+                       {.registry_lock = false, .advice = "it may go on by itself; --timeout sets a longer limit"});
+    if (call.value.is_null())
+        throw failure({.status = exit_status::refused,
+                       .what = "the shell's command was not run",
+                       .culprits = {{"the shell", "/bin/sh", "cannot be started"}},
+                       .next = "see whether it is there, and how many processes and how much memory are left"});
+    outcome told = {.result = {{"output", call.value}, {"standard_error", call.printed}}};
+    add_lines(told.lines, "", call.value);
+    add_lines(told.lines, "standard error: ", call.printed);
+    return told;
+}
+
+constexpr argument command_of_shell[] = {
+    {"COMMAND", occurs::once, check_any, "one text, which a shell reads; of what it prints 65408 bytes come whole"},
+};
+
 constexpr command commands[] = {
     {"debug-events",
      state,
@@ -38,6 +78,12 @@ constexpr command commands[] = {
      "switch the recording of debug events on or off",
      nullptr,
      "sys debug-events on"},
+    {"run",
+     command_of_shell,
+     {run, "utm_getSystemCommandResult"},
+     "run a command in a shell by the library's helper, and print what it prints",
+     "whatever the command destroys",
+     "sys run 'uptime -p' --yes"},
 };
 
 } // namespace
