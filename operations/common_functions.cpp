@@ -37,6 +37,12 @@ bool is_empty_text(words given)
     return text.value() != nullptr && *text.value() == '\0';
 }
 
+bool runs_a_command(words given)
+{
+    const bool has_texts = argument<const char*>(given, 0).value() != nullptr && given[1] != null_word;
+    return has_texts && parse_whole(given[2]).value() > 0;
+}
+
 constexpr function_row functions[] = {
     {log_function,
      "appends one message to a diagnostic log, in a single write",
@@ -104,13 +110,19 @@ constexpr function_row functions[] = {
     {bound<utm_getSystemCommandResult>(
          "void utm_getSystemCommandResult(const char* command, char* out, int out_size, int strip_newline)"),
      "runs a command in a shell and takes what it prints on standard output",
-     {"the command, as the shell reads it", "where the text goes, always with its zero byte",
-      "bytes of the buffer; up to 128 take the first line alone", "not 0: one newline at the end is removed"},
+     {"the command, as the shell reads it; null: nothing is run",
+      "where the text goes, always with its zero byte; null: nothing is run",
+      "bytes of the buffer; up to 128 take the first line alone, and no more than 127 characters of it; more take line "
+      "after line, a longer one in pieces of 127 characters, and the one read when fewer than 128 bytes are left is "
+      "the "
+      "last, cut where the buffer ends; below 1: nothing is run",
+      "not 0: one newline at the end is removed"},
      {"shell: the command"},
      "until the command ends",
      nothing_told,
      nullptr,
-     "whatever the command destroys"},
+     "whatever the command destroys",
+     runs_a_command},
 };
 
 } // namespace

@@ -76,6 +76,8 @@ struct callable {
 
 constexpr size_t most_steps = 8;
 
+inline constexpr uint32_t kind_of_next_argument = UINT32_MAX;
+
 // What an argument is. The registry is asked for an identifier, or takes a new one, where it has a kind.
 struct argument_help {
     constexpr argument_help() = default;
@@ -85,7 +87,7 @@ struct argument_help {
     }
 
     const char* text = nullptr;
-    uint32_t kind = 0; // an utm_id_kind
+    uint32_t kind = 0; // an utm_id_kind, or that of the next argument
     bool reserves = false;
 };
 

@@ -81,7 +81,7 @@ constexpr function_row functions[] = {
      reserved_id},
     {bound<check_shm_utm_id>("int check_shm_utm_id(uint32_t id, uint32_t kind)"),
      "tells whether an identifier is registered",
-     {"the identifier; 0 counts as registered while the kind has a free slot", kind_help},
+     {{"the identifier; 0 counts as registered while the kind has a free slot", kind_of_next_argument}, kind_help},
      {"registry: read, under its lock"},
      waits_for_lock,
      registered},

@@ -63,7 +63,6 @@ TEST(call, fails_with_the_class_of_errno)
                           "utmctl: utm_ips_activate returned -1: errno is EINVAL: an argument is refused; nothing was "
                           "sent; 'utmctl describe utm_ips_activate' tells more\n"}));
     EXPECT_EQ(utmctl("call utm_av_reset --yes").status, 4);
-    EXPECT_EQ(utmctl("call check_shm_utm_id 7 1").status, 5);
 }
 
 TEST(call, ends_with_6_where_an_identifier_is_unknown)
@@ -74,6 +73,33 @@ TEST(call, ends_with_6_where_an_identifier_is_unknown)
                           "utmctl: utm_user_profile_delete returned -1: errno is ENOENT: profile 7 is not registered, "
                           "and nothing was sent; 'utmctl describe utm_user_profile_delete' tells more\n"}));
     EXPECT_EQ(daemons.told(), std::vector<std::string>{});
+}
+
+TEST(call, ends_with_6_where_the_registry_alone_is_asked)
+{
+    const auto unknown = [](const std::string& name) {
+        return run_result{6, "returned: -1\nerrno: ENOENT\n",
+                          "utmctl: check_shm_utm_id returned -1: errno is ENOENT: " + name +
+                              " is not registered; 'utmctl describe check_shm_utm_id' tells more\n"};
+    };
+    register_ids({{0, 7}, {512, 70}});
+    EXPECT_EQ(utmctl("call check_shm_utm_id 7 1"), (run_result{0, "returned: 0\n", ""}));
+    EXPECT_EQ(utmctl("call check_shm_utm_id 999 1"), unknown("profile 999"));
+    EXPECT_EQ(utmctl("call check_shm_utm_id 7 2"), unknown("content-filter policy 7"));
+    for (const char* kind : {"0", "3", "4294967295"})
+        EXPECT_EQ(utmctl(std::string("call check_shm_utm_id 70 ") + kind), unknown("application policy 70")) << kind;
+}
+
+TEST(call, finds_0_unknown_where_no_slot_is_free)
+{
+    std::map<size_t, uint32_t> full;
+    for (size_t slot = 0; slot < 256; ++slot)
+        full[slot] = 1;
+    register_ids(full);
+    EXPECT_EQ(utmctl("call check_shm_utm_id 0 1").err,
+              "utmctl: check_shm_utm_id returned -1: errno is ENOENT: profile 0 is not registered; 'utmctl describe "
+              "check_shm_utm_id' tells more\n");
+    EXPECT_EQ(utmctl("call check_shm_utm_id 0 2").status, 0);
 }
 
 TEST(call, tells_an_unknown_identifier_from_a_missing_socket)
@@ -93,9 +119,13 @@ TEST(call, ends_with_5_where_the_key_file_is_missing)
 {
     const config_daemons daemons;
     const missing_key_file missing;
-    for (const char* line : {"init_utm_id_config_sem", "init_utm_common_sem", "get_unique_id 7 1",
-                             "utm_uuid_get out 256", "utm_cf_policy_create 0"})
+    for (const char* line :
+         {"init_utm_id_config_sem", "init_utm_common_sem", "get_unique_id 7 1", "utm_cf_policy_create 0"})
         EXPECT_EQ(utmctl("call " + std::string(line)).status, 5) << line;
+    EXPECT_EQ(utmctl("call utm_uuid_get out 256"),
+              (run_result{5, "returned: -1\nerrno: ENOENT\nbuffer: \n",
+                          "utmctl: utm_uuid_get returned -1: errno is ENOENT: the library's installed file is missing; "
+                          "'utmctl describe utm_uuid_get' tells more\n"}));
     EXPECT_EQ(utmctl("call init_utm_id_config_sem"),
               (run_result{5, "returned: -1\nerrno: ENOENT\n",
                           "utmctl: init_utm_id_config_sem returned -1: errno is ENOENT: the library's installed file "
@@ -335,6 +365,16 @@ TEST(call, wants_a_yes_for_what_is_lost)
     EXPECT_EQ(utmctl("uuid get").status, 6);
 }
 
+TEST(call, runs_no_command_where_one_text_is_missing)
+{
+    for (const char* arguments : {"null out 256 0", "'touch /tmp/made' null 256 0", "'touch /tmp/made' out 0 0"})
+        EXPECT_EQ(utmctl(std::string("-j call utm_getSystemCommandResult ") + arguments).status, 0) << arguments;
+    EXPECT_EQ(utmctl("call utm_getSystemCommandResult 'touch /tmp/made' out 1 0"),
+              failed(9, "utm_getSystemCommandResult destroys whatever the command destroys, and was not carried out; "
+                        "add --yes if that is what you want"));
+    EXPECT_FALSE(exists("/tmp/made"));
+}
+
 // A command that wants --yes calls a function that wants it, too.
 TEST(call, is_as_careful_as_the_commands)
 {
@@ -366,6 +406,18 @@ TEST(call, gives_a_lock_back_at_once)
                           "once\n",
                           ""}));
     EXPECT_EQ(utmctl("call utm_id_config_lock " + semaphore).status, 0);
+}
+
+TEST(call, undoes_no_lock_that_was_not_taken)
+{
+    for (const std::string function :
+         {"utm_id_config_lock", "utm_id_config_unlock", "utm_commoc_lock", "utm_commoc_unlock"}) {
+        EXPECT_EQ(
+            utmctl("call " + function + " -1"),
+            (run_result{2, "returned: -1\nerrno: EINVAL\n",
+                        "utmctl: " + function + " returned -1: errno is EINVAL: Invalid argument; 'utmctl describe " +
+                            function + "' tells more\n"}));
+    }
 }
 
 TEST(call, shows_the_slots_of_the_registry)

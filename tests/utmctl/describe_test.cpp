@@ -85,6 +85,14 @@ TEST(describe, tells_how_long_a_buffer_is)
               "out, which is a buffer of SIZE bytes, but at least 256; or null");
 }
 
+TEST(describe, tells_what_a_buffer_gets_of_a_command)
+{
+    EXPECT_EQ(result_of("describe utm_getSystemCommandResult")["arguments"][2]["help"],
+              "bytes of the buffer; up to 128 take the first line alone, and no more than 127 characters of it; more "
+              "take line after line, a longer one in pieces of 127 characters, and the one read when fewer than 128 "
+              "bytes are left is the last, cut where the buffer ends; below 1: nothing is run");
+}
+
 constexpr char described_debug[] = R"json({
         "function": "utm_app_debug",
         "family": "app",

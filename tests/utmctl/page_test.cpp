@@ -65,4 +65,14 @@ TEST(page, it_lists_every_command)
     }
 }
 
+TEST(page, it_names_every_function_without_a_command)
+{
+    const std::string page = content_of(KQUTM_UTMCTL_PAGE);
+    const std::string list = page.substr(page.find("Every operation has a command of its own."));
+    for (const auto& row : nlohmann::json::parse(utmctl("-j describe").out)["result"]) {
+        const std::string name = "`" + row["function"].get<std::string>() + "`";
+        EXPECT_EQ(list.find(name) != std::string::npos, row["commands"].empty()) << name;
+    }
+}
+
 } // namespace

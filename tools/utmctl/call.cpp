@@ -129,7 +129,7 @@ table table_of_entries(const json& entries)
     return table_of(entries, members);
 }
 
-void tell(const function_row& function, outcome& result)
+void tell(const function_row& function, outcome& result, bool failed)
 {
     const json& told = result.result;
     const json& returned = told["returned"];
@@ -143,7 +143,7 @@ void tell(const function_row& function, outcome& result)
         result.lines.push_back("printed: " + shown(line));
     if (returned.is_array() && !returned.empty())
         result.rows = table_of_entries(returned);
-    if (function.afterwards != nullptr && !returned.is_null())
+    if (function.afterwards != nullptr && !returned.is_null() && !failed)
         result.confirmations.emplace_back(function.afterwards);
 }
 
@@ -168,7 +168,7 @@ outcome call_function(const request& asked)
     if (failed && call.error != 0)
         result.result["errno"] = errno_name(call.error);
     result.result["printed"] = lines_of(call.printed);
-    tell(function, result);
+    tell(function, result, operations::has_failed(function, call.value["returned"], call.error));
     if (failed) {
         result.status = failed->status;
         result.problems = {*failed};

@@ -22,15 +22,30 @@ std::string named(const identifier& one)
     return named(kind_of_number(one.kind), one.id);
 }
 
-// The identifiers among the arguments; 0 is none.
+uint32_t number_at(const called& call, size_t at)
+{
+    return static_cast<uint32_t>(operations::parse_whole(call.given[at]).value());
+}
+
+// Every number but those of the two others stands for an application policy.
+uint32_t kind_at(const called& call, size_t at)
+{
+    const uint32_t named = call.function.arguments[at].kind;
+    const uint32_t kind = named == operations::kind_of_next_argument ? number_at(call, at + 1) : named;
+    return kind == UTM_ID_USER_PROFILE || kind == UTM_ID_CF_POLICY ? kind : uint32_t{UTM_ID_APP_POLICY};
+}
+
+// The identifiers among the arguments; 0 asks for one from the clock.
 std::vector<identifier> identifiers_of(const called& call)
 {
     std::vector<identifier> found;
     for (size_t at = 0; at < call.given.size(); ++at) {
         const operations::argument_help& argument = call.function.arguments[at];
-        const auto id = argument.kind != 0 ? static_cast<uint32_t>(operations::parse_whole(call.given[at]).value()) : 0;
-        if (id != 0)
-            found.push_back({argument.kind, id, argument.reserves});
+        if (argument.kind == 0)
+            continue;
+        const uint32_t id = number_at(call, at);
+        if (id != 0 || !argument.reserves)
+            found.push_back({kind_at(call, at), id, argument.reserves});
     }
     return found;
 }
@@ -107,8 +122,11 @@ void tell_what_is_missing(const called& call, problem& why)
         why.status = exit_status::registry_unusable;
         why.culprits = {{"errno", "", "is ENOENT: the library's installed file is missing"}};
     } else if (const auto unknown = find_unknown(call)) {
+        const bool sends = call.function.result.on == operations::fails_on::daemon;
         why.status = exit_status::unknown_identifier;
-        why.culprits = {{"errno", "", "is ENOENT: " + named(*unknown) + " is not registered, and nothing was sent"}};
+        why.culprits = {
+            {"errno", "",
+             "is ENOENT: " + named(*unknown) + " is not registered" + (sends ? ", and nothing was sent" : "")}};
     } else if (!identifiers_of(call).empty()) {
         why.culprits = {{"errno", "", "is ENOENT: a daemon's socket is missing"}};
     }
