@@ -212,6 +212,7 @@ TEST(activate, value_is_a_decimal_number_on_the_first_line)
 {
     EXPECT_FALSE(reads_as_on("on\n"));
     EXPECT_FALSE(reads_as_on("0x1"));
+    EXPECT_FALSE(reads_as_on("0a"));
     EXPECT_FALSE(reads_as_on(""));
     EXPECT_FALSE(reads_as_on("\n1\n"));
     EXPECT_TRUE(reads_as_on("2x\n"));
