@@ -44,6 +44,12 @@ void make_older(const char* path)
     EXPECT_EQ(utimensat(AT_FDCWD, path, times, 0), 0);
 }
 
+void mount_read_only(const char* folder)
+{
+    fs::create_directory(folder);
+    EXPECT_EQ(mount("none", folder, "tmpfs", MS_RDONLY, nullptr), 0) << strerror(errno);
+}
+
 const broken_box boxes[] = {
     {"absent_socket",
      [](kept& alive) -> diagnosis {
@@ -154,6 +160,7 @@ const broken_box boxes[] = {
      [](kept& alive) -> diagnosis {
          alive = whole_box();
          const int id = shmget(ftok(key_path, 'a'), 5120, IPC_CREAT | 0600);
+         write_file(registry_marker, "");
          return {"warning", "segments",
                  "the ID registry (shared memory " + std::to_string(id) + ") is closed to programs of other users",
                  "end the program that made it, remove it with 'ipcrm -m " + std::to_string(id) +
@@ -351,6 +358,15 @@ const broken_box boxes[] = {
          return {"warning", "log-folder", "the log folder /tmp/utm_log is not writable, so new logs cannot be made",
                  "'chmod 755 /tmp/utm_log' makes it writable"};
      }},
+    {"log_folder_mounted_read_only",
+     [](kept& alive) -> diagnosis {
+         alive = whole_box();
+         mount_read_only(log_folder);
+         return {"warning", "log-folder",
+                 "the log folder /tmp/utm_log lies on a file system that is mounted read-only, so new logs cannot be "
+                 "made",
+                 "mount it writable"};
+     }},
     {"file_in_place_of_the_log_folder",
      [](kept& alive) -> diagnosis {
          alive = whole_box();
@@ -365,7 +381,7 @@ const broken_box boxes[] = {
          write_file(log_file, "");
          chmod(log_file, 0444);
          return {"warning", "logs",
-                 "/tmp/utm_log/utm_libips_log cannot be written, so failures of its family are not logged",
+                 "/tmp/utm_log/utm_libips_log is not writable, so failures of its family are not logged",
                  "'chmod u+w /tmp/utm_log/utm_libips_log' makes it writable"};
      }},
     {"log_that_is_not_moved_away",

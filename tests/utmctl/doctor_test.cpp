@@ -5,7 +5,6 @@
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
-#include <optional>
 #include <sys/ipc.h>
 #include <sys/sem.h>
 #include <sys/shm.h>
@@ -79,16 +78,6 @@ TEST(doctor, tells_a_box_without_any_daemon_in_one_line)
         EXPECT_EQ(one["check"], "sockets");
 }
 
-// What utmctl finds for a user without rights; nothing where only the superuser may run it, or nobody else exists.
-std::optional<run_result> doctor_of_another_user()
-{
-    std::optional<run_result> told;
-    if (setresuid(1000, 1000, 0) == 0 && eaccess(KQUTM_UTMCTL, X_OK) == 0)
-        told = utmctl(doctor_line);
-    setresuid(0, 0, 0);
-    return told;
-}
-
 TEST(doctor, tells_other_users_what_takes_root)
 {
     const kept alive = whole_box();
@@ -107,7 +96,26 @@ TEST(doctor, tells_other_users_what_takes_root)
                                    "the command as root to reach the IPS daemon\n" +
                                        not_sticky + "as root: 'chmod 1777 /tmp' makes it so\n",
                                    ""};
-    EXPECT_EQ(doctor_of_another_user().value_or(of_another), of_another);
+    EXPECT_EQ(utmctl_of_another_user(doctor_line).value_or(of_another), of_another);
+}
+
+// A box whose logs belong to the superuser is as it should be.
+TEST(doctor, notes_that_a_user_may_not_write_the_logs)
+{
+    const kept alive = whole_box();
+    fs::create_directory(log_folder);
+    chmod(log_folder, 0755);
+    write_file(log_file, "");
+    chmod(log_file, 0644);
+    const std::string may_not = " cannot be written by this user (Permission denied), for whom ";
+    const std::string remedy = "; run the command as root, or let the administrator give it another owner or mode\n";
+    EXPECT_EQ(utmctl(doctor_line), (run_result{0, "nothing wrong\n", ""}));
+    const run_result of_another = {0,
+                                   "note: the log folder /tmp/utm_log" + may_not + "new logs cannot be made" + remedy +
+                                       "note: /tmp/utm_log/utm_libips_log" + may_not +
+                                       "failures of its family are not logged" + remedy,
+                                   ""};
+    EXPECT_EQ(utmctl_of_another_user(doctor_line).value_or(of_another), of_another);
 }
 
 TEST(doctor, names_who_waits_for_a_lock)
@@ -141,6 +149,17 @@ TEST(doctor, an_empty_registry_of_an_older_library_is_a_note)
                     "reaches the ID registry (shared memory " +
                         std::to_string(id) + ") with 0 identifiers any more; restart the gateway\n",
                     ""}));
+}
+
+TEST(doctor, an_empty_registry_that_was_never_cleared_is_a_note)
+{
+    const kept alive = whole_box();
+    set_slots({});
+    EXPECT_EQ(utmctl(doctor_line),
+              (run_result{0,
+                          "note: the ID registry was never cleared since the gateway started, but holds nothing; the "
+                          "first profile or policy that is created clears it, and so does 'utmctl registry init'\n",
+                          ""}));
 }
 
 // What utmctl finds on a box where its library has another text in its note.

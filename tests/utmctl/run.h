@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <ostream>
 #include <string>
 #include <sys/types.h>
@@ -59,6 +60,9 @@ private:
 
 // Runs utmctl with the words of the line; 'one word' is one.
 run_result utmctl(const std::string& line);
+
+// The same for a user without rights; nothing where only the superuser may run it, or nobody else exists.
+std::optional<run_result> utmctl_of_another_user(const std::string& line);
 
 // Registers identifiers and bindings, in a registry that the first use does not clear.
 void register_ids(const std::map<size_t, uint32_t>& values);

@@ -4,7 +4,8 @@
 
 #include "kqutm/common.h"
 
-#include <cstdio>
+#include <cerrno>
+#include <cstring>
 #include <optional>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
@@ -22,10 +23,30 @@ constexpr off_t longest_message = 65536; // which may come on top
 
 constexpr const char* logs[] = {UTM_IPS_LOG, UTM_DEVID_LOG, UTM_APPCF_LOG, UTM_COMMON_LOG};
 
-// A superuser is not stopped by a mode without any write permission, but other programs are.
-bool is_writable(const char* path, const struct stat& file)
+struct written {
+    std::string subject;
+    const char* path;
+    const char* effect; // of what cannot be written
+    std::string mode_remedy;
+};
+
+// A superuser is not stopped by a mode without the owner's permission, but other programs are.
+std::optional<finding> check_writable(const written& one, const struct stat& file)
 {
-    return access(path, W_OK) == 0 && (file.st_mode & (S_IWUSR | S_IWGRP | S_IWOTH)) != 0;
+    const int error = access(one.path, W_OK) == 0 ? 0 : errno;
+    if (error == EROFS)
+        return finding{severity::warning,
+                       one.subject + " lies on a file system that is mounted read-only, so " + one.effect,
+                       remedy_of_user(0, "mount it writable")};
+    if ((file.st_mode & S_IWUSR) == 0)
+        return finding{severity::warning, one.subject + " is not writable, so " + one.effect,
+                       remedy_of_user(file.st_uid, one.mode_remedy)};
+    if (error != 0)
+        return finding{severity::note,
+                       one.subject + " cannot be written by this user (" + strerror(error) + "), for whom " +
+                           one.effect,
+                       "run the command as root, or let the administrator give it another owner or mode"};
+    return {};
 }
 
 bool is_foreign(const struct stat& file)
@@ -41,9 +62,10 @@ std::optional<finding> check_log(const std::string& path)
     if (!S_ISREG(file.st_mode))
         return finding{severity::warning, path + " is not a file, so no failure of its family is logged",
                        remedy_of_user(file.st_uid, "remove it")};
-    if (!is_writable(path.c_str(), file))
-        return finding{severity::warning, path + " cannot be written, so failures of its family are not logged",
-                       remedy_of_user(file.st_uid, "'chmod u+w " + path + "' makes it writable")};
+    if (const auto shut = check_writable(
+            {path, path.c_str(), "failures of its family are not logged", "'chmod u+w " + path + "' makes it writable"},
+            file))
+        return shut;
     if (file.st_size > rotated_above + longest_message)
         return finding{severity::warning,
                        path + " has " + std::to_string(file.st_size) + " bytes, though it should be moved to " + path +
@@ -87,16 +109,18 @@ findings check_log_folder(const examination&)
     if (!S_ISDIR(folder.st_mode))
         return {{severity::warning, std::string(log_folder) + " is not a folder, so no failure is logged",
                  remedy_of_user(folder.st_uid, "remove it; the library makes the folder when it logs")}};
-    if (!is_writable(log_folder, folder))
-        return {{severity::warning,
-                 std::string("the log folder ") + log_folder + " is not writable, so new logs cannot be made",
-                 remedy_of_user(folder.st_uid, std::string("'chmod 755 ") + log_folder + "' makes it writable")}};
+    const std::string subject = std::string("the log folder ") + log_folder;
+    findings found;
     if (is_foreign(folder))
-        return {{severity::warning,
-                 std::string("the log folder ") + log_folder + " belongs to user " + std::to_string(folder.st_uid) +
-                     ", who may change what the logs tell",
-                 remedy_of_user(0, std::string("'chown root ") + log_folder + "' takes it over")}};
-    return {};
+        found.push_back(
+            {severity::warning,
+             subject + " belongs to user " + std::to_string(folder.st_uid) + ", who may change what the logs tell",
+             remedy_of_user(0, std::string("'chown root ") + log_folder + "' takes it over")});
+    if (const auto shut = check_writable({subject, log_folder, "new logs cannot be made",
+                                          std::string("'chmod 755 ") + log_folder + "' makes it writable"},
+                                         folder))
+        found.push_back(*shut);
+    return found;
 }
 
 findings check_logs(const examination&)

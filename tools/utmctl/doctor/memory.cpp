@@ -144,12 +144,15 @@ findings check_marker(const examination&)
                  std::string("the marker ") + UTM_ID_MARKER +
                      " tells of an ID registry that is not there, so its identifiers are lost",
                  "restart the gateway"}};
-    if (row && !registry_was_cleared() && holds_something(content_of(*row)))
+    if (!row || registry_was_cleared())
+        return {};
+    if (holds_something(content_of(*row)))
         return {{severity::warning,
                  "the ID registry was never cleared since the gateway started, and the first profile or policy that is "
                  "created will wipe out what it holds",
                  std::string("'touch ") + UTM_ID_MARKER + "' keeps it, 'utmctl registry clear --yes' clears it now"}};
-    return {};
+    return {{severity::note, "the ID registry was never cleared since the gateway started, but holds nothing",
+             "the first profile or policy that is created clears it, and so does 'utmctl registry init'"}};
 }
 
 // While the lock is taken, the slots may be in the middle of a change.
