@@ -5,6 +5,7 @@
 #include "tests/utmctl/engines.h"
 #include "tests/utmctl/records.h"
 #include "tests/utmctl/run.h"
+#include "tests/utmctl/stopped_lock_holder.h"
 
 #include <algorithm>
 #include <cstring>
@@ -167,6 +168,16 @@ TEST(call, ends_a_call_that_does_not_return)
                "utm_ips_activate did not return: the IPS daemon (/tmp/utm_ips) did not answer within 0.05 s, "
                "and the call was ended; what it does may have been done all the same; --timeout sets a longer limit, "
                "and 'utmctl describe utm_ips_activate' tells how long the library itself waits"));
+}
+
+TEST(call, names_who_holds_the_lock_that_it_waits_for)
+{
+    const stopped_lock_holder of_uuid(take_uuid_lock);
+    EXPECT_EQ(utmctl("--timeout 0.1 call utm_commoc_lock " + std::to_string(init_utm_common_sem())),
+              refused(3, "utm_commoc_lock did not return: " + of_uuid.told_of("the lock of the UUID", "0.1")));
+    const stopped_lock_holder of_registry;
+    EXPECT_EQ(utmctl("--timeout 0.1 call utm_id_config_lock " + std::to_string(init_utm_id_config_sem())),
+              refused(3, "utm_id_config_lock did not return: " + of_registry.told_within("0.1")));
 }
 
 TEST(call, tells_of_a_daemon_that_may_have_acted)

@@ -3,6 +3,7 @@
 #include "tests/utmctl/profile_texts.h"
 #include "tests/utmctl/records.h"
 #include "tests/utmctl/run.h"
+#include "tests/utmctl/stopped_daemon.h"
 
 #include <gtest/gtest.h>
 
@@ -250,7 +251,7 @@ TEST_P(config_reading, without_its_daemon)
     const reading_case& one = GetParam();
     EXPECT_EQ(utmctl(one.line), refused(4, std::string(one.subject) + " was not read: " +
                                                (one.daemon == std::string(cf_path) ? cf_missing : app_missing) +
-                                               "; start what cannot be reached, then run the command again\n"));
+                                               "; start " + name_of(one.daemon) + ", then run the command again\n"));
 }
 
 INSTANTIATE_TEST_SUITE_P(utmctl, config_reading, testing::ValuesIn(readings));
@@ -261,17 +262,39 @@ TEST(config_deed, a_stream_that_breaks_off_is_a_protocol_error)
     EXPECT_EQ(utmctl("profile app-usage-days 7"),
               refused(7, "the application usage of profile 7 on earlier days was not read: the application daemon "
                          "(/dev/utm_app_config_socket) ended the connection or answered with a record of the wrong "
-                         "size; check that the daemon and the library are of one version, then run the command "
-                         "again\n"));
+                         "size; find out why the application daemon breaks off, or start it again, then run the "
+                         "command again\n"));
 }
 
 TEST(config_deed, a_daemon_that_does_not_answer_a_reading)
 {
     const sim::scripted_daemon cf(cf_path, sim::script{sim::receive(), sim::await_close()});
-    EXPECT_EQ(utmctl("profile domains 7"),
-              refused(3, "the list of browsed domains of profile 7 was not read: the content-filter daemon "
-                         "(/dev/utm_cf_config_socket) did not answer in time; find out why the daemon hangs, then "
-                         "run the command again\n"));
+    EXPECT_EQ(
+        utmctl("profile domains 7"),
+        refused(3, "the list of browsed domains of profile 7 was not read: the content-filter daemon "
+                   "(/dev/utm_cf_config_socket) did not answer in time; find out why the content-filter daemon hangs, "
+                   "or start it again, then run the command again\n"));
+}
+
+TEST(config_deed, a_daemon_that_is_stopped_is_continued)
+{
+    const stopped_daemon app(app_path);
+    const std::string number = std::to_string(app.process());
+    EXPECT_EQ(utmctl("--timeout 0.1 app activate on"),
+              refused(3, "application control may have been set to on: the application daemon "
+                         "(/dev/utm_app_config_socket) did not answer within 0.1 s: process " +
+                             number + " (test_utmctl) is stopped; continue it with 'kill -CONT " + number + "'\n"));
+}
+
+TEST(config_deed, a_daemon_whose_socket_is_closed_to_a_user)
+{
+    const sim::scripted_daemon app(app_path, answer(0));
+    chmod(app_path, 0700);
+    const run_result closed =
+        refused(4, "the status of application control was not read: the application daemon "
+                   "(/dev/utm_app_config_socket) cannot be reached: Permission denied; run the command as root to "
+                   "reach the application daemon, then run the command again\n");
+    EXPECT_EQ(utmctl_of_another_user("app status").value_or(closed), closed);
 }
 
 TEST(config_deed, the_deadline_names_the_daemon)
@@ -280,7 +303,7 @@ TEST(config_deed, the_deadline_names_the_daemon)
     EXPECT_EQ(utmctl("--timeout 0.3 app activate on"),
               refused(3, "application control may have been set to on: the application daemon "
                          "(/dev/utm_app_config_socket) did not answer within 0.3 s, and the call was ended; find out "
-                         "why the daemon hangs; --timeout sets a longer limit\n"));
+                         "why the application daemon hangs, or start it again; --timeout sets a longer limit\n"));
 }
 
 TEST(config_deed, a_reading_that_is_ended_was_not_done)
@@ -289,14 +312,14 @@ TEST(config_deed, a_reading_that_is_ended_was_not_done)
     EXPECT_EQ(utmctl("--timeout 0.3 app status"),
               refused(3, "the status of application control was not read: the application daemon "
                          "(/dev/utm_app_config_socket) did not answer within 0.3 s, and the call was ended; find out "
-                         "why the daemon hangs; --timeout sets a longer limit\n"));
+                         "why the application daemon hangs, or start it again; --timeout sets a longer limit\n"));
 }
 
 TEST(config_deed, a_change_without_its_daemon)
 {
     EXPECT_EQ(utmctl("cf debug 1"),
               refused(4, std::string("the content filter's debug value was not set to 1: ") + cf_missing +
-                             "; start what cannot be reached, then run the command again\n"));
+                             "; start the content-filter daemon, then run the command again\n"));
 }
 
 TEST(config_deed, a_policy_that_is_not_registered_is_not_flushed)

@@ -148,8 +148,8 @@ protected:
         const deed_case& one = GetParam();
         const bool was_sent = how.status == overdue.status;
         const std::string verb = was_sent ? " may have been " : " was not ";
-        const std::string message =
-            one.subject + verb + one.participle + ": " + one.to.name + " " + how.cause + with_answer + "; " + how.next;
+        const std::string message = one.subject + verb + one.participle + ": " + one.to.name + " " + how.cause +
+                                    with_answer + "; " + next_after(how, one.to);
         EXPECT_EQ(utmctl(std::string(how.options) + one.line), refused(how.status, message + "\n")) << how.name;
 
         const run_result in_json = utmctl(std::string("-j ") + how.options + one.line);

@@ -166,8 +166,8 @@ protected:
     void expect_failure(const engine_failure& how) const
     {
         const list_case& one = GetParam();
-        const std::string message =
-            std::string(one.subject) + " were not listed: " + one.from.name + " " + how.cause + "; " + how.next;
+        const std::string message = std::string(one.subject) + " were not listed: " + one.from.name + " " + how.cause +
+                                    "; " + next_after(how, one.from);
         EXPECT_EQ(utmctl(std::string(how.options) + one.line), refused(how.status, message + "\n")) << how.name;
         const run_result in_json = utmctl(std::string("-j ") + how.options + one.line);
         EXPECT_EQ(in_json.status, how.status);
@@ -204,7 +204,7 @@ TEST_P(engine_list, that_breaks_off_is_shown_as_far_as_it_came)
     EXPECT_EQ(result.status, 8);
     EXPECT_EQ(squeezed(result.out), squeezed(one.text_of_first));
     EXPECT_EQ(result.err, std::string("utmctl: ") + one.subject + " were listed in part, the first 1: " +
-                              one.from.name + " " + closed.cause + "; " + closed.next + "\n");
+                              one.from.name + " " + closed.cause + "; " + next_after(closed, one.from) + "\n");
     const auto value = json::parse(utmctl(std::string("-j ") + one.line).out);
     EXPECT_EQ(value["exit"], 8);
     EXPECT_EQ(value["result"]["complete"], false);
@@ -415,8 +415,8 @@ const reading readings[] = {
 
 void expect_not_read(const reading& one, const engine_failure& how)
 {
-    const std::string message =
-        one.subject + std::string(" was not read: ") + one.from.name + " " + how.cause + "; " + how.next;
+    const std::string message = one.subject + std::string(" was not read: ") + one.from.name + " " + how.cause + "; " +
+                                next_after(how, one.from);
     EXPECT_EQ(utmctl(std::string(how.options) + one.line), refused(how.status, message + "\n")) << how.name;
     const run_result in_json = utmctl(std::string("-j ") + how.options + one.line);
     EXPECT_EQ(json::parse(in_json.out)["status"], how.word);

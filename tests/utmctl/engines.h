@@ -75,7 +75,7 @@ struct engine_failure {
     int status;
     const char* word;
     const char* cause;
-    const char* next;
+    const char* next;         // {} stands for the daemon
     const char* options = ""; // that the command needs to fail so
 };
 
@@ -84,14 +84,20 @@ inline constexpr engine_failure overdue = {"overdue",
                                            3,
                                            "no-answer",
                                            "did not answer within 0.05 s, and the call was ended",
-                                           "find out why the daemon hangs; --timeout sets a longer limit",
+                                           "find out why {} hangs, or start it again; --timeout sets a longer limit",
                                            "--timeout 0.05 "};
-inline constexpr engine_failure absent_daemon = {"absent", 4, "unreachable",
-                                                 "cannot be reached: No such file or directory",
-                                                 "start what cannot be reached, then run the command again"};
-inline constexpr engine_failure closed = {
-    "closed", 7, "protocol-error", "ended the connection without an answer",
-    "check that the daemon and the library are of one version, then run the command again"};
+inline constexpr engine_failure absent_daemon = {
+    "absent", 4, "unreachable", "cannot be reached: No such file or directory", "start {}, then run the command again"};
+inline constexpr engine_failure closed = {"closed", 7, "protocol-error", "ended the connection without an answer",
+                                          "find out why {} breaks off, or start it again, then run the command again"};
 inline constexpr engine_failure short_reply = {
     "short_reply", 7, "protocol-error", "answered with a record of the wrong size",
-    "check that the daemon and the library are of one version, then run the command again"};
+    "check that {} and the library are of one version, then run the command again"};
+
+inline std::string next_after(const engine_failure& how, const engine& daemon)
+{
+    const std::string name = daemon.name;
+    std::string next = how.next;
+    const size_t at = next.find("{}");
+    return at == std::string::npos ? next : next.replace(at, 2, name.substr(0, name.find(" (")));
+}

@@ -4,8 +4,10 @@
 #include "tests/utmctl/records.h"
 #include "tests/utmctl/run.h"
 
+#include <filesystem>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
+#include <sys/stat.h>
 
 // The content filter's switches, dumps and the combined reset.
 
@@ -81,6 +83,24 @@ TEST(filter, the_redirect_page_is_set_and_cleared)
     EXPECT_EQ(utmctl("cf redirect-page " + too_long),
               refused(2, "cf redirect-page: TEXT: '" + too_long +
                              "' is longer than 1023 characters; 'utmctl help cf redirect-page' tells what it takes\n"));
+}
+
+// The same status as that of the function that is called by hand.
+TEST(filter, a_redirect_page_that_the_system_refuses)
+{
+    write_file(page_file, "");
+    chmod(page_file, 0644);
+    const run_result closed = refused(1, "the redirect page was not set: the kernel's file "
+                                         "(/proc/net/cfilter_redirect_url) cannot be written: Permission denied; see "
+                                         "that it is a file that may be written, and run the command as root\n");
+    EXPECT_EQ(utmctl_of_another_user("cf redirect-page page").value_or(closed), closed);
+    std::filesystem::remove(page_file);
+    std::filesystem::create_directory(page_file);
+    EXPECT_EQ(utmctl("cf redirect-page page"),
+              refused(1, "the redirect page was not set: the kernel's file (/proc/net/cfilter_redirect_url) cannot be "
+                         "written: Is a directory; see that it is a file that may be written, and run the command as "
+                         "root\n"));
+    EXPECT_EQ(utmctl("call utm_cf_redirect_page page").status, 1);
 }
 
 TEST(filter, status_shows_files_and_daemon)
@@ -258,7 +278,7 @@ TEST(reset, without_the_content_filter)
               (run_result{8, "no profile to delete\n",
                           std::string("utmctl: the content filter was not flushed, and the rest of the reset was left "
                                       "out: ") +
-                              cf_missing + "; start what cannot be reached, then run the command again\n"}));
+                              cf_missing + "; start the content-filter daemon, then run the command again\n"}));
 }
 
 TEST(reset, tells_of_profiles_that_a_daemon_keeps)

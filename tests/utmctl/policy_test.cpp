@@ -113,7 +113,7 @@ TEST(policy, create_without_its_daemon)
 {
     EXPECT_EQ(utmctl("cf create-policy 70"),
               refused(4, std::string("content-filter policy 70 was not created: ") + cf_missing +
-                             "; start what cannot be reached, then run the command again\n"));
+                             "; start the content-filter daemon, then run the command again\n"));
 }
 
 TEST(policy, bind_writes_the_registry_and_tells_the_daemon)
@@ -145,10 +145,11 @@ TEST(policy, a_refused_binding_stays_in_the_registry)
 TEST(policy, a_binding_that_reaches_no_daemon_stays_in_the_registry)
 {
     register_ids({{0, 7}, {512, 70}});
-    EXPECT_EQ(utmctl("profile bind-cf 7 70"),
-              refused(8, std::string("content-filter policy 70 was bound to profile 7 in part (in the registry): ") +
-                             cf_missing +
-                             "; start what cannot be reached, then run the command again, or bind another policy\n"));
+    EXPECT_EQ(
+        utmctl("profile bind-cf 7 70"),
+        refused(8, std::string("content-filter policy 70 was bound to profile 7 in part (in the registry): ") +
+                       cf_missing +
+                       "; start the content-filter daemon, then run the command again, or bind another policy\n"));
     EXPECT_EQ(slot(cf_bindings), 70U);
 }
 

@@ -19,7 +19,7 @@ TEST(profile_create, a_daemon_that_does_not_answer)
         utmctl("profile create 7"),
         refused(3, "profile 7 was not created (accepted by the content-filter and user-profile daemons; not in the "
                    "registry): the application daemon (/dev/utm_app_config_socket) did not answer in time; find out "
-                   "why the daemon hangs, then " +
+                   "why the application daemon hangs, or start it again, then " +
                        clean_up(7)));
 }
 
@@ -93,7 +93,7 @@ TEST(profile_create, create_with_no_daemon_at_all_tells_all_three)
 {
     EXPECT_EQ(utmctl("profile create 7"),
               refused(4, std::string("profile 7 was not created: ") + cf_missing + ", and " + app_missing + ", and " +
-                             user_profile_missing + "; start what cannot be reached, then run the command again\n"));
+                             user_profile_missing + "; start each of these daemons, then run the command again\n"));
 }
 
 TEST(profile_create, create_without_the_application_daemon)
@@ -103,7 +103,7 @@ TEST(profile_create, create_without_the_application_daemon)
         utmctl("profile create 7"),
         refused(4, std::string("profile 7 was not created (accepted by the content-filter and user-profile daemons; "
                                "not in the registry): ") +
-                       app_missing + "; start what cannot be reached, then " + clean_up(7)));
+                       app_missing + "; start the application daemon, then " + clean_up(7)));
 }
 
 // The library returns an identifier that it has released again.
@@ -127,7 +127,7 @@ TEST(profile_create, create_without_another_daemon_tells_which)
         (run_result{8, "7\n",
                     std::string("utmctl: profile 7 was created in part (accepted by the application and user-profile "
                                 "daemons; not in the registry): ") +
-                        cf_missing + "; start what cannot be reached, then " + clean_up(7)}));
+                        cf_missing + "; start the content-filter daemon, then " + clean_up(7)}));
 }
 
 TEST(profile_create, create_refused_by_both_others)
@@ -181,7 +181,8 @@ TEST(profile_create, a_record_of_the_wrong_size_is_a_protocol_error)
         utmctl("profile create 7"),
         refused(7, "profile 7 was not created (accepted by the content-filter and user-profile daemons; not in the "
                    "registry): the application daemon (/dev/utm_app_config_socket) ended the connection or answered "
-                   "with a record of the wrong size; check that the daemon and the library are of one version, then " +
+                   "with a record of the wrong size; check that the application daemon and the library are of one "
+                   "version, then " +
                        clean_up(7)));
 }
 
@@ -193,7 +194,7 @@ TEST(profile_create, the_deadline_ends_a_call)
                       "profile 7 may have been created: the content-filter daemon (/dev/utm_cf_config_socket) or the "
                       "application daemon (/dev/utm_app_config_socket) or the user-profile daemon "
                       "(/dev/utm_user_profile_socket) did not answer within 0.5 s, and the call was ended; find out "
-                      "why the daemon hangs; --timeout sets a longer limit\n"));
+                      "why the daemon hangs, or start it again; --timeout sets a longer limit\n"));
 }
 
 TEST(profile_create, a_failed_first_clearing_is_told)

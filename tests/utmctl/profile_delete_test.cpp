@@ -36,7 +36,7 @@ TEST(profile_delete, delete_with_a_missing_socket_is_no_unknown_identifier)
         utmctl("profile delete 7"),
         refused(4, std::string("profile 7 was not deleted (accepted by the content-filter and application daemons; not "
                                "in the registry): ") +
-                       user_profile_missing + "; start what cannot be reached, then " + clean_up(7)));
+                       user_profile_missing + "; start the user-profile daemon, then " + clean_up(7)));
 }
 
 TEST(profile_delete, delete_refused_by_one_daemon_is_told_by_the_bindings)

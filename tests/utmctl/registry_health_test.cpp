@@ -254,7 +254,7 @@ TEST(lock_status, a_lock_of_a_process_that_has_ended)
                           ""}));
     EXPECT_EQ(utmctl("--timeout 0.1 registry show"),
               refused(3, "the registry was not shown: the registry lock was not given within 0.1 s: " + holder +
-                             "it back; restart the gateway, then see what 'utmctl registry show' tells\n"));
+                             "it back; restart the gateway, then run the command again\n"));
 }
 
 TEST(lock_status, a_missing_key_file_is_told)

@@ -61,7 +61,7 @@ TEST_F(silent_log, create_without_another_daemon_tells_which)
                           std::string("utmctl: profile 8 was created in part (accepted by the application daemon; not "
                                       "in the registry): ") +
                               cf_missing + ", and " + unknown("user-profile daemon") +
-                              "; start what cannot be reached, then " + clean_up(8)}));
+                              "; start the content-filter daemon, then " + clean_up(8)}));
 }
 
 TEST_F(silent_log, create_refused_by_the_application_daemon_tells_nothing_of_the_others)

@@ -1,8 +1,11 @@
+#include "kqutm/daemon.h"
+
 #include "tests/sandbox/files.h"
 #include "tests/utmctl/run.h"
 #include "tests/utmctl/seven_daemons.h"
 #include "tests/utmctl/stopped_daemon.h"
 
+#include <atomic>
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <regex>
@@ -107,6 +110,23 @@ TEST(status, each_failure_has_its_state)
                     "it again\n"
                     "utmctl: ir is not ready: the IR daemon (/tmp/utm_ir) answered with a record of the wrong size; "
                     "check that the IR daemon and the library are of one version\n"}));
+}
+
+TEST(status, a_list_without_end_is_a_cause_of_its_own)
+{
+    std::atomic<bool> over = false;
+    const sim::step send_until_over = [&over](const sim::conversation& client) {
+        sim::bytes entry(832);
+        entry[0] = UTM_RESPONSE_MORE;
+        while (!over)
+            client.send(entry);
+    };
+    const sim::scripted_daemon cf(cf_path, sim::script{sim::receive(), send_until_over});
+    EXPECT_EQ(utmctl("wait cf --timeout 1"),
+              refused(7, "cf was not ready within 1 s: the content-filter daemon (/dev/utm_cf_config_socket) sends a "
+                         "list without end; find out why the content-filter daemon does not end its list, or start it "
+                         "again\n"));
+    over = true;
 }
 
 // Nothing can be asked of the user-profile daemon, and the kernel takes connections for a stopped process, too.

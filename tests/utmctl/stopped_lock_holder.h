@@ -45,10 +45,13 @@ public:
     void go_on() const { kill(process_, SIGCONT); }
 
     // What utmctl says when it does not get the lock in so many seconds.
-    std::string told_within(const std::string& seconds) const
+    std::string told_within(const std::string& seconds) const { return told_of("the registry lock", seconds); }
+    std::string told_of(const std::string& lock, const std::string& seconds) const
     {
-        return "the registry lock was not given within " + seconds + " s: process " + std::to_string(process_) +
-               " (test_utmctl) holds it; end that process or wait for it, then see what 'utmctl registry show' tells\n";
+        const std::string number = std::to_string(process_);
+        return lock + " was not given within " + seconds + " s: process " + number +
+               " (test_utmctl) is stopped and holds it; continue it with 'kill -CONT " + number +
+               "', or end it, then run the command again\n";
     }
 
 private:

@@ -131,7 +131,7 @@ TEST(text_lists, a_daemon_out_of_reach_ends_the_list)
     EXPECT_EQ(utmctl("cf add-trusted-url a b c"),
               refused(4, "trusted URL 'a' was not added, and 2 trusted URLs after it were not tried: the "
                          "content-filter daemon (/dev/utm_cf_config_socket) cannot be reached: No such file or "
-                         "directory; start what cannot be reached, then run the command again\n"));
+                         "directory; start the content-filter daemon, then run the command again\n"));
 }
 
 TEST(text_lists, a_file_that_cannot_be_read_is_told)

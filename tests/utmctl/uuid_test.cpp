@@ -77,13 +77,21 @@ TEST(uuid, clear_wants_a_yes)
 TEST(uuid, a_lock_that_is_not_given_names_its_holder)
 {
     const stopped_lock_holder holder(take_uuid_lock);
-    const std::string cause = ": the lock of the UUID was not given within 0.1 s: process " +
-                              std::to_string(holder.process()) +
-                              " (test_utmctl) holds it; end that process or wait for it, then see what 'utmctl uuid "
-                              "get' tells\n";
+    const std::string cause = ": " + holder.told_of("the lock of the UUID", "0.1");
     EXPECT_EQ(utmctl("--timeout 0.1 uuid get"), refused(3, "the device UUID was not read" + cause));
     EXPECT_EQ(utmctl("--timeout 0.1 uuid set a"), refused(3, "the device UUID was not set" + cause));
     EXPECT_EQ(utmctl("--timeout 0.1 uuid clear --yes"), refused(3, "the device UUID was not cleared" + cause));
+}
+
+TEST(uuid, a_lock_that_a_process_keeps_names_it)
+{
+    const stopped_lock_holder holder(take_uuid_lock);
+    holder.go_on();
+    EXPECT_EQ(utmctl("--timeout 0.1 uuid get"),
+              refused(3, "the device UUID was not read: the lock of the UUID was not given within 0.1 s: process " +
+                             std::to_string(holder.process()) +
+                             " (test_utmctl) holds it; end that process or wait for it, then run the command "
+                             "again\n"));
 }
 
 TEST(uuid, a_missing_key_file_is_told)

@@ -133,8 +133,8 @@ TEST(watch, it_survives_a_run_that_fails)
     phase = 1;
     const std::string failed =
         "TIME failed status: done -> protocol-error: the status of the IPS engine was not read: the IPS daemon "
-        "(/tmp/utm_ips) ended the connection without an answer; check that the daemon and the library are of one "
-        "version, then run the command again\n";
+        "(/tmp/utm_ips) ended the connection without an answer; find out why the IPS daemon breaks off, or start "
+        "it again, then run the command again\n";
     EXPECT_EQ(watch.lines(81), first + failed);
     for (const int now = runs; runs < now + 3;) // it is told once
         usleep(1000);

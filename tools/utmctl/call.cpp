@@ -3,6 +3,7 @@
 #include "tools/utmctl/families.h"
 #include "tools/utmctl/function_argument.h"
 #include "tools/utmctl/json_table.h"
+#include "tools/utmctl/lock_view.h"
 #include "tools/utmctl/rehearsal.h"
 #include "tools/utmctl/worker.h"
 
@@ -59,7 +60,19 @@ void check(const request& asked, const function_row& function)
         refuse_to_destroy(std::string(function.name()), function.destroys);
 }
 
-awaited awaited_by(const function_row& function)
+// A function that is given a semaphore may wait for one that is a lock of the library.
+void await_semaphore(awaited& whom, int semaphore, const std::string& what)
+{
+    const auto is_of = [&](const lock& one) {
+        const std::optional<lock_view> seen = look_at(one);
+        return seen && seen->set == semaphore;
+    };
+    whom.registry_lock = is_of(registry_lock);
+    whom.uuid_lock = is_of(uuid_lock);
+    whom.without_lock = what;
+}
+
+awaited awaited_by(const function_row& function, const texts& given, const std::string& what)
 {
     awaited whom = {.daemons = {},
                     .registry_lock = false,
@@ -72,6 +85,11 @@ awaited awaited_by(const function_row& function)
         whom.registry_lock |= deed.starts_with("registry");
         whom.uuid_lock |= deed.starts_with("system: common segment");
     }
+    if (whom.uuid_lock)
+        whom.without_lock = what; // it is taken first
+    const operations::signature parsed = function.parsed();
+    if (parsed.count == 1 && parsed.parameters.front().name == "semid")
+        await_semaphore(whom, static_cast<int>(operations::parse_whole(given.front()).value()), what);
     return whom;
 }
 
@@ -160,9 +178,10 @@ outcome call_function(const request& asked)
     const function_row& function = function_of(asked.one("FUNCTION"));
     check(asked, function);
     const called asked_for = {function, asked.all("ARGUMENT"), registry_without_lock()};
+    const texts& given = asked.all("ARGUMENT");
+    const std::string what = std::string(function.name()) + " did not return";
     const call_result call = call_in_worker(
-        std::string(function.name()) + " did not return", asked.timeout,
-        [&] { return carry_out(function, asked.all("ARGUMENT")); }, awaited_by(function));
+        what, asked.timeout, [&] { return carry_out(function, given); }, awaited_by(function, given, what));
     const std::optional<problem> failed = failure_of(asked_for, call.value["returned"], call.error);
     outcome result = {.result = call.value};
     if (failed && call.error != 0)

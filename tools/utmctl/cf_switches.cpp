@@ -10,6 +10,7 @@
 #include "tools/utmctl/number.h"
 #include "tools/utmctl/shell_deed.h"
 
+#include <cerrno>
 #include <cstring>
 #include <fstream>
 #include <unistd.h>
@@ -95,11 +96,12 @@ problem unopened_problem(const std::string& what, const std::string& path, int e
 
 [[noreturn]] void tell_no_page(const std::string& what, int error)
 {
-    throw failure(
-        {.status = exit_status::unreachable,
-         .what = what,
-         .culprits = {{"the kernel", UTM_CF_KERNEL_REDIRECT_URL, std::string("cannot be reached: ") + strerror(error)}},
-         .next = "load the content filter's kernel module, then run the command again"});
+    throw failure({.status = exit_status::refused,
+                   .what = what,
+                   .culprits = {{"the kernel's file", UTM_CF_KERNEL_REDIRECT_URL,
+                                 std::string("cannot be written: ") + strerror(error)}},
+                   .next = error == ENOENT ? "load the content filter's kernel module, then run the command again"
+                                           : "see that it is a file that may be written, and run the command as root"});
 }
 
 call_result call_without_lock(const deed_words& words, const request& asked, const std::vector<service>& daemons,

@@ -15,19 +15,18 @@ constexpr int connect_attempts = 22; // of one exchange, each of them a line
 // How the transport's lines begin, behind its name. The rest of a line, if any, is the cause.
 struct log_text {
     const char* text;
-    exit_status status;
+    int error; // that stands for it, where the rest of the line names no other
     const char* cause;
 };
 
 constexpr log_text log_texts[] = {
-    {"create socket fail: ", exit_status::unreachable, "cannot be reached: "},
-    {"connect fail: ", exit_status::unreachable, "cannot be reached: "},
-    {"write data fail: ", exit_status::protocol_error, "did not take the request: "},
-    {"select() error, error: ", exit_status::protocol_error, "could not be waited for: "},
-    {"select() timeout", exit_status::no_answer, "did not answer in time"},
-    {"read response fail", exit_status::protocol_error,
-     "ended the connection or answered with a record of the wrong size"},
-    {"error code = ", exit_status::refused, "refused with error code "},
+    {"create socket fail: ", EMFILE, "cannot be reached: "},
+    {"connect fail: ", ENOENT, "cannot be reached: "},
+    {"write data fail: ", EPIPE, "did not take the request: "},
+    {"select() error, error: ", EPROTO, "could not be waited for: "},
+    {"select() timeout", ETIMEDOUT, "did not answer in time"},
+    {"read response fail", EPROTO, "ended the connection or answered with a record of the wrong size"},
+    {"error code = ", EREMOTEIO, "refused with error code "},
 };
 
 constexpr std::string_view transports[] = {"[send_utm_config_event]", "[send_utm_event_and_get_response]"};
@@ -44,13 +43,26 @@ std::optional<std::string_view> transport_text(std::string_view line)
     return {};
 }
 
+// A line names an error by its text, of which these want a remedy of their own.
+int error_named(std::string_view text, int usual)
+{
+    for (const int error : {ECONNREFUSED, EACCES, ECONNRESET}) {
+        if (text == strerror(error))
+            return error;
+    }
+    return usual;
+}
+
 failed_exchange from_text(std::string_view text)
 {
     for (const log_text& row : log_texts) {
-        if (text.starts_with(row.text))
-            return {row.status, row.cause + std::string(text.substr(strlen(row.text))), ""};
+        if (!text.starts_with(row.text))
+            continue;
+        const std::string rest(text.substr(strlen(row.text)));
+        const int error = error_named(rest, row.error);
+        return {exchange_failure(row.error).status, row.cause + rest, "", error};
     }
-    return {exit_status::protocol_error, std::string(text), ""};
+    return {exit_status::protocol_error, std::string(text), "", EPROTO};
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "tools/utmctl/deed.h"
 
+#include "tools/utmctl/remedy.h"
 #include "tools/utmctl/worker.h"
 
 #include <cerrno>
@@ -50,10 +51,12 @@ problem exchange_problem(const std::string& what, const service& daemon, int err
     failed_exchange failed = exchange_failure(answer ? EREMOTEIO : error);
     if (answer)
         failed.cause += " with result " + std::to_string(*answer);
+    if (failed.status == exit_status::no_answer)
+        failed.cause += told_of_process(stopped_process_of(daemon));
     return {.status = failed.status,
             .what = what,
             .culprits = {{name_of(daemon), daemon.socket, failed.cause}},
-            .next = next_after(failed.status)};
+            .next = next_after({daemon}, failed.error)};
 }
 
 std::optional<int32_t> answer_in(int32_t returned, int error)

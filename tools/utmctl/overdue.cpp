@@ -2,6 +2,9 @@
 
 #include "tools/utmctl/lock_view.h"
 #include "tools/utmctl/process_name.h"
+#include "tools/utmctl/remedy.h"
+
+#include <cerrno>
 
 namespace {
 
@@ -16,14 +19,47 @@ const lock* awaited_lock(const awaited& whom)
     return whom.uuid_lock ? &uuid_lock : nullptr;
 }
 
-void blame_holder(problem& overdue, const lock& one, int holder, const std::string& within)
+struct holding {
+    const char* how; // behind the name of the process
+    std::string remedy;
+};
+
+holding of_process(int holder)
 {
-    const bool ended = state_of_process(holder) == process_state::ended;
-    overdue.culprits = {{one.name, "",
-                         "was not given " + within + ": " + name_of_process(holder) +
-                             (ended ? " has ended without giving it back" : " holds it")}};
-    overdue.next = std::string(ended ? "restart the gateway" : "end that process or wait for it") + ", then see what " +
-                   one.shown_by + " tells";
+    switch (state_of_process(holder)) {
+    case process_state::stopped:
+        return {" is stopped and holds it", continuing(holder) + ", or end it"};
+    case process_state::ended:
+        return {" has ended without giving it back", "restart the gateway"};
+    case process_state::alive:
+        break;
+    }
+    return {" holds it", "end that process or wait for it"};
+}
+
+void blame_holder(problem& overdue, const lock& one, int holder, const awaited& whom, const std::string& within)
+{
+    const holding held = of_process(holder);
+    const bool in_doubt = whom.without_lock.empty();
+    overdue.culprits = {{one.name, "", "was not given " + within + ": " + name_of_process(holder) + held.how}};
+    overdue.next = held.remedy + ", then " +
+                   (in_doubt ? std::string("see what ") + one.shown_by + " tells" : "run the command again");
+    if (!in_doubt)
+        overdue.what = whom.without_lock;
+}
+
+// One that is stopped keeps the call for sure.
+bool blame_stopped(problem& overdue, const std::vector<service>& daemons, const std::string& within)
+{
+    for (const service& one : daemons) {
+        const int process = stopped_process_of(one);
+        if (process == 0)
+            continue;
+        overdue.culprits = {{name_of(one), one.socket, "did not answer " + within + told_of_process(process)}};
+        overdue.next = continuing(process);
+        return true;
+    }
+    return false;
 }
 
 // Of several daemons it is not known which one keeps the call.
@@ -37,10 +73,11 @@ culprit silent_daemons(const std::vector<service>& daemons, const std::string& c
     return {names, "", cause};
 }
 
-const char* usual_advice(const awaited& whom)
+std::string usual_advice(const awaited& whom)
 {
     if (!whom.daemons.empty())
-        return "find out why the daemon hangs; --timeout sets a longer limit";
+        return remedy_for(whom.daemons.size() == 1 ? whom.daemons : std::vector<service>(), ETIMEDOUT) + "; " +
+               longer_limit;
     return whom.uuid_lock ? longer_limit : look_at_registry;
 }
 
@@ -52,11 +89,11 @@ problem overdue_call(const std::string& what, const std::string& within, const a
     const std::optional<lock_view> seen = lock != nullptr ? look_at(*lock) : std::nullopt;
     problem overdue = {.status = exit_status::no_answer, .what = what, .culprits = {}, .next = ""};
     if (seen && seen->taken()) {
-        blame_holder(overdue, *lock, seen->process, within);
-        if (!whom.without_lock.empty())
-            overdue.what = whom.without_lock;
+        blame_holder(overdue, *lock, seen->process, whom, within);
         return overdue;
     }
+    if (blame_stopped(overdue, whom.daemons, within))
+        return overdue;
     overdue.culprits = {whom.daemons.empty()
                             ? culprit{"the library", "", "has not come back " + within + ", and the call was ended"}
                             : silent_daemons(whom.daemons, "did not answer " + within + ", and the call was ended")};

@@ -6,6 +6,7 @@
 
 #include "tools/utmctl/config_deed.h"
 #include "tools/utmctl/registry_view.h"
+#include "tools/utmctl/remedy.h"
 #include "tools/utmctl/watched_call.h"
 
 #include <algorithm>
@@ -38,15 +39,17 @@ void tell_what_is_left(problem& why, const policy_kind& kind, const deed_words& 
     if (is_registered(call.after, own.number, id)) {
         why.what = done_in_part(words) + " (in the registry)";
         why.next = is_registered(call.after, other.number, id)
-                       ? next_after(why.status, "run the command again with another identifier")
-                       : next_after(why.status, std::string("release it with 'utmctl registry release ") + own.word +
-                                                    " " + number + "' and run the command again");
+                       ? next_after({kind.daemon}, call.error, "run the command again with another identifier")
+                       : next_after({kind.daemon}, call.error,
+                                    std::string("release it with 'utmctl registry release ") + own.word + " " + number +
+                                        "' and run the command again");
         why.status = exit_status::done_in_part;
     }
     if (is_registered(call.before, other.number, id) && !is_registered(call.after, other.number, id)) {
         why.what += " (" + named(other, id) + " is not in the registry any more)";
-        why.next = next_after(why.status, std::string("run the command again, and 'utmctl registry reserve ") +
-                                              other.word + " " + number + "'");
+        why.next = next_after({kind.daemon}, call.error,
+                              std::string("run the command again, and 'utmctl registry reserve ") + other.word + " " +
+                                  number + "'");
     }
 }
 
@@ -67,7 +70,7 @@ problem binding_problem(const policy_kind& kind, const deed_words& words, bool b
     problem why = config_problem(not_done(words), kind.daemon, call.error, call.log);
     if (bound) {
         why.what = done_in_part(words) + " (in the registry)";
-        why.next = next_after(why.status, "run the command again, or bind another policy");
+        why.next = next_after({kind.daemon}, call.error, "run the command again, or bind another policy");
         why.status = exit_status::done_in_part;
     }
     return why;

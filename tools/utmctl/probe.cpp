@@ -4,11 +4,14 @@
 #include "tools/utmctl/process_name.h"
 #include "tools/utmctl/rehearsal.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <cmath>
 #include <cstring>
 #include <future>
+#include <iterator>
+#include <string_view>
 #include <sys/socket.h>
 #include <sys/un.h>
 
@@ -16,6 +19,8 @@ namespace {
 
 using clock_type = std::chrono::steady_clock;
 using milliseconds = std::chrono::duration<double, std::milli>;
+
+constexpr double seconds_for_a_connection = 0.1; // which the kernel takes at once, while its queue has room
 
 timeval limit_of(double seconds)
 {
@@ -67,16 +72,16 @@ bool announces_another(const operations::daemon_row& daemon, const operations::r
     return daemon.more != 0 && operations::number_at(reply, daemon.result.offset, daemon.result.size) == daemon.more;
 }
 
-// The whole answer, of which the last record is kept: a daemon may not bear that its client goes early.
+// The whole answer, of which the last record is kept: a daemon may not bear that its client goes early. A list that
+// still comes when the time is up will not end.
 int receive_all(int fd, const operations::daemon_row& daemon, clock_type::time_point end, operations::record& reply)
 {
-    int error = 0;
     do {
-        if (clock_type::now() > end)
-            return ETIMEDOUT;
-        error = receive(fd, reply);
-    } while (error == 0 && announces_another(daemon, reply));
-    return error;
+        const int error = receive(fd, reply);
+        if (error != 0 || !announces_another(daemon, reply))
+            return error;
+    } while (clock_type::now() <= end);
+    return EOVERFLOW;
 }
 
 // How the exchange failed: 0 when it did not.
@@ -92,20 +97,6 @@ int talk(int fd, const operations::daemon_row& daemon, const operations::record&
         return error_now();
     seen.reply.resize(daemon.reply_size);
     return receive_all(fd, daemon, end, seen.reply);
-}
-
-// What the process that made the socket tells of a daemon that does not work.
-std::string told_of_process(int process)
-{
-    switch (process > 0 ? state_of_process(process) : process_state::alive) {
-    case process_state::stopped:
-        return ": " + name_of_process(process) + " is stopped";
-    case process_state::ended:
-        return ": " + name_of_process(process) + ", which made its socket, has ended";
-    case process_state::alive:
-        return "";
-    }
-    return "";
 }
 
 // The kernel takes connections for a stopped process, too.
@@ -164,6 +155,29 @@ std::vector<probe> look_at_all(const std::vector<const watched_daemon*>& daemons
     for (auto& one : looks)
         seen.push_back(one.get());
     return seen;
+}
+
+int stopped_process_of(const service& who)
+{
+    const auto* daemon = std::find_if(std::begin(watched_daemons), std::end(watched_daemons),
+                                      [&](const auto& one) { return one.who.socket == std::string_view(who.socket); });
+    if (daemon == std::end(watched_daemons))
+        return 0;
+    const probe seen = exchange_with(daemon->row, {}, seconds_for_a_connection);
+    return seen.is_stopped() ? seen.process : 0;
+}
+
+std::string told_of_process(int process)
+{
+    switch (process > 0 ? state_of_process(process) : process_state::alive) {
+    case process_state::stopped:
+        return ": " + name_of_process(process) + " is stopped";
+    case process_state::ended:
+        return ": " + name_of_process(process) + ", which made its socket, has ended";
+    case process_state::alive:
+        return "";
+    }
+    return "";
 }
 
 std::vector<const watched_daemon*> all_watched()

@@ -51,6 +51,12 @@ probe look_at(const watched_daemon& daemon, double seconds);
 std::vector<probe> look_at_all(const std::vector<const watched_daemon*>& daemons,
                                const std::function<probe(const watched_daemon&)>& look);
 
+// The process that listens at the daemon's socket, where it is stopped; else 0.
+int stopped_process_of(const service& who);
+
+// ": process 4711 (name) is stopped", or empty: what the process behind a socket tells of a daemon that does not work.
+std::string told_of_process(int process);
+
 std::vector<const watched_daemon*> all_watched();
 
 // "one of cf, app, ..."

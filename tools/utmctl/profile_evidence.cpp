@@ -24,6 +24,7 @@ void place_deciding(profile_answers& answers, size_t target, profile_evidence& e
     failed_exchange failure = exchange_failure(*evidence.error);
     if (!evidence.failures.empty() && evidence.failures.back().status == failure.status) {
         failure = evidence.failures.back();
+        failure.error = *evidence.error;
         evidence.failures.pop_back();
     }
     answers.status = failure.status;

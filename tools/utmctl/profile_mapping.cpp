@@ -34,7 +34,7 @@ json read_mapping()
 outcome show_mapping(const request& asked)
 {
     read_registry(not_listed, asked.timeout);
-    const call_result call = call_in_worker(not_listed, asked.timeout, read_mapping);
+    const call_result call = call_in_worker(not_listed, asked.timeout, read_mapping, {.without_lock = not_listed});
     if (call.value.is_null())
         throw failure(registry_problem(not_listed, "cannot be used", call.error));
     return {.result = call.value, .rows = table_of(call.value, members)};

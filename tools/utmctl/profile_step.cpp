@@ -1,20 +1,32 @@
 #include "tools/utmctl/profile_step.h"
 
 #include "tools/utmctl/registry_view.h"
+#include "tools/utmctl/remedy.h"
 
 #include <algorithm>
-#include <optional>
 #include <utility>
 
 namespace {
 
-std::optional<exit_status> first_failure(const profile_answers& answers)
+const failed_exchange* first_failure(const profile_answers& answers)
 {
     for (const failed_exchange& one : answers.failures) {
         if (one.status != exit_status::done)
-            return one.status;
+            return &one;
     }
-    return answers.unplaced.empty() ? std::nullopt : std::optional(answers.unplaced.front().status);
+    return answers.unplaced.empty() ? nullptr : &answers.unplaced.front();
+}
+
+// None where it is not known which one it was.
+std::vector<service> daemons_that_failed_with(int error, const profile_answers& answers)
+{
+    std::vector<service> daemons;
+    for (size_t target = 0; target < config_daemons.size(); ++target) {
+        const failed_exchange& one = answers.failures[target];
+        if (one.status != exit_status::done && one.error == error)
+            daemons.push_back(config_daemons[target]);
+    }
+    return daemons;
 }
 
 // A profile that only daemons know can be deleted there once the registry knows it again.
@@ -23,8 +35,10 @@ std::string next_step(const profile_answers& answers, bool left_unregistered, in
     const std::string number = std::to_string(id);
     const std::string clearing = "clear what is left with 'utmctl registry reserve profile " + number +
                                  "' and 'utmctl profile delete " + number + "'";
-    if (const auto status = first_failure(answers))
-        return left_unregistered ? next_after(*status, clearing) : next_after(*status);
+    if (const failed_exchange* failed = first_failure(answers)) {
+        const std::vector<service> daemons = daemons_that_failed_with(failed->error, answers);
+        return left_unregistered ? next_after(daemons, failed->error, clearing) : next_after(daemons, failed->error);
+    }
     const std::string look = answers.status == exit_status::registry_unusable
                                  ? "look with 'utmctl registry show' what it holds, then "
                                  : "make the diagnostic log writable, then ";

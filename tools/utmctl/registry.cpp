@@ -29,10 +29,12 @@ outcome check(const request& asked)
 {
     const id_kind& kind = kind_of(asked.one("KIND"));
     const int32_t id = id_of(asked.one("ID"));
+    const std::string what = named(kind, id) + " was not looked up";
     // The library's own check reads a registry that it cannot lock as one that holds the identifier.
-    read_registry(named(kind, id) + " was not looked up", asked.timeout);
-    const call_result call = call_in_worker(named(kind, id) + " was not looked up", asked.timeout,
-                                            [&] { return check_shm_utm_id(static_cast<uint32_t>(id), kind.number); });
+    read_registry(what, asked.timeout);
+    const call_result call =
+        call_in_worker(what, asked.timeout, [&] { return check_shm_utm_id(static_cast<uint32_t>(id), kind.number); },
+                       {.without_lock = what});
     const bool registered = call.value == 0;
     outcome told = {.result = {{"kind", kind.word}, {"id", id}, {"registered", registered}}};
     if (registered) {
@@ -99,7 +101,7 @@ outcome release(const request& asked)
         throw failure(unknown_problem(what));
     const std::string maybe = named(kind, id) + " may have been released";
     const call_result call = call_in_worker(maybe, asked.timeout, [&] { return reset_utm_id_shm(id, kind.number); });
-    const utm_id_registry after = read_registry(maybe, asked.timeout);
+    const utm_id_registry after = read_registry_again(maybe, asked.timeout);
     if (call.value != 0 || is_registered(after, kind.number, id))
         throw failure(registry_problem(what, "did not take the change", call.error));
     outcome released = {.result = {{"id", id}, {"released", freed_kinds(before, after, id)}}};
@@ -121,7 +123,7 @@ outcome initialise(const std::string& participle, double timeout, bool remove_ma
     const call_result call = call_in_worker(maybe, timeout, init_utm_id_shm);
     if (call.value != 0)
         throw failure(registry_problem(what, "cannot be cleared", call.error));
-    if (!is_empty(read_registry(maybe, timeout)))
+    if (!is_empty(read_registry_again(maybe, timeout)))
         throw failure(registry_problem(what, "was not cleared, or somebody uses it already", 0));
     return {.result = {{"cleared", true}}, .confirmations = {"the registry was cleared"}};
 }

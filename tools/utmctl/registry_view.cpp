@@ -50,6 +50,17 @@ json read_under_lock()
     return reading;
 }
 
+utm_id_registry read(const std::string& what, double seconds, const awaited& whom)
+{
+    const json reading = call_in_worker(what, seconds, read_under_lock, whom).value;
+    if (!reading.contains("slots"))
+        throw failure(registry_problem(what, reading["cause"], reading["error"]));
+    utm_id_registry registry;
+    const slots copied = reading["slots"];
+    std::copy(copied.begin(), copied.end(), reinterpret_cast<uint32_t*>(&registry));
+    return registry;
+}
+
 } // namespace
 
 problem keyed_problem(const char* name, const std::string& what, const std::string& cause, int error)
@@ -83,13 +94,12 @@ problem registry_refusal(const std::string& what, int error)
 
 utm_id_registry read_registry(const std::string& what, double seconds)
 {
-    const json reading = call_in_worker(what, seconds, read_under_lock).value;
-    if (!reading.contains("slots"))
-        throw failure(registry_problem(what, reading["cause"], reading["error"]));
-    utm_id_registry registry;
-    const slots copied = reading["slots"];
-    std::copy(copied.begin(), copied.end(), reinterpret_cast<uint32_t*>(&registry));
-    return registry;
+    return read(what, seconds, {.without_lock = what});
+}
+
+utm_id_registry read_registry_again(const std::string& what, double seconds)
+{
+    return read(what, seconds, {});
 }
 
 utm_id_registry registry_without_lock()

@@ -11,6 +11,9 @@
 // Throws a failure, which starts with what, when the registry cannot be read.
 utm_id_registry read_registry(const std::string& what, double seconds);
 
+// The same after a deed, of which nobody knows what has come while it cannot be read.
+utm_id_registry read_registry_again(const std::string& what, double seconds);
+
 // The same at a glance, for who may see a change half made: neither locked nor created, and empty where there is none.
 utm_id_registry registry_without_lock();
 

@@ -23,7 +23,40 @@ constexpr remedy_row remedies[] = {
     {EPIPE, "find out why ", " breaks off, or start it again"},
     {ECONNRESET, "find out why ", " breaks off, or start it again"},
     {EPROTO, "check that ", " and the library are of one version"},
+    {EOVERFLOW, "find out why ", " does not end its list, or start it again"},
 };
+
+constexpr char log_tells[] = "the daemon's own log tells the reason";
+
+std::string remedy_for(const std::string& name, int error)
+{
+    const auto* row = std::find_if(std::begin(remedies), std::end(remedies),
+                                   [&](const remedy_row& one) { return one.error == error; });
+    return row == std::end(remedies) ? "start " + name + " again" : row->before + name + row->behind;
+}
+
+std::string names_of(const std::vector<service>& daemons)
+{
+    if (daemons.size() == 1)
+        return name_of(daemons.front());
+    return daemons.empty() ? "the daemon" : "each of these daemons";
+}
+
+// Nobody but the daemon can tell why it refuses, nor the library what it has not logged.
+bool only_daemon_knows(int error)
+{
+    return error == EREMOTEIO || error == 0;
+}
+
+std::string remedy_now(const std::vector<service>& daemons, int error)
+{
+    for (const service& one : daemons) {
+        const int stopped = error == ETIMEDOUT ? stopped_process_of(one) : 0;
+        if (stopped != 0)
+            return continuing(stopped);
+    }
+    return remedy_for(daemons, error);
+}
 
 uid_t user_of(int process)
 {
@@ -47,9 +80,20 @@ std::string continuing(int process)
 
 std::string remedy_for(const service& who, const probe& seen)
 {
-    if (seen.is_stopped())
-        return continuing(seen.process);
-    const auto* row = std::find_if(std::begin(remedies), std::end(remedies),
-                                   [&](const remedy_row& one) { return one.error == seen.error; });
-    return row == std::end(remedies) ? "start " + name_of(who) + " again" : row->before + name_of(who) + row->behind;
+    return seen.is_stopped() ? continuing(seen.process) : remedy_for(name_of(who), seen.error);
+}
+
+std::string remedy_for(const std::vector<service>& daemons, int error)
+{
+    return remedy_for(names_of(daemons), error);
+}
+
+std::string next_after(const std::vector<service>& daemons, int error)
+{
+    return only_daemon_knows(error) ? log_tells : next_after(daemons, error, "run the command again");
+}
+
+std::string next_after(const std::vector<service>& daemons, int error, const std::string& step)
+{
+    return only_daemon_knows(error) ? log_tells + ("; " + step) : remedy_now(daemons, error) + ", then " + step;
 }

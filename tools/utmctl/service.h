@@ -15,13 +15,10 @@ struct failed_exchange {
     exit_status status;
     std::string cause;  // completes "the application daemon (SOCKET) ..."
     std::string report; // the line that the operation itself wrote about it
+    int error = 0;      // the errno that stands for it
 };
 
 std::string name_of(const service& daemon); // "the application daemon"
 
 // What errno tells of an operation that failed.
 failed_exchange exchange_failure(int error);
-
-// What to do about it, and then. A daemon that refuses would refuse the same again.
-std::string next_after(exit_status status);
-std::string next_after(exit_status status, const std::string& step);

@@ -13,7 +13,7 @@ watched_call call_watched(const deed_words& words, const std::vector<service>& d
     const log_watch log(UTM_APPCF_LOG);
     const call_result call =
         call_in_worker(maybe_done(words), timeout, operation, {.daemons = daemons, .registry_lock = true});
-    const utm_id_registry after = read_registry(maybe_done(words), timeout);
+    const utm_id_registry after = read_registry_again(maybe_done(words), timeout);
     return {.returned = call.value,
             .error = call.error,
             .log = log.lines(),
