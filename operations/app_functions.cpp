@@ -12,8 +12,8 @@ constexpr char policy_help[] = "the policy's identifier; the registry is not ask
 constexpr char entries_help[] = "8 bytes for each entry, sent unchanged";
 constexpr char count_help[] = "how many entries there are; ten go into a record";
 constexpr char value_help[] = "the value, which the daemon defines";
-constexpr char statistics_help[] =
-    "up to 127 characters; longer ones are refused; null stands for " UTM_APP_STATISTICS_FILE;
+constexpr argument_help statistics_help =
+    path_for_daemon("up to 127 characters; longer ones are refused; null stands for " UTM_APP_STATISTICS_FILE);
 constexpr char creates[] = "for the registry lock without a limit; up to 2 s for the first record of the daemon's "
                            "answer, and for each further record without a limit; connects once";
 constexpr char tells_for_each[] = "for each record up to 2.1 s while the daemon cannot be reached, and up to 10 s for "
@@ -73,7 +73,7 @@ constexpr function_row functions[] = {
      accepted},
     {bound<utm_app_update_signature>("int32_t utm_app_update_signature(const char* path)"),
      "lets the daemon update its signatures from a file",
-     {"the file, which the daemon opens; cut at 128 characters, then without a terminator"},
+     {path_for_daemon("the file, which the daemon opens; cut at 128 characters, then without a terminator")},
      {{app_daemon, UTM_APP_UPDATE_SIGNATURE}},
      tells_one,
      accepted},

@@ -29,6 +29,7 @@ using words = std::span<const std::string>;
 
 inline constexpr char null_word[] = "null";
 inline constexpr char out_word[] = "out";
+inline constexpr char literal_text[] = "text:"; // before a text, lets it be any, such as "null"
 
 template <class T> class argument;
 
@@ -59,7 +60,7 @@ private:
     T value_;
 };
 
-// A text. "text:" before it lets it be any text, such as "null".
+// A text.
 template <> class argument<const char*> : public read_only<const char*> {
 public:
     static std::string word() { return "a text, or null"; }
@@ -67,7 +68,7 @@ public:
 
     argument(words given, size_t at) : text_(given[at])
     {
-        constexpr std::string_view literally = "text:";
+        constexpr std::string_view literally = literal_text;
         if (text_ == null_word)
             null_ = true;
         else if (text_.starts_with(literally))

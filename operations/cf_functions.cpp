@@ -30,7 +30,7 @@ constexpr function_row functions[] = {
      {first_use,
       reserved,
       {cf_daemon, UTM_CF_POLICY_CREATE},
-      "registry: the number released as both kinds of policy, where the daemon refused"},
+      change_of_registry("registry: the number released as both kinds of policy, where the daemon refused")},
      tells_one_after_registry,
      created},
     {bound<utm_cf_policy_config_block, told_released, argument<int32_t>, bytes<UTM_CF_BLOCK_SIZE>>(

@@ -19,15 +19,21 @@ struct step {
         : daemon(&with), code(sent), when(condition)
     {
     }
-    constexpr step(const char* text) : deed(text) {}
+    constexpr step(const char* text, bool changing = false) : deed(text), changes_registry(changing) {}
 
     const daemon_row* daemon = nullptr;
     uint32_t code = 0;
     const char* when = nullptr; // of an exchange that is not always made
     const char* deed = nullptr;
+    bool changes_registry = false;
 
     constexpr bool is_there() const { return daemon != nullptr || deed != nullptr; }
 };
+
+constexpr step change_of_registry(const char* text)
+{
+    return {text, true};
+}
 
 struct meaning {
     const char* value;
@@ -89,7 +95,16 @@ struct argument_help {
     const char* text = nullptr;
     uint32_t kind = 0; // an utm_id_kind, or that of the next argument
     bool reserves = false;
+    bool daemon_opens = false;
 };
+
+// A path that a daemon, whose working folder is its own, is to open.
+constexpr argument_help path_for_daemon(const char* help)
+{
+    argument_help path = help;
+    path.daemon_opens = true;
+    return path;
+}
 
 struct function_row {
     callable by_words;

@@ -49,7 +49,7 @@ constexpr function_row functions[] = {
      list_is_released},
     {bound<utm_ips_update_signature>("int32_t utm_ips_update_signature(const char* path)"),
      "has the daemon load a signature file",
-     {"the file, which the daemon opens; cut at 255 characters"},
+     {path_for_daemon("the file, which the daemon opens; cut at 255 characters")},
      {{ips_daemon, UTM_IPS_UPDATE_SIGNATURE}},
      engine_waits,
      answered},

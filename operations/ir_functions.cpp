@@ -103,7 +103,7 @@ constexpr function_row functions[] = {
      list_is_released},
     {bound<utm_ir_load_db>("int32_t utm_ir_load_db(const char* path)"),
      "has the daemon load a database file",
-     {"the file, which the daemon opens; cut at 128 characters, then without a terminator"},
+     {path_for_daemon("the file, which the daemon opens; cut at 128 characters, then without a terminator")},
      {{ir_daemon, UTM_IR_LOAD_DB}},
      ir_waits,
      accepted},

@@ -9,7 +9,9 @@ namespace {
 constexpr char unchecked_profile_help[] = "the user profile's identifier; the registry is not asked about it";
 constexpr char mac_help[] = "6 bytes of a MAC address, sent unchanged";
 constexpr char list_help[] = "the list; null is accepted";
-constexpr char bound_in_registry[] = "registry: the policy bound to the profile, under its lock";
+constexpr step bound_in_registry = change_of_registry("registry: the policy bound to the profile, under its lock");
+constexpr step freed_in_registry =
+    change_of_registry("registry: profile and bound policies freed, as content-filter and application daemon accepted");
 
 constexpr meaning created_values[] = {
     {"an identifier", "the application daemon accepted; another may have refused"},
@@ -54,7 +56,7 @@ constexpr function_row functions[] = {
       {cf_daemon, UTM_PROFILE_CREATE},
       {user_profile_daemon, UTM_PROFILE_CREATE},
       {app_daemon, UTM_PROFILE_CREATE},
-      "registry: the identifier released, after each refusal"},
+      change_of_registry("registry: the identifier released, after each refusal")},
      tells_three,
      profile_created},
     {bound<utm_user_profile_delete>("int32_t utm_user_profile_delete(int32_t id)"),
@@ -64,7 +66,7 @@ constexpr function_row functions[] = {
       {cf_daemon, UTM_PROFILE_DELETE},
       {app_daemon, UTM_PROFILE_DELETE},
       {user_profile_daemon, UTM_PROFILE_DELETE},
-      "registry: profile and bound policies freed, as content-filter and application daemon accepted"},
+      freed_in_registry},
      tells_three,
      accepted_by_last,
      nullptr,
@@ -93,7 +95,8 @@ constexpr function_row functions[] = {
      {"registry: read, under its lock",
       {cf_daemon, UTM_PROFILE_DELETE, "for each profile"},
       {app_daemon, UTM_PROFILE_DELETE, "for each profile"},
-      {user_profile_daemon, UTM_PROFILE_DELETE, "for each profile"}},
+      {user_profile_daemon, UTM_PROFILE_DELETE, "for each profile"},
+      freed_in_registry},
      "for each profile as utm_user_profile_delete",
      flushed,
      nullptr,
@@ -134,7 +137,7 @@ constexpr function_row functions[] = {
     {bound<utm_user_profile_cf_app_policy_reset>("int32_t utm_user_profile_cf_app_policy_reset(void)"),
      "resets user profiles, content filter and application control",
      {},
-     {"utm_user_profile_flush: every profile deleted", "utm_cf_global_flush: with type 0",
+     {change_of_registry("utm_user_profile_flush: every profile deleted"), "utm_cf_global_flush: with type 0",
       "utm_cf_web_safe_browsing_activate: off", "utm_cf_web_category_activate: off", "utm_app_activate: off",
       "file: the filter's three state files removed"},
      "for as long as its operations together: three exchanges for each profile, and four; and up to 20 s for commands "

@@ -159,12 +159,12 @@ inline constexpr char registered_policy_help[] = "the policy's identifier, which
 
 inline constexpr char switch_help[] = "0 off, 1 on; anything else is refused";
 inline constexpr char new_id_help[] = "the identifier to take, or 0 for one from the clock";
-inline constexpr char dump_path_help[] =
-    "up to 127 characters; make it absolute, as the daemon opens it too; a shell sees it unquoted";
+inline constexpr argument_help dump_path_help =
+    path_for_daemon("up to 127 characters; make it absolute, as the daemon opens it too; a shell sees it unquoted");
 inline constexpr char dumps[] =
     "for the registry lock without a limit; as long as up to 514 short shell commands take; up "
     "to 2.1 s while the daemon cannot be reached, and up to 10 s for its answer";
-inline constexpr char reserved[] = "registry: the identifier reserved, under its lock";
+inline constexpr step reserved = change_of_registry("registry: the identifier reserved, under its lock");
 inline constexpr char first_use[] = "registry: cleared, where this is the first use since the gateway started";
 
 } // namespace operations

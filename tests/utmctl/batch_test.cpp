@@ -110,7 +110,7 @@ TEST(batch, wrong_lines_are_refused_before_anything_is_run)
               "utmctl: line 3: incomplete command 'registry'; 'utmctl help registry' lists its commands\n"
               "utmctl: line 4: registry reserve: ID: 'x' is not an identifier, a whole number from 1 to 2147483647, or "
               "0 for one from the clock; 'utmctl help registry reserve' tells what it takes\n"
-              "utmctl: line 5: registry clear destroys every identifier and binding, and was not carried out; add "
+              "utmctl: line 5: registry clear was not carried out: it destroys every identifier and binding; add "
               "--yes if that is what you want\n"
               "utmctl: line 6: the line cannot be taken apart: a single quote is not closed; see 'utmctl help batch'\n"
               "utmctl: line 7: the line cannot be taken apart: it ends with a backslash; see 'utmctl help batch'\n"
@@ -173,6 +173,9 @@ TEST(batch, its_yes_holds_for_each_line)
     EXPECT_EQ(all_slots()[0], 0U);
 }
 
+constexpr char rehearsed_apart[] =
+    "utmctl: each line was rehearsed by itself, as though those before it had not been run\n";
+
 TEST(batch, it_can_be_rehearsed)
 {
     const run_result result = batch("registry reserve profile 7\nregistry clear\n", "--dry-run");
@@ -180,7 +183,19 @@ TEST(batch, it_can_be_rehearsed)
     EXPECT_TRUE(result.out.starts_with(
         R"({"line":1,"command":"registry reserve","status":"done","exit":0,"result":{"dry_run":true,"steps":[)"))
         << result;
+    EXPECT_EQ(result.err, rehearsed_apart);
+    EXPECT_EQ(batch("registry clear\n", "--dry-run -q").err, "");
     EXPECT_FALSE(exists("/tmp/utm_user_profile_shm"));
+}
+
+TEST(batch, a_rehearsal_goes_on_to_the_last_line)
+{
+    const run_result result = batch("registry check profile 8\nregistry show\n", "--dry-run");
+    EXPECT_EQ(result.status, 6);
+    EXPECT_EQ(std::count(result.out.begin(), result.out.end(), '\n'), 2) << result;
+    EXPECT_EQ(result.err, std::string("utmctl: line 1: profile 8 is not registered: the ID registry does not hold it; "
+                                      "'utmctl registry show' tells what it holds\n") +
+                              rehearsed_apart);
 }
 
 TEST(batch, an_object_stays_on_its_line_even_where_it_should_be_pretty)

@@ -232,15 +232,18 @@ TEST(call, tells_the_words_of_arguments_in_its_help)
     EXPECT_NE(utmctl("help call")
                   .out.find("\nAn argument is one of:\n"
                             "  a number       decimal, or hexadecimal after 0x\n"
-                            "  a text         its bytes; null is a null pointer, and text:null is "
-                            "that text\n"
+                            "  a text         its bytes; null is a null pointer, and text: before a text "
+                            "lets it be any, such as text:null\n"
                             "  a MAC address  02:42:ac:11:00:05 or 0242ac110005, or null\n"
                             "  bytes          two hexadecimal digits each, or null\n"
                             "  out            memory for the function to write to, told afterwards; "
+                            "or null\n"
+                            "  attached       for a segment to be detached, one that is attached before; or null\n"
+                            "  a list         to be released: how many entries a list that is made for the call has, "
                             "or null\n\nExample:\n"),
               std::string::npos);
     const json words = json::parse(utmctl("-j help call").out)["result"]["words"];
-    ASSERT_EQ(words.size(), 5U);
+    ASSERT_EQ(words.size(), 7U);
     EXPECT_EQ(words[0], json({{"word", "a number"}, {"meaning", "decimal, or hexadecimal after 0x"}}));
     EXPECT_EQ(json::parse(utmctl("-j help version").out)["result"]["words"], json::array());
 }
@@ -343,15 +346,16 @@ TEST(call, tells_what_a_function_prints)
 
 TEST(call, makes_lists_to_be_released)
 {
-    EXPECT_EQ(utmctl("call utm_devid_free_device_list 3"), (run_result{0, "", ""}));
-    EXPECT_EQ(utmctl("call utm_user_profile_free_app_usage_list null"), (run_result{0, "", ""}));
+    EXPECT_EQ(utmctl("call utm_devid_free_device_list 3"), (run_result{0, "returned nothing\n", ""}));
+    EXPECT_EQ(utmctl("call utm_user_profile_free_app_usage_list null"), (run_result{0, "returned nothing\n", ""}));
 }
 
 TEST(call, destroys_nothing_without_yes)
 {
     EXPECT_EQ(utmctl("call ips_create_server_socket"),
-              failed(9, "ips_create_server_socket destroys the socket at the daemon's path: the daemon can no longer "
-                        "be reached there, and was not carried out; add --yes if that is what you want"));
+              failed(9,
+                     "ips_create_server_socket was not carried out: it destroys the socket at the daemon's path: the "
+                     "daemon can no longer be reached there; add --yes if that is what you want"));
     EXPECT_FALSE(exists("/tmp/utm_ips"));
     EXPECT_EQ(utmctl("call ips_create_server_socket --yes").status, 0);
     EXPECT_TRUE(std::filesystem::is_socket("/tmp/utm_ips"));
@@ -367,7 +371,7 @@ TEST(call, wants_a_yes_for_what_is_lost)
         EXPECT_EQ(utmctl("call " + std::string(line)).status, 9) << line;
     }
     EXPECT_EQ(utmctl("call utm_uuid_set ''"),
-              failed(9, "utm_uuid_set destroys the device UUID, where the text is empty, and was not carried out; add "
+              failed(9, "utm_uuid_set was not carried out: it destroys the device UUID, where the text is empty; add "
                         "--yes if that is what you want"));
     EXPECT_EQ(daemons.told(), std::vector<std::string>{});
     EXPECT_FALSE(exists("/tmp/made"));
@@ -381,7 +385,7 @@ TEST(call, runs_no_command_where_one_text_is_missing)
     for (const char* arguments : {"null out 256 0", "'touch /tmp/made' null 256 0", "'touch /tmp/made' out 0 0"})
         EXPECT_EQ(utmctl(std::string("-j call utm_getSystemCommandResult ") + arguments).status, 0) << arguments;
     EXPECT_EQ(utmctl("call utm_getSystemCommandResult 'touch /tmp/made' out 1 0"),
-              failed(9, "utm_getSystemCommandResult destroys whatever the command destroys, and was not carried out; "
+              failed(9, "utm_getSystemCommandResult was not carried out: it destroys whatever the command destroys; "
                         "add --yes if that is what you want"));
     EXPECT_FALSE(exists("/tmp/made"));
 }
@@ -398,6 +402,53 @@ TEST(call, is_as_careful_as_the_commands)
         const std::vector<std::string> functions = command["functions"];
         EXPECT_TRUE(std::ranges::any_of(functions, [&](const auto& one) { return destroys.at(one); })) << command;
     }
+}
+
+// A daemon's working folder is another one.
+TEST(call, gives_daemons_paths_from_the_root_on)
+{
+    const std::string here = std::filesystem::current_path();
+    const engine_daemon daemon(ips, answer_with(reply_of(ips, 0)));
+    const std::pair<const char*, std::string> words[] = {
+        {"rules.sig", here + "/rules.sig"},
+        {"text:rules.sig", here + "/rules.sig"},
+        {"/a/../b", "/a/../b"},
+        {"''", ""},
+    };
+    std::vector<sim::bytes> requests;
+    for (const auto& [word, path] : words) {
+        result_of("call utm_ips_update_signature " + std::string(word));
+        requests.push_back(request_to(ips, {{0, 6}}, 56, path));
+    }
+    EXPECT_EQ(daemon.requests(), requests);
+    EXPECT_EQ(utmctl("call utm_ips_update_signature null").status, 2);
+}
+
+TEST(call, a_call_that_may_have_changed_the_registry_names_it)
+{
+    const sim::scripted_daemon cf(cf_path, sim::script{sim::receive(), sim::await_close()});
+    const std::string cause = " did not return: the content-filter daemon (/dev/utm_cf_config_socket) did not answer "
+                              "within 0.05 s, and the call was ended; what it does may have been done all the same; "
+                              "--timeout sets a longer limit, and 'utmctl describe ";
+    EXPECT_EQ(utmctl("--timeout 0.05 call utm_cf_policy_create 70"),
+              failed(3, "utm_cf_policy_create" + cause +
+                            "utm_cf_policy_create' tells how long the library itself waits, and 'utmctl registry show' "
+                            "what the registry holds"));
+    EXPECT_EQ(utmctl("--timeout 0.05 call utm_cf_debug 1"),
+              failed(3, "utm_cf_debug" + cause + "utm_cf_debug' tells how long the library itself waits"));
+}
+
+TEST(call, knows_a_command_that_is_no_function)
+{
+    EXPECT_EQ(utmctl("call ips switch on"),
+              failed(2, "call: 'ips switch' is a command; 'utmctl help ips switch' tells its functions"));
+    EXPECT_EQ(utmctl("describe profile create"),
+              failed(2, "describe: 'profile create' is a command; 'utmctl help profile create' tells its functions"));
+    EXPECT_EQ(utmctl("describe reset"),
+              failed(2, "describe: 'reset' is a command; 'utmctl help reset' tells its functions"));
+    EXPECT_EQ(utmctl("describe doctor"),
+              failed(2, "describe: FUNCTION: 'doctor' is not a function of the library; 'utmctl describe' lists them; "
+                        "'utmctl help describe' tells what it takes"));
 }
 
 TEST(call, closes_descriptors)

@@ -282,11 +282,15 @@ TEST(dry_run_alone, without_the_key_file_there_is_no_registry)
 // What looks how daemons and logs do calls nothing that could be rehearsed.
 TEST(dry_run_alone, what_only_looks_says_so)
 {
-    for (const std::string words :
-         {"status", "doctor", "wait cf", "log", "log -f", "describe", "explain x", "version"}) {
+    const std::pair<std::string, std::string> idle[] = {
+        {"status", "looks"},       {"doctor", "looks"},  {"wait cf", "looks"},
+        {"log", "looks"},          {"log -f", "looks"},  {"describe", "explains"},
+        {"explain x", "explains"}, {"version", "looks"}, {"help", "explains"},
+    };
+    for (const auto& [words, deed] : idle) {
         const std::string command = words.substr(0, words.find(' '));
         EXPECT_EQ(utmctl("--dry-run " + words),
-                  (run_result{0, command + " only looks; nothing would be changed\n", ""}));
+                  (run_result{0, command + " only " + deed + "; nothing would be changed\n", ""}));
         EXPECT_EQ(steps_of(words), json::array());
     }
     EXPECT_FALSE(exists("/tmp/utm_log"));

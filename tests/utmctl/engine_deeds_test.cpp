@@ -222,7 +222,7 @@ TEST(engine_deeds, some_answers_of_devid_are_no_refusal)
 TEST(engine_deeds, what_is_lost_wants_yes)
 {
     const engine_daemon daemon(ips, answer_with(reply_of(ips, 0)));
-    EXPECT_EQ(utmctl("ips flush 0"), refused(9, "ips flush destroys what the mode stands for, and was not carried out; "
+    EXPECT_EQ(utmctl("ips flush 0"), refused(9, "ips flush was not carried out: it destroys what the mode stands for; "
                                                 "add --yes if that is what you want\n"));
     for (const char* line :
          {"ips reset", "devid flush", "devid reset", "av reset", "av flush", "ir reset", "ir flush 0"})

@@ -120,6 +120,15 @@ TEST(explain, a_text_of_others_is_a_failure)
                           "utmctl: 'my disk did fail' is not a text of the library; 'utmctl explain' lists all of "
                           "them\n"}));
     EXPECT_EQ(utmctl("explain 'disk fail'").status, 1);
+    EXPECT_EQ(utmctl("explain user profile not found"),
+              (run_result{1,
+                          "user profile not found\n"
+                          "    not a text of the library\n",
+                          "utmctl: 'user profile not found' is not a text of the library; give each text in quotes; "
+                          "'utmctl explain' lists all of them\n"}));
+    EXPECT_EQ(utmctl("explain 'disk fail' disk").err,
+              "utmctl: 'disk fail' is not a text of the library; 'utmctl explain' lists all of them\n"
+              "utmctl: 'disk' is not a text of the library; 'utmctl explain' lists all of them\n");
     EXPECT_EQ(utmctl("explain 'utm_cf_flush fail'").status, 0);
 }
 

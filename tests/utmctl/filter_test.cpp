@@ -303,8 +303,8 @@ TEST(rules, what_destroys_wants_yes)
     const config_daemons daemons;
     EXPECT_EQ(utmctl("cf flush-policy 3 0"),
               refused(9,
-                      "cf flush-policy destroys what the policy holds, or with 0 whatever the daemon takes that for, "
-                      "and was not carried out; add --yes if that is what you want\n"));
+                      "cf flush-policy was not carried out: it destroys what the policy holds, or with 0 whatever the "
+                      "daemon takes that for; add --yes if that is what you want\n"));
     EXPECT_EQ(utmctl("cf flush-policy 3 --yes").status, 2);
     for (const char* line : {"reset", "cf flush 0", "cf flush-policy 0 70", "app clear-entries 80"})
         EXPECT_EQ(utmctl(line).status, 9) << line;

@@ -96,6 +96,31 @@ TEST(profile_create, create_with_no_daemon_at_all_tells_all_three)
                              user_profile_missing + "; start each of these daemons, then run the command again\n"));
 }
 
+// What refuses may have the profile already: to create it again is not enough.
+TEST(profile_create, create_refused_by_those_that_are_reached_is_cleared_first)
+{
+    const std::string refused_3 = "refused with error code 3";
+    const std::string both = "the content-filter daemon (/dev/utm_cf_config_socket) " + refused_3;
+    const std::string last = "the user-profile daemon (/dev/utm_user_profile_socket) " + refused_3;
+    const std::string clearing = "clear what is left with 'utmctl registry reserve profile 7' and 'utmctl profile "
+                                 "delete 7', and create it again\n";
+    const config_daemons daemons({.cf = 3, .app = absent, .user_profile = 3});
+    EXPECT_EQ(utmctl("profile create 7"),
+              refused(4, "profile 7 was not created: " + both + ", and " + app_missing + ", and " + last +
+                             "; start the application daemon, then " + clearing));
+}
+
+TEST(profile_create, create_refused_by_all_names_their_logs)
+{
+    const config_daemons daemons({.cf = 3, .app = 3, .user_profile = 3});
+    EXPECT_EQ(utmctl("profile create 7"),
+              refused(1,
+                      "profile 7 was not created: the content-filter daemon (/dev/utm_cf_config_socket) refused with "
+                      "error code 3, and the application daemon (/dev/utm_app_config_socket) refused with error code "
+                      "3, and the user-profile daemon (/dev/utm_user_profile_socket) refused with error code 3; the "
+                      "daemons' own logs tell the reason\n"));
+}
+
 TEST(profile_create, create_without_the_application_daemon)
 {
     const config_daemons daemons({.app = absent});
@@ -169,7 +194,7 @@ TEST(profile_create, what_other_programs_log_meanwhile_is_told_once)
         (run_result{8, "7\n",
                     "utmctl: profile 7 was created in part (accepted by the application daemon; not in the "
                     "registry): " +
-                        either + "9, and " + either + "5; the daemon's own log tells the reason; " + clean_up(7)}));
+                        either + "9, and " + either + "5; the daemons' own logs tell the reason; " + clean_up(7)}));
 }
 
 TEST(profile_create, a_record_of_the_wrong_size_is_a_protocol_error)

@@ -73,7 +73,7 @@ TEST(profile_delete, delete_refused_by_both_that_hold_policies_stays_registered)
             8,
             "profile 7 was deleted in part (accepted by the user-profile daemon; in the registry): the "
             "content-filter daemon (/dev/utm_cf_config_socket) refused with error code 4, and the application "
-            "daemon (/dev/utm_app_config_socket) refused with error code 5; the daemon's own log tells the reason\n"));
+            "daemon (/dev/utm_app_config_socket) refused with error code 5; the daemons' own logs tell the reason\n"));
 }
 
 TEST(profile_delete, delete_refused_by_all_names_what_frees_it)
@@ -85,7 +85,7 @@ TEST(profile_delete, delete_refused_by_all_names_what_frees_it)
                       "profile 9 was not deleted: the content-filter daemon (/dev/utm_cf_config_socket) refused "
                       "with error code 2, and the application daemon (/dev/utm_app_config_socket) refused with error "
                       "code 2, and the user-profile daemon (/dev/utm_user_profile_socket) refused with error code "
-                      "2; the daemon's own log tells the reason; the registry still holds it; 'utmctl registry "
+                      "2; the daemons' own logs tell the reason; the registry still holds it; 'utmctl registry "
                       "release profile 9' frees it there\n"));
     EXPECT_EQ(utmctl("registry release profile 9"), (run_result{0, "profile 9 released\n", ""}));
 }
@@ -96,7 +96,7 @@ TEST(profile_delete, flush_wants_a_yes)
     register_ids({{0, 7}, {2, 9}});
     EXPECT_EQ(
         utmctl("profile flush"),
-        refused(9, "profile flush destroys every profile and the policies bound to them, and was not carried out; add "
+        refused(9, "profile flush was not carried out: it destroys every profile and the policies bound to them; add "
                    "--yes if that is what you want\n"));
     EXPECT_TRUE(daemons.visits().empty());
     EXPECT_EQ(utmctl("profile flush --yes"), (run_result{0, "profile 7 deleted\nprofile 9 deleted\n", ""}));

@@ -40,8 +40,8 @@ TEST(profile_device, a_device_refused_by_the_deciding_daemon)
         refused(1,
                 "02:42:ac:11:00:05 was not removed from profile 7 (accepted by the application daemon; in the "
                 "registry): the content-filter daemon (/dev/utm_cf_config_socket) refused with error code 1, and the "
-                "user-profile daemon (/dev/utm_user_profile_socket) refused with error code 2; the daemon's own log "
-                "tells the reason\n"));
+                "user-profile daemon (/dev/utm_user_profile_socket) refused with error code 2; the daemons' own logs "
+                "tell the reason\n"));
 }
 
 TEST(profile_device, the_log_is_followed_through_its_rotation)

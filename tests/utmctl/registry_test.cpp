@@ -85,6 +85,10 @@ TEST(registry, init_clears_once)
 {
     set_slots({{0, 7}});
     EXPECT_EQ(utmctl("registry init"), (run_result{0, "the registry was cleared\n", ""}));
+    EXPECT_EQ(
+        utmctl("registry init"),
+        (run_result{0, "the registry has been cleared already since the gateway started; nothing was done\n", ""}));
+    set_slots({{0, 7}});
     EXPECT_EQ(utmctl("registry init"), (run_result{0, "the registry is in use since the gateway started\n", ""}));
 }
 
@@ -92,8 +96,8 @@ TEST(registry, clear_wants_a_yes)
 {
     register_ids({{0, 7}});
     EXPECT_EQ(utmctl("registry clear"),
-              refused(9, "registry clear destroys every identifier and binding, and was not carried "
-                         "out; add --yes if that is what you want\n"));
+              refused(9, "registry clear was not carried out: it destroys every identifier and "
+                         "binding; add --yes if that is what you want\n"));
     EXPECT_EQ(all_slots()[0], 7U);
     EXPECT_EQ(utmctl("registry clear --yes"), (run_result{0, "the registry was cleared\n", ""}));
     EXPECT_EQ(all_slots()[0], 0U);

@@ -54,7 +54,7 @@ TEST(sys, run_prints_what_a_command_prints)
 TEST(sys, run_wants_a_yes)
 {
     EXPECT_EQ(utmctl("sys run 'touch /tmp/made'"),
-              refused(9, "sys run destroys whatever the command destroys, and was not carried out; add --yes if that "
+              refused(9, "sys run was not carried out: it destroys whatever the command destroys; add --yes if that "
                          "is what you want\n"));
     EXPECT_EQ(utmctl("--dry-run sys run 'touch /tmp/made'"),
               (run_result{0,

@@ -51,6 +51,16 @@ constexpr bad_line bad_lines[] = {
      "02:42:ac:11:00:05; 'utmctl help profile del-device' tells what it takes"},
     {"registry check policy 7", "registry check: KIND: 'policy' is not a kind of identifier: profile, cf-policy or "
                                 "app-policy; 'utmctl help registry check' tells what it takes"},
+    {"registry check cf 7", "registry check: KIND: 'cf' is not a kind of identifier; did you mean 'cf-policy'? kinds "
+                            "are profile, cf-policy and "
+                            "app-policy; 'utmctl help registry check' tells what it takes"},
+    {"--pretty version", "unknown option '--pretty'; did you mean '--json=pretty'? 'utmctl help' lists the options"},
+    {"profile list --pretty",
+     "profile list: unknown option '--pretty'; did you mean '--json=pretty'? 'utmctl help profile "
+     "list' tells what it takes"},
+    {"--wait profile list",
+     "wrong option: --wait: 'profile' is not a number of seconds above 0 and up to 86400; 'utmctl "
+     "help' lists the options"},
     {"log --lines", "log: --lines needs a value; 'utmctl help log' tells what it takes"},
     {"log --lines 1 --lines 2", "log: --lines may be given once; 'utmctl help log' tells what it takes"},
     {"version --timeout", "wrong option: --timeout needs a value; 'utmctl help' lists the options"},
@@ -143,6 +153,62 @@ TEST(usage, version)
                           "\"tool\":" +
                               build + ",\"library\":" + build + "},\"errors\":[]}\n",
                           ""}));
+}
+
+TEST(usage, json_has_one_style)
+{
+    const std::string meant = "; did you mean '--json=pretty'? 'utmctl help' lists the options\n";
+    EXPECT_EQ(utmctl("--json pretty profile list").err, "utmctl: unknown command 'pretty'" + meant);
+    EXPECT_EQ(utmctl("status -j pretty").err, "utmctl: status: unexpected argument 'pretty'" + meant);
+    EXPECT_EQ(utmctl("-j=pretty version").err, "utmctl: unknown option '-j=pretty'" + meant);
+    for (const std::string style : {"", "plain"})
+        EXPECT_EQ(utmctl("--json=" + style + " version").err,
+                  "utmctl: wrong option: --json: '" + style +
+                      "' is not a style of JSON; the only one is pretty; 'utmctl help' lists the options\n");
+}
+
+// The options as the help of a command tells them.
+std::string options_told(const std::string& command)
+{
+    const std::string help = utmctl("help " + command).out;
+    const size_t begin = help.find("\nOptions, anywhere on the line:\n");
+    return help.substr(begin, help.find("\n\nExit status:\n") - begin);
+}
+
+TEST(usage, help_tells_the_options_that_count)
+{
+    EXPECT_EQ(
+        options_told("doctor"),
+        "\nOptions, anywhere on the line:\n"
+        "  -j, --json[=pretty]    print one JSON value instead, on success and on failure\n"
+        "  -q, --quiet            leave out confirmations\n"
+        "      --timeout SECONDS  how long each daemon may take (default 2)\n"
+        "      --dry-run          print the records that would be sent and what else would change, and do nothing\n"
+        "      --explain          tell what the library logged and printed meanwhile, and what that means\n"
+        "  -h, --help             explain utmctl, or the command\n"
+        "      --version          print the version");
+    EXPECT_EQ(
+        options_told("wait"),
+        "\nOptions, anywhere on the line:\n"
+        "  -j, --json[=pretty]    print one JSON value instead, on success and on failure\n"
+        "  -q, --quiet            leave out confirmations\n"
+        "      --timeout SECONDS  how long to wait as a whole (default 60)\n"
+        "      --dry-run          print the records that would be sent and what else would change, and do nothing\n"
+        "      --explain          tell what the library logged and printed meanwhile, and what that means\n"
+        "  -h, --help             explain utmctl, or the command\n"
+        "      --version          print the version");
+    EXPECT_EQ(
+        options_told("watch"),
+        "\nOptions, anywhere on the line:\n"
+        "  -j, --json[=pretty]     print one JSON object a line instead\n"
+        "  -q, --quiet             leave out confirmations\n"
+        "      --no-headers        leave out the headings of tables\n"
+        "      --columns HEADINGS  the columns of a table to show, in this order, with commas between (default: all)\n"
+        "      --timeout SECONDS   how long each call of the library may take (default 60)\n"
+        "      --wait SECONDS      how long to wait first for the daemons that the command needs (default: not at "
+        "all)\n"
+        "  -h, --help              explain utmctl, or the command\n"
+        "      --version           print the version");
 }
 
 TEST(usage, pretty_json)

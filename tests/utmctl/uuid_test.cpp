@@ -30,7 +30,9 @@ TEST(uuid, what_would_be_cut_or_is_none_is_refused)
     const std::string next = "; 'utmctl help uuid set' tells what it takes\n";
     EXPECT_EQ(utmctl("uuid set u" + longest),
               refused(2, "uuid set: TEXT: 'u" + longest + "' is longer than 255 characters" + next));
-    EXPECT_EQ(utmctl("uuid set ''"), refused(2, "uuid set: TEXT: '' is blank" + next));
+    EXPECT_EQ(utmctl("uuid set ''"),
+              refused(2, "uuid set: TEXT: '' is blank; 'utmctl uuid clear' takes the UUID away" + next));
+    EXPECT_EQ(utmctl("uuid set ' '"), refused(2, "uuid set: TEXT: ' ' is blank" + next));
     EXPECT_EQ(utmctl("uuid set 'a\tb'"), refused(2, "uuid set: TEXT: 'a\\x09b' has control characters" + next));
     EXPECT_EQ(utmctl("uuid get").status, 6);
     EXPECT_FALSE(exists("/tmp/utm_log"));
@@ -65,9 +67,8 @@ TEST(uuid, none_is_told_by_the_status)
 TEST(uuid, clear_wants_a_yes)
 {
     ASSERT_EQ(utm_uuid_set("home"), 0);
-    EXPECT_EQ(utmctl("uuid clear"),
-              refused(9, "uuid clear destroys the device UUID, and was not carried out; add --yes "
-                         "if that is what you want\n"));
+    EXPECT_EQ(utmctl("uuid clear"), refused(9, "uuid clear was not carried out: it destroys the device UUID; add --yes "
+                                               "if that is what you want\n"));
     EXPECT_EQ(utmctl("uuid get").out, "home\n");
     EXPECT_EQ(utmctl("uuid clear --yes"), (run_result{0, "the device UUID was cleared\n", ""}));
     EXPECT_EQ(utmctl("-j uuid clear --yes"), (run_result{0, done_line("uuid clear", R"({"uuid":null})"), ""}));

@@ -1,5 +1,6 @@
 #include "tools/utmctl/argument_line.h"
 
+#include "tools/utmctl/function_argument.h"
 #include "tools/utmctl/options.h"
 #include "tools/utmctl/parser.h"
 
@@ -87,6 +88,8 @@ void check_rest(const texts& rest, const std::string& wrong, const request& aske
         check_missing(wrong, unexpected.front(), asked);
     if (!wrong.empty())
         refuse_arguments(asked, wrong);
+    if (!unexpected.empty() && unexpected.front() == pretty_style && asked.style.json)
+        refuse_pretty(asked.words + ": unexpected argument ");
     if (!unexpected.empty())
         refuse_arguments(asked, "unexpected argument " + in_quotes(unexpected.front()));
 }
@@ -105,6 +108,8 @@ void parse_arguments(const family& group, const command& what, const texts& argu
     for (const argument& one : what.arguments)
         declare(parser, one, asked.values[one.name]);
     const std::string wrong = parse_with(parser, arguments);
+    if (!wrong.empty() && !what.arguments.empty() && what.arguments.front().check == check_function)
+        refuse_command_as_function(arguments, asked);
     const argument* held = held_command(what);
     if (held != nullptr)
         take_held_command(*held, parser.remaining(), wrong, asked);

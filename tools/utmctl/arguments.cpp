@@ -1,4 +1,5 @@
 #include "tools/utmctl/arguments.h"
+#include "tools/utmctl/lookup.h"
 #include "tools/utmctl/number.h"
 
 #include "kqutm/registry.h"
@@ -25,6 +26,14 @@ const id_kind* find_kind(const std::string& text)
             return &kind;
     }
     return nullptr;
+}
+
+std::vector<std::string> words_of_kinds()
+{
+    std::vector<std::string> words;
+    for (const id_kind& kind : kinds)
+        words.emplace_back(kind.word);
+    return words;
 }
 
 } // namespace
@@ -83,7 +92,12 @@ std::string check_switch(const std::string& text)
 
 std::string check_kind(const std::string& text)
 {
-    return find_kind(text) ? "" : in_quotes(text) + " is not a kind of identifier: profile, cf-policy or app-policy";
+    if (find_kind(text) != nullptr)
+        return "";
+    const std::string nearest = nearest_word(text, words_of_kinds());
+    const std::string wrong = in_quotes(text) + " is not a kind of identifier";
+    return nearest.empty() ? wrong + ": profile, cf-policy or app-policy"
+                           : wrong + "; did you mean '" + nearest + "'? kinds are profile, cf-policy and app-policy";
 }
 
 std::string check_seconds(const std::string& text)

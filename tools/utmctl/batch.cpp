@@ -166,6 +166,9 @@ outcome run_lines(const std::vector<batch_line>& lines, bool keep_going, result_
     return sum;
 }
 
+constexpr char rehearsed_apart[] = "each line was rehearsed by itself, as though those before it had not been run";
+
+// A rehearsal tells of all lines.
 outcome run_batch(const request& asked)
 {
     const std::vector<batch_line> lines = read_lines(asked);
@@ -173,8 +176,11 @@ outcome run_batch(const request& asked)
         return {.notices = {"the batch holds no commands"}, .printed = true};
     result_stream out;
     outcome sum = refuse_lines(lines, out);
-    if (sum.status == exit_status::done)
-        sum = run_lines(lines, asked.has("--keep-going"), out);
+    if (sum.status == exit_status::done) {
+        sum = run_lines(lines, asked.has("--keep-going") || asked.dry_run, out);
+        if (asked.dry_run)
+            sum.notices.emplace_back(rehearsed_apart);
+    }
     out.tell_loss(sum);
     return sum;
 }

@@ -1,6 +1,7 @@
 #include "tools/utmctl/arguments.h"
 #include "tools/utmctl/call_failure.h"
 #include "tools/utmctl/families.h"
+#include "tools/utmctl/file_path.h"
 #include "tools/utmctl/function_argument.h"
 #include "tools/utmctl/json_table.h"
 #include "tools/utmctl/lock_view.h"
@@ -43,9 +44,22 @@ std::string description_of(const function_row& function)
     refuse_usage(asked.words + ": " + wrong, description_of(function) + " tells what it takes");
 }
 
-void check(const request& asked, const function_row& function)
+// A daemon that opens a file has a working folder of its own, so that a path is handed over from the root on.
+texts with_whole_paths(const function_row& function, texts given)
 {
-    const texts& given = asked.all("ARGUMENT");
+    constexpr std::string_view literally = operations::literal_text;
+    for (size_t at = 0; at < std::min(given.size(), operations::most_parameters); ++at) {
+        const size_t begin = given[at].starts_with(literally) ? literally.size() : 0;
+        const std::string path = given[at].substr(begin);
+        const bool absent = path.empty() || given[at] == operations::null_word;
+        if (function.arguments[at].daemon_opens && !absent && path.front() != '/')
+            given[at].replace(begin, path.size(), path_of(path));
+    }
+    return given;
+}
+
+void check(const request& asked, const function_row& function, const texts& given)
+{
     const operations::signature parsed = function.parsed();
     if (given.size() != parsed.count)
         refuse_words(asked, function, std::string(function.name()) + " takes " + parameters_of(parsed));
@@ -74,10 +88,13 @@ void await_semaphore(awaited& whom, int semaphore, const std::string& what)
 
 awaited awaited_by(const function_row& function, const texts& given, const std::string& what)
 {
+    const bool changes_registry =
+        std::ranges::any_of(function.steps, [](const auto& one) { return one.changes_registry; });
     awaited whom = {.daemons = {},
                     .registry_lock = false,
                     .advice = "what it does may have been done all the same; --timeout sets a longer limit, and " +
-                              description_of(function) + " tells how long the library itself waits"};
+                              description_of(function) + " tells how long the library itself waits" +
+                              (changes_registry ? ", and 'utmctl registry show' what the registry holds" : "")};
     for (const operations::step& one : function.steps) {
         if (one.daemon != nullptr)
             whom.daemons.push_back({one.daemon->title, one.daemon->path});
@@ -151,8 +168,7 @@ void tell(const function_row& function, outcome& result, bool failed)
 {
     const json& told = result.result;
     const json& returned = told["returned"];
-    if (!returns_nothing(function))
-        result.lines.push_back("returned: " + shown(returned));
+    result.lines.push_back(returns_nothing(function) ? "returned nothing" : "returned: " + shown(returned));
     if (!told["errno"].is_null())
         result.lines.push_back("errno: " + told["errno"].get<std::string>());
     for (const auto& [name, value] : told["outputs"].items())
@@ -167,18 +183,20 @@ void tell(const function_row& function, outcome& result, bool failed)
 
 constexpr explained_word words[] = {
     {"a number", "decimal, or hexadecimal after 0x"},
-    {"a text", "its bytes; null is a null pointer, and text:null is that text"},
+    {"a text", "its bytes; null is a null pointer, and text: before a text lets it be any, such as text:null"},
     {"a MAC address", "02:42:ac:11:00:05 or 0242ac110005, or null"},
     {"bytes", "two hexadecimal digits each, or null"},
     {"out", "memory for the function to write to, told afterwards; or null"},
+    {"attached", "for a segment to be detached, one that is attached before; or null"},
+    {"a list", "to be released: how many entries a list that is made for the call has, or null"},
 };
 
 outcome call_function(const request& asked)
 {
     const function_row& function = function_of(asked.one("FUNCTION"));
-    check(asked, function);
-    const called asked_for = {function, asked.all("ARGUMENT"), registry_without_lock()};
-    const texts& given = asked.all("ARGUMENT");
+    const texts given = with_whole_paths(function, asked.all("ARGUMENT"));
+    check(asked, function, given);
+    const called asked_for = {function, given, registry_without_lock()};
     const std::string what = std::string(function.name()) + " did not return";
     const call_result call = call_in_worker(
         what, asked.timeout, [&] { return carry_out(function, given); }, awaited_by(function, given, what));

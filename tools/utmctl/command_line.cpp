@@ -16,7 +16,7 @@ namespace {
 constexpr char options_help[] = "'utmctl help' lists the options";
 
 struct global_flags {
-    std::string json = {};
+    std::optional<std::string> json = {};
     bool quiet = false;
     bool no_headers = false;
     bool yes = false;
@@ -36,13 +36,34 @@ void add_flag(CLI::App& parser, const char* names, bool& flag)
     parser.add_flag(names, flag)->disable_flag_override();
 }
 
+// The style that a text gives to --json. The parser takes an empty one for none.
+std::optional<std::string> style_in(const texts& arguments)
+{
+    constexpr std::string_view option = "--json=";
+    const auto found = std::find_if(arguments.rbegin(), arguments.rend(),
+                                    [&](const std::string& one) { return one.starts_with(option); });
+    return found == arguments.rend() ? std::nullopt : std::optional(found->substr(option.size()));
+}
+
+// The parser would take them for the option and another.
+void refuse_short_style(const texts& arguments)
+{
+    const auto found =
+        std::find_if(arguments.begin(), arguments.end(), [](const std::string& one) { return one.starts_with("-j="); });
+    if (found != arguments.end())
+        refuse_option(*found);
+}
+
 // Takes the global options out of the line, wherever they stand, and returns the rest.
 texts take_globals(const texts& arguments, global_flags& flags)
 {
+    refuse_short_style(arguments);
+    flags.json = style_in(arguments);
     CLI::App parser;
     parser.set_help_flag();
     parser.allow_extras();
-    parser.add_flag("-j{plain},--json{plain}", flags.json);
+    std::string style;
+    parser.add_flag("-j,--json", style);
     add_flag(parser, "-q,--quiet", flags.quiet);
     add_flag(parser, "--no-headers", flags.no_headers);
     add_flag(parser, "--yes", flags.yes);
@@ -61,7 +82,7 @@ texts take_globals(const texts& arguments, global_flags& flags)
 
 std::string check_json(const std::string& text)
 {
-    return text == "plain" || text == "pretty" ? "" : in_quotes(text) + " is not a style of JSON: plain or pretty";
+    return text == pretty_style ? "" : in_quotes(text) + " is not a style of JSON; the only one is pretty";
 }
 
 // Not before the words are known, so that the refusal can name the command.
@@ -74,7 +95,7 @@ void check_global(const char* name, const std::optional<std::string>& text, std:
 
 void check_globals(const global_flags& flags)
 {
-    check_global("--json", flags.json.empty() ? std::nullopt : std::optional(flags.json), check_json);
+    check_global("--json", flags.json, check_json);
     check_global("--columns", flags.columns, check_headings);
     check_global("--timeout", flags.timeout, check_seconds);
     check_global("--wait", flags.wait, check_seconds);
@@ -144,6 +165,17 @@ texts arguments_of(const command_line& line)
     return arguments;
 }
 
+// A word that is missed may have gone to an option, as in "--wait profile list".
+void find_words_or_values(command_line& line, const global_flags& flags)
+{
+    try {
+        find_words(line);
+    } catch (const failure&) {
+        check_globals(flags);
+        throw;
+    }
+}
+
 // Behind the mark stand words that are no options, whatever they begin with.
 void take_words(const texts& arguments, command_line& line, global_flags& flags)
 {
@@ -166,7 +198,7 @@ output_style style_of(const texts& arguments)
             break;
         const bool short_flags = one.size() > 1 && one[0] == '-' && one[1] != '-';
         style.json |= one.starts_with("--json") || (short_flags && one.find('j') != std::string::npos);
-        style.pretty |= one == "--json=pretty";
+        style.pretty |= one == pretty_json;
     }
     return style;
 }
@@ -197,7 +229,7 @@ void parse(const texts& arguments, command_line& line)
     if (flags.version)
         line.words = {"version"};
     if (!flags.help)
-        find_words(line);
+        find_words_or_values(line, flags);
     check_globals(flags);
     if (flags.columns)
         line.style.columns = headings_in(*flags.columns);

@@ -141,9 +141,9 @@ std::vector<std::string> rehearsed_headings(const request& asked)
 
 outcome dry_run(const request& asked)
 {
-    if (only_looks(asked.words))
+    if (const char* deed = idle_deed(asked.words))
         return {.result = {{"dry_run", true}, {"steps", json::array()}},
-                .confirmations = {asked.words + " only looks; nothing would be changed"}};
+                .confirmations = {asked.words + " " + deed + "; nothing would be changed"}};
     const json rehearsed = call_in_worker(asked.words + " was not rehearsed", asked.timeout,
                                           [&] { return rehearse(asked); }, {.daemons = {}, .registry_lock = false})
                                .value;

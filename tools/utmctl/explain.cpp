@@ -66,7 +66,19 @@ bool is_known(const std::string& text)
     return meaning_of_line(text) != nullptr;
 }
 
-// One text where the words make one only together: the quotes around it were forgotten.
+bool has_blank(const std::string& text)
+{
+    return text.find(' ') != std::string::npos;
+}
+
+// Several words, none of which is a text: most likely the quotes around one were forgotten.
+bool lacks_quotes(const texts& given)
+{
+    return given.size() > 1 && std::none_of(given.begin(), given.end(), is_known) &&
+           std::none_of(given.begin(), given.end(), has_blank);
+}
+
+// One text where the words make one only together.
 texts texts_in(const texts& given)
 {
     if (std::all_of(given.begin(), given.end(), is_known))
@@ -74,16 +86,17 @@ texts texts_in(const texts& given)
     std::string joined;
     for (const std::string& one : given)
         joined.append(joined.empty() ? "" : " ").append(one);
-    return is_known(joined) ? texts{joined} : given;
+    return is_known(joined) || lacks_quotes(given) ? texts{joined} : given;
 }
 
-void tell_unknown(outcome& told, const std::string& text)
+void tell_unknown(outcome& told, const std::string& text, bool quotes)
 {
     told.status = exit_status::refused;
-    told.problems.push_back({.status = told.status,
-                             .what = in_quotes(text) + " is not a text of the library",
-                             .culprits = {},
-                             .next = "'utmctl explain' lists all of them"});
+    told.problems.push_back(
+        {.status = told.status,
+         .what = in_quotes(text) + " is not a text of the library",
+         .culprits = {},
+         .next = std::string(quotes ? "" : "give each text in quotes; ") + "'utmctl explain' lists all of them"});
 }
 
 outcome explain(const request& asked)
@@ -96,7 +109,7 @@ outcome explain(const request& asked)
         const meaning* known = meaning_of_line(text);
         tell(told, text, known);
         if (known == nullptr)
-            tell_unknown(told, text);
+            tell_unknown(told, text, !lacks_quotes(asked.all("TEXT")));
     }
     return told;
 }

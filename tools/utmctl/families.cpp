@@ -38,7 +38,7 @@ bool is_one_word(const family& group)
 void refuse_to_destroy(const std::string& words, const std::string& what)
 {
     throw failure({.status = exit_status::unsafe,
-                   .what = words + " destroys " + what + ", and was not carried out",
+                   .what = words + " was not carried out: it destroys " + what,
                    .culprits = {},
                    .next = "add --yes if that is what you want"});
 }

@@ -1,6 +1,7 @@
 #include "tools/utmctl/function_argument.h"
 
 #include "tools/utmctl/lookup.h"
+#include "tools/utmctl/options.h"
 
 #include <algorithm>
 #include <cctype>
@@ -47,6 +48,21 @@ std::string check_function(const std::string& text)
     const std::string nearest = meant_by(text);
     return in_quotes(text) + " is not a function of the library; " +
            (nearest.empty() ? "" : "did you mean '" + nearest + "'? ") + "'utmctl describe' lists them";
+}
+
+void refuse_command_as_function(const std::vector<std::string>& arguments, const request& asked)
+{
+    std::vector<std::string> given;
+    std::remove_copy_if(arguments.begin(), arguments.end(), std::back_inserter(given), is_option);
+    for (const family* group : all_families()) {
+        for (const command& one : group->commands) {
+            const bool named = given.size() > (is_one_word(*group) ? 0U : 1U) && given[0] == group->word &&
+                               (is_one_word(*group) || given[1] == one.word);
+            if (named && !one.run.functions().empty())
+                refuse_usage(asked.words + ": " + in_quotes(words_of(*group, one)) + " is a command",
+                             "'utmctl help " + words_of(*group, one) + "' tells its functions");
+        }
+    }
 }
 
 const operations::function_row& function_of(const std::string& text)

@@ -3,6 +3,7 @@
 #include "tools/utmctl/arguments.h"
 #include "tools/utmctl/families.h"
 #include "tools/utmctl/lookup.h"
+#include "tools/utmctl/option_help.h"
 
 #include <algorithm>
 
@@ -93,11 +94,11 @@ json json_of_statuses()
     return statuses;
 }
 
-void add_options(std::vector<std::string>& lines)
+void add_options(std::vector<std::string>& lines, const std::string& words = "")
 {
     lines.insert(lines.end(), {"", "Options, anywhere on the line:"});
     std::vector<entry> entries;
-    for (const global_option& one : global_options)
+    for (const global_option& one : options_of(words))
         entries.push_back({one.shown, one.help});
     add_entries(lines, entries);
 }
@@ -176,7 +177,7 @@ outcome help_on_command(const family& group, const command& one)
     add_functions(help.lines, one);
     if (one.example != nullptr)
         help.lines.insert(help.lines.end(), {"", "Example:", std::string("  utmctl ") + one.example});
-    add_options(help.lines);
+    add_options(help.lines, words_of(group, one));
     add_statuses(help.lines);
     return help;
 }

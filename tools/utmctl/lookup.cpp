@@ -1,5 +1,7 @@
 #include "tools/utmctl/lookup.h"
 
+#include "tools/utmctl/options.h"
+
 #include <algorithm>
 #include <numeric>
 
@@ -54,6 +56,8 @@ const family& find_family(const std::string& word)
             return *one;
         known.emplace_back(one->word);
     }
+    if (word == pretty_style)
+        refuse_pretty("unknown command ");
     refuse_word(word, "", known, "help");
 }
 

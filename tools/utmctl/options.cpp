@@ -42,6 +42,8 @@ std::string list_of(const texts& names)
 // One letter is near to any other.
 std::string nearest_option(const std::string& word, const texts& known)
 {
+    if (word.starts_with("-j=") || word == "--pretty")
+        return pretty_json;
     const std::string name = word.substr(0, word.find('='));
     return name.starts_with("--") ? nearest_word(name, known) : "";
 }
@@ -114,4 +116,10 @@ void refuse_option(const std::string& word, const request& asked)
 {
     refuse_usage(asked.words + ": unknown option " + in_quotes(word),
                  advice_on(word, *asked.what) + "'utmctl help " + asked.words + "' tells what it takes");
+}
+
+void refuse_pretty(const std::string& lead)
+{
+    refuse_usage(lead + in_quotes(pretty_style),
+                 "did you mean " + in_quotes(pretty_json) + "? 'utmctl help' lists the options");
 }

@@ -4,18 +4,13 @@
 #include "tools/utmctl/remedy.h"
 
 #include <algorithm>
+#include <cerrno>
+#include <iterator>
 #include <utility>
 
 namespace {
 
-const failed_exchange* first_failure(const profile_answers& answers)
-{
-    for (const failed_exchange& one : answers.failures) {
-        if (one.status != exit_status::done)
-            return &one;
-    }
-    return answers.unplaced.empty() ? nullptr : &answers.unplaced.front();
-}
+constexpr char logs_tell[] = "the daemons' own logs tell the reason";
 
 // None where it is not known which one it was.
 std::vector<service> daemons_that_failed_with(int error, const profile_answers& answers)
@@ -29,20 +24,14 @@ std::vector<service> daemons_that_failed_with(int error, const profile_answers& 
     return daemons;
 }
 
-// A profile that only daemons know can be deleted there once the registry knows it again.
-std::string next_step(const profile_answers& answers, bool left_unregistered, int32_t id)
+// Those that are known to belong to one daemon first.
+std::vector<failed_exchange> all_failures(const profile_answers& answers)
 {
-    const std::string number = std::to_string(id);
-    const std::string clearing = "clear what is left with 'utmctl registry reserve profile " + number +
-                                 "' and 'utmctl profile delete " + number + "'";
-    if (const failed_exchange* failed = first_failure(answers)) {
-        const std::vector<service> daemons = daemons_that_failed_with(failed->error, answers);
-        return left_unregistered ? next_after(daemons, failed->error, clearing) : next_after(daemons, failed->error);
-    }
-    const std::string look = answers.status == exit_status::registry_unusable
-                                 ? "look with 'utmctl registry show' what it holds, then "
-                                 : "make the diagnostic log writable, then ";
-    return look + (left_unregistered ? clearing : "run the command again");
+    std::vector<failed_exchange> all;
+    std::copy_if(answers.failures.begin(), answers.failures.end(), std::back_inserter(all),
+                 [](const failed_exchange& one) { return one.status != exit_status::done; });
+    all.insert(all.end(), answers.unplaced.begin(), answers.unplaced.end());
+    return all;
 }
 
 bool is_refusal(const failed_exchange& one)
@@ -50,10 +39,41 @@ bool is_refusal(const failed_exchange& one)
     return one.status == exit_status::refused;
 }
 
-bool any_refused(const profile_answers& answers)
+// A profile that only daemons know can be deleted there once the registry knows it again.
+std::string clearing_of(int32_t id)
 {
-    return std::any_of(answers.failures.begin(), answers.failures.end(), is_refusal) ||
-           std::any_of(answers.unplaced.begin(), answers.unplaced.end(), is_refusal);
+    const std::string number = std::to_string(id);
+    return "clear what is left with 'utmctl registry reserve profile " + number + "' and 'utmctl profile delete " +
+           number + "'";
+}
+
+// Where all have failed, a daemon that refuses to create a profile may have it already, and then refuses again.
+std::string step_after(const failed_exchange& curable, const profile_step& step, const profile_answers& answers,
+                       bool left_unregistered, int32_t id)
+{
+    const std::vector<service> daemons = daemons_that_failed_with(curable.error, answers);
+    const std::vector<failed_exchange> failures = all_failures(answers);
+    if (left_unregistered)
+        return next_after(daemons, curable.error, clearing_of(id));
+    if (step.judge == judge_create && id > 0 && std::any_of(failures.begin(), failures.end(), is_refusal))
+        return next_after(daemons, curable.error, clearing_of(id) + ", and create it again");
+    return next_after(daemons, curable.error);
+}
+
+std::string next_step(const profile_step& step, const profile_answers& answers, bool left_unregistered, int32_t id)
+{
+    const std::vector<failed_exchange> failures = all_failures(answers);
+    const auto curable = std::find_if_not(failures.begin(), failures.end(), is_refusal);
+    if (curable != failures.end())
+        return step_after(*curable, step, answers, left_unregistered, id);
+    if (!failures.empty()) {
+        const std::string reason = failures.size() > 1 ? logs_tell : next_after({}, EREMOTEIO);
+        return left_unregistered ? reason + "; " + clearing_of(id) : reason;
+    }
+    const std::string look = answers.status == exit_status::registry_unusable
+                                 ? "look with 'utmctl registry show' what it holds, then "
+                                 : "make the diagnostic log writable, then ";
+    return look + (left_unregistered ? clearing_of(id) : "run the command again");
 }
 
 // A daemon that does not know a profile refuses to delete it. Where none knows it, no deletion takes it out of the
@@ -62,7 +82,8 @@ std::string note_on_refusal(const profile_step& step, const profile_answers& ans
                             const profile_evidence& evidence)
 {
     const bool deletes = step.judge == judge_delete || step.judge == judge_flushed;
-    if (!deletes || !any_refused(answers))
+    const std::vector<failed_exchange> failures = all_failures(answers);
+    if (!deletes || std::none_of(failures.begin(), failures.end(), is_refusal))
         return "";
     if (left_unregistered)
         return "; a daemon that never had it refuses again";
@@ -117,7 +138,7 @@ outcome told(const profile_step& step, const profile_answers& answers, const pro
     told.problems.push_back({.status = answers.status,
                              .what = what_happened(step, answers) + state_of(answers, registered),
                              .culprits = culprits_of(answers),
-                             .next = next_step(answers, left_unregistered, evidence.id) +
+                             .next = next_step(step, answers, left_unregistered, evidence.id) +
                                      note_on_refusal(step, answers, left_unregistered, evidence)});
     return told;
 }

@@ -48,8 +48,18 @@ constexpr std::string_view readings[] = {
     "help",
 };
 
-constexpr std::string_view lookouts[] = {"complete", "describe", "doctor",  "explain", "help",
-                                         "log",      "status",   "version", "wait"};
+constexpr char looks[] = "only looks";
+constexpr char explains[] = "only explains";
+
+struct idle {
+    std::string_view words;
+    const char* deed;
+};
+
+constexpr idle idle_commands[] = {
+    {"complete", explains}, {"describe", explains}, {"doctor", looks},  {"explain", explains}, {"help", explains},
+    {"log", looks},         {"status", looks},      {"version", looks}, {"wait", looks},
+};
 
 struct unwatched {
     std::string_view words;
@@ -83,7 +93,9 @@ const char* hindrance_to_watch(const std::string& words)
     return is_reading(words) ? nullptr : "changes something";
 }
 
-bool only_looks(const std::string& words)
+const char* idle_deed(const std::string& words)
 {
-    return std::find(std::begin(lookouts), std::end(lookouts), words) != std::end(lookouts);
+    const auto* found = std::find_if(std::begin(idle_commands), std::end(idle_commands),
+                                     [&](const idle& one) { return words == one.words; });
+    return found != std::end(idle_commands) ? found->deed : nullptr;
 }

@@ -110,16 +110,19 @@ outcome release(const request& asked)
     return released;
 }
 
+constexpr char in_use[] = "the registry is in use since the gateway started";
+constexpr char nothing_to_clear[] = "the registry has been cleared already since the gateway started; nothing was done";
+
 // The library reports success when it could not lock the registry, and the marker keeps it from trying again.
 outcome initialise(const std::string& participle, double timeout, bool remove_marker)
 {
     const std::string what = "the registry was not " + participle;
     const std::string maybe = "the registry may have been " + participle;
-    read_registry(what, timeout);
+    const bool empty = is_empty(read_registry(what, timeout));
     if (remove_marker && unlink(UTM_ID_MARKER) != 0 && errno != ENOENT)
         throw failure(registry_problem(what, std::string("keeps its marker ") + UTM_ID_MARKER, errno));
     if (registry_was_cleared())
-        return {.result = {{"cleared", false}}, .confirmations = {"the registry is in use since the gateway started"}};
+        return {.result = {{"cleared", false}}, .confirmations = {empty ? nothing_to_clear : in_use}};
     const call_result call = call_in_worker(maybe, timeout, init_utm_id_shm);
     if (call.value != 0)
         throw failure(registry_problem(what, "cannot be cleared", call.error));

@@ -13,7 +13,7 @@ namespace {
 // A command that holds others leaves it to them whether they wait and are carried out.
 outcome carry_out(const command_line& line)
 {
-    const bool rehearsed = line.asked.dry_run && (!streams(line) || only_looks(line.asked.words));
+    const bool rehearsed = line.asked.dry_run && (!streams(line) || idle_deed(line.asked.words) != nullptr);
     if (streams(line) && !rehearsed)
         return line.what->run(line.asked);
     if (rehearsed)

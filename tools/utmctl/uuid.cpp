@@ -71,8 +71,14 @@ outcome clear(const request& asked)
     return {.result = {{"uuid", nullptr}}, .confirmations = {std::string(uuid) + " was cleared"}};
 }
 
+std::string check_uuid(const std::string& text)
+{
+    const std::string wrong = check_text<UTM_UUID_SIZE - 1>(text);
+    return text.empty() ? wrong + "; 'utmctl uuid clear' takes the UUID away" : wrong;
+}
+
 constexpr argument new_text[] = {
-    {"TEXT", occurs::once, check_text<UTM_UUID_SIZE - 1>, "the UUID, any text of up to 255 characters"},
+    {"TEXT", occurs::once, check_uuid, "the UUID, any text of up to 255 characters"},
 };
 
 constexpr command commands[] = {
