@@ -286,6 +286,27 @@ TEST(config_deed, a_daemon_that_is_stopped_is_continued)
                              number + " (test_utmctl) is stopped; continue it with 'kill -CONT " + number + "'\n"));
 }
 
+TEST(config_deed, a_daemon_that_is_stopped_does_not_hide_what_the_registry_may_hold)
+{
+    const stopped_daemon app(app_path);
+    const std::string number = std::to_string(app.process());
+    EXPECT_EQ(utmctl("--timeout 0.1 app create-policy 77").err,
+              "utmctl: application policy 77 may have been created: the application daemon "
+              "(/dev/utm_app_config_socket) did not answer within 0.1 s: process " +
+                  number + " (test_utmctl) is stopped; continue it with 'kill -CONT " + number +
+                  "'; 'utmctl registry show' tells what the registry holds, and --timeout sets a longer limit\n");
+}
+
+TEST(config_deed, a_daemon_that_is_stopped_is_named_when_the_library_gives_up)
+{
+    const stopped_daemon app(app_path);
+    const std::string number = std::to_string(app.process());
+    EXPECT_EQ(utmctl("app status"), refused(3, "the status of application control was not read: the application daemon "
+                                               "(/dev/utm_app_config_socket) did not answer in time: process " +
+                                                   number + " (test_utmctl) is stopped; continue it with 'kill -CONT " +
+                                                   number + "', then run the command again\n"));
+}
+
 TEST(config_deed, a_daemon_whose_socket_is_closed_to_a_user)
 {
     const sim::scripted_daemon app(app_path, answer(0));
@@ -293,7 +314,7 @@ TEST(config_deed, a_daemon_whose_socket_is_closed_to_a_user)
     const run_result closed =
         refused(4, "the status of application control was not read: the application daemon "
                    "(/dev/utm_app_config_socket) cannot be reached: Permission denied; run the command as root to "
-                   "reach the application daemon, then run the command again\n");
+                   "reach the application daemon\n");
     EXPECT_EQ(utmctl_of_another_user("app status").value_or(closed), closed);
 }
 

@@ -44,16 +44,16 @@ std::string description_of(const function_row& function)
     refuse_usage(asked.words + ": " + wrong, description_of(function) + " tells what it takes");
 }
 
-// A daemon that opens a file has a working folder of its own, so that a path is handed over from the root on.
+// A daemon that opens a file has a working folder of its own, so that a path is handed over from the root on, unless it
+// is said to be meant as it is.
 texts with_whole_paths(const function_row& function, texts given)
 {
-    constexpr std::string_view literally = operations::literal_text;
     for (size_t at = 0; at < std::min(given.size(), operations::most_parameters); ++at) {
-        const size_t begin = given[at].starts_with(literally) ? literally.size() : 0;
-        const std::string path = given[at].substr(begin);
-        const bool absent = path.empty() || given[at] == operations::null_word;
-        if (function.arguments[at].daemon_opens && !absent && path.front() != '/')
-            given[at].replace(begin, path.size(), path_of(path));
+        std::string& path = given[at];
+        const bool as_it_is = path.empty() || path == operations::null_word || path.front() == '/' ||
+                              path.starts_with(operations::literal_text);
+        if (function.arguments[at].daemon_opens && !as_it_is)
+            path = path_of(path);
     }
     return given;
 }

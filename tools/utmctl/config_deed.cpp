@@ -40,7 +40,8 @@ problem config_problem(const std::string& what, const config_daemon& daemon, int
 {
     problem why = exchange_problem(what, daemon, error);
     const std::vector<failed_exchange> logged = failed_exchanges(log);
-    if (!logged.empty() && logged.back().status == why.status)
+    // The log tells no more of one that did not answer, nor that it is stopped.
+    if (!logged.empty() && logged.back().status == why.status && why.status != exit_status::no_answer)
         why.culprits.front().cause = logged.back().cause;
     return why;
 }

@@ -48,15 +48,23 @@ void blame_holder(problem& overdue, const lock& one, int holder, const awaited& 
         overdue.what = whom.without_lock;
 }
 
-// One that is stopped keeps the call for sure.
-bool blame_stopped(problem& overdue, const std::vector<service>& daemons, const std::string& within)
+// What the call may have left.
+std::string look_after(const awaited& whom)
 {
-    for (const service& one : daemons) {
+    if (!whom.advice.empty())
+        return "; " + whom.advice;
+    return whom.registry_lock ? std::string("; ") + look_at_registry : "";
+}
+
+// One that is stopped keeps the call for sure.
+bool blame_stopped(problem& overdue, const awaited& whom, const std::string& within)
+{
+    for (const service& one : whom.daemons) {
         const int process = stopped_process_of(one);
         if (process == 0)
             continue;
         overdue.culprits = {{name_of(one), one.socket, "did not answer " + within + told_of_process(process)}};
-        overdue.next = continuing(process);
+        overdue.next = continuing(process) + look_after(whom);
         return true;
     }
     return false;
@@ -92,7 +100,7 @@ problem overdue_call(const std::string& what, const std::string& within, const a
         blame_holder(overdue, *lock, seen->process, whom, within);
         return overdue;
     }
-    if (blame_stopped(overdue, whom.daemons, within))
+    if (blame_stopped(overdue, whom, within))
         return overdue;
     overdue.culprits = {whom.daemons.empty()
                             ? culprit{"the library", "", "has not come back " + within + ", and the call was ended"}

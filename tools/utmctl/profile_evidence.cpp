@@ -1,5 +1,6 @@
 #include "tools/utmctl/profile_evidence.h"
 
+#include "tools/utmctl/probe.h"
 #include "tools/utmctl/registry_view.h"
 
 #include <algorithm>
@@ -13,6 +14,8 @@ using targets = std::vector<size_t>;
 void place(profile_answers& answers, size_t target, failed_exchange failure)
 {
     answers.given[target] = answer::failed;
+    if (failure.status == exit_status::no_answer)
+        failure.cause += told_of_process(stopped_process_of(config_daemons[target]));
     answers.failures[target] = std::move(failure);
 }
 

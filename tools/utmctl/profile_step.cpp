@@ -12,7 +12,16 @@ namespace {
 
 constexpr char logs_tell[] = "the daemons' own logs tell the reason";
 
-// None where it is not known which one it was.
+// Where it is not known which one it was: those that are stopped, if it is about an answer that did not come.
+std::vector<service> stopped_daemons(int error)
+{
+    std::vector<service> daemons;
+    if (error == ETIMEDOUT)
+        std::copy_if(config_daemons.begin(), config_daemons.end(), std::back_inserter(daemons),
+                     [](const service& one) { return stopped_process_of(one) != 0; });
+    return daemons;
+}
+
 std::vector<service> daemons_that_failed_with(int error, const profile_answers& answers)
 {
     std::vector<service> daemons;
@@ -21,7 +30,7 @@ std::vector<service> daemons_that_failed_with(int error, const profile_answers& 
         if (one.status != exit_status::done && one.error == error)
             daemons.push_back(config_daemons[target]);
     }
-    return daemons;
+    return daemons.empty() ? stopped_daemons(error) : daemons;
 }
 
 // Those that are known to belong to one daemon first.

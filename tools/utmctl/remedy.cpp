@@ -90,7 +90,9 @@ std::string remedy_for(const std::vector<service>& daemons, int error)
 
 std::string next_after(const std::vector<service>& daemons, int error)
 {
-    return only_daemon_knows(error) ? log_tells : next_after(daemons, error, "run the command again");
+    if (only_daemon_knows(error))
+        return log_tells;
+    return error == EACCES ? remedy_for(daemons, error) : next_after(daemons, error, "run the command again");
 }
 
 std::string next_after(const std::vector<service>& daemons, int error, const std::string& step)
