@@ -2,10 +2,9 @@
 
 #include "kqutm/registry.h"
 
-#include <csignal>
+#include "tests/utmctl/stopped_process.h"
+
 #include <string>
-#include <sys/wait.h>
-#include <unistd.h>
 
 inline void take_registry_lock()
 {
@@ -18,42 +17,28 @@ inline void take_uuid_lock()
 }
 
 // Holds a lock until it goes, in a process of its own, which is stopped.
-class stopped_lock_holder {
+class stopped_lock_holder : public stopped_process {
 public:
-    explicit stopped_lock_holder(void (*take_lock)() = take_registry_lock) : process_(fork())
+    explicit stopped_lock_holder(void (*take_lock)() = take_registry_lock)
+        : stopped_process([take_lock] {
+              take_lock();
+              raise(SIGSTOP);
+              for (;;)
+                  pause();
+          })
     {
-        if (process_ == 0) {
-            take_lock();
-            raise(SIGSTOP);
-            for (;;)
-                pause();
-        }
-        int status;
-        waitpid(process_, &status, WUNTRACED);
     }
-    stopped_lock_holder(const stopped_lock_holder&) = delete;
-    stopped_lock_holder& operator=(const stopped_lock_holder&) = delete;
-    ~stopped_lock_holder()
-    {
-        kill(process_, SIGKILL);
-        waitpid(process_, nullptr, 0);
-    }
-
-    pid_t process() const { return process_; }
 
     // From now on it only sleeps.
-    void go_on() const { kill(process_, SIGCONT); }
+    void go_on() const { kill(process(), SIGCONT); }
 
     // What utmctl says when it does not get the lock in so many seconds.
     std::string told_within(const std::string& seconds) const { return told_of("the registry lock", seconds); }
     std::string told_of(const std::string& lock, const std::string& seconds) const
     {
-        const std::string number = std::to_string(process_);
+        const std::string number = std::to_string(process());
         return lock + " was not given within " + seconds + " s: process " + number +
                " (test_utmctl) is stopped and holds it; continue it with 'kill -CONT " + number +
                "', or end it, then run the command again\n";
     }
-
-private:
-    pid_t process_;
 };
