@@ -114,8 +114,7 @@ constexpr function_row functions[] = {
       "where the text goes, always with its zero byte; null: nothing is run",
       "bytes of the buffer; up to 128 take the first line alone, and no more than 127 characters of it; more take line "
       "after line, a longer one in pieces of 127 characters, and the one read when fewer than 128 bytes are left is "
-      "the "
-      "last, cut where the buffer ends; below 1: nothing is run",
+      "the last, cut where the buffer ends; below 1: nothing is run",
       "not 0: one newline at the end is removed"},
      {"shell: the command"},
      "until the command ends",

@@ -49,10 +49,8 @@ inline constexpr meaning uuid_causes[] = {
     {"other", "of the system call that failed"},
 };
 
-inline constexpr meaning lookup_causes[] = {
-    {"ENOENT", "the identifier is not registered, or the library's installed file is missing"},
-    {"other", "of the system call that failed"},
-};
+inline constexpr auto lookup_causes =
+    with_meaning(key_causes, "ENOENT", "the identifier is not registered, or the library's installed file is missing");
 
 inline constexpr meaning reservation_causes[] = {
     {"EEXIST", "the identifier is taken"},
