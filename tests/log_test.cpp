@@ -151,6 +151,36 @@ TEST(log, rotated_file_gets_no_third_generation)
     EXPECT_EQ(std::distance(files, std::filesystem::directory_iterator()), 2);
 }
 
+TEST(log, second_of_two_that_rotate_at_once_moves_the_fresh_file)
+{
+    make_sparse_file(log_file, threshold + 1);
+    wrap::plan plan;
+    plan.before("system", 1, [] { utm_log(log_file, "of the first\n"); });
+    utm_log(log_file, "of the second\n");
+    EXPECT_EQ(content_of(older_file), "of the first\n");
+    EXPECT_EQ(content_of(log_file), "of the second\n");
+}
+
+TEST(log, message_is_lost_when_another_moves_the_file_before_its_status_is_read)
+{
+    make_sparse_file(log_file, threshold + 1);
+    wrap::plan plan;
+    plan.before("stat", 1, [] { std::filesystem::rename(log_file, older_file); });
+    utm_log(log_file, "lost\n");
+    EXPECT_FALSE(exists(log_file));
+    EXPECT_EQ(std::filesystem::file_size(older_file), static_cast<uintmax_t>(threshold) + 1);
+}
+
+TEST(log, message_follows_a_file_that_another_moves_before_it_is_written)
+{
+    utm_log(log_file, "one\n");
+    wrap::plan plan;
+    plan.before("write", 1, [] { std::filesystem::rename(log_file, older_file); });
+    utm_log(log_file, "two\n");
+    EXPECT_FALSE(exists(log_file));
+    EXPECT_EQ(content_of(older_file), "one\ntwo\n");
+}
+
 TEST(log, commands_are_cut_at_their_buffer)
 {
     const std::string path = "/tmp/utm_log/" + std::string(600, 'a');
