@@ -4,11 +4,14 @@
 #include "kqutm/registry.h"
 
 #include "tests/sandbox/files.h"
+#include "tests/sandbox/lines.h"
 #include "tests/sandbox/printed.h"
 #include "tests/sandbox/registry.h"
+#include "tests/sandbox/shared.h"
 #include "tests/wrap/wrap.h"
 
 #include <algorithm>
+#include <array>
 #include <csignal>
 #include <fcntl.h>
 #include <filesystem>
@@ -16,8 +19,6 @@
 #include <gtest/gtest.h>
 #include <regex>
 #include <set>
-#include <sstream>
-#include <sys/mman.h>
 #include <sys/sem.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -61,37 +62,25 @@ void await_wait_for_the_registry()
 }
 
 // Numbers that processes share.
-class shared_numbers {
-public:
-    explicit shared_numbers(size_t count)
-        : count_(count), numbers_(static_cast<int*>(mmap(nullptr, count * sizeof(int), PROT_READ | PROT_WRITE,
-                                                         MAP_SHARED | MAP_ANONYMOUS, -1, 0)))
-    {
-    }
-    shared_numbers(const shared_numbers&) = delete;
-    shared_numbers& operator=(const shared_numbers&) = delete;
-    ~shared_numbers() { munmap(numbers_, count_ * sizeof(int)); }
+template <size_t count> using shared_numbers = shared<std::array<int, count>>;
 
-    int& operator[](size_t i) const { return numbers_[i]; }
-    std::multiset<int> all() const { return {numbers_, numbers_ + count_}; }
-
-private:
-    size_t count_;
-    int* numbers_;
-};
+template <size_t count> std::multiset<int> all_of(const shared_numbers<count>& numbers)
+{
+    return {numbers->begin(), numbers->end()};
+}
 
 TEST(processes, each_requested_id_is_handed_out_once)
 {
     constexpr int ids = 200;
     ASSERT_EQ(init_utm_id_shm(), 0);
-    shared_numbers granted(process_count * ids);
+    const shared_numbers<process_count * ids> granted;
     in_processes([&](int number) {
         for (int id = 1; id <= ids; id++) {
             if (get_unique_id(static_cast<uint32_t>(id), UTM_ID_USER_PROFILE) == id)
-                granted[static_cast<size_t>(number * ids + id - 1)] = id;
+                granted->at(static_cast<size_t>(number * ids + id - 1)) = id;
         }
     });
-    const std::multiset<int> all = granted.all();
+    const std::multiset<int> all = all_of(granted);
     for (int id = 1; id <= ids; id++)
         EXPECT_EQ(all.count(id), 1U) << id;
     const slots table = all_slots();
@@ -103,9 +92,9 @@ TEST(processes, each_requested_id_is_handed_out_once)
 TEST(processes, no_chosen_id_is_handed_out_twice)
 {
     ASSERT_EQ(init_utm_id_shm(), 0);
-    shared_numbers chosen(process_count);
-    in_processes([&](int number) { chosen[static_cast<size_t>(number)] = get_unique_id(0, UTM_ID_USER_PROFILE); });
-    const std::multiset<int> all = chosen.all();
+    const shared_numbers<process_count> chosen;
+    in_processes([&](int number) { chosen->at(static_cast<size_t>(number)) = get_unique_id(0, UTM_ID_USER_PROFILE); });
+    const std::multiset<int> all = all_of(chosen);
     EXPECT_GT(*all.begin(), 0);
     EXPECT_EQ(std::set<int>(all.begin(), all.end()).size(), static_cast<size_t>(process_count));
 }
@@ -157,30 +146,26 @@ TEST(processes, one_that_is_stopped_within_an_operation_makes_the_others_wait)
 TEST(processes, all_see_a_clear_registry_after_boot)
 {
     set_slots({{profiles, 5}, {cf_bindings + 9, 6}, {app_policies + 255, 7}});
-    shared_numbers results(process_count);
-    in_processes([&](int number) { results[static_cast<size_t>(number)] = init_utm_id_shm(); });
-    EXPECT_EQ(results.all().count(0), static_cast<size_t>(process_count));
+    const shared_numbers<process_count> results;
+    in_processes([&](int number) { results->at(static_cast<size_t>(number)) = init_utm_id_shm(); });
+    EXPECT_EQ(all_of(results).count(0), static_cast<size_t>(process_count));
     EXPECT_EQ(all_slots(), slots(1280, 0));
     EXPECT_EQ(semaphore_value(), 1);
 }
 
 TEST(processes, lines_of_several_writers_stay_whole)
 {
-    constexpr int lines = 100;
+    constexpr int count = 100;
     in_processes([](int number) {
-        for (int line = 0; line < lines; line++)
+        for (int line = 0; line < count; line++)
             utm_log(UTM_APPCF_LOG, "[writer_%d]line %d of some length\n", number, line);
     });
-    std::multiset<std::string> expected;
+    unordered_lines expected;
     for (int number = 0; number < process_count; number++) {
-        for (int line = 0; line < lines; line++)
+        for (int line = 0; line < count; line++)
             expected.insert("[writer_" + std::to_string(number) + "]line " + std::to_string(line) + " of some length");
     }
-    std::istringstream log(appcf_log());
-    std::multiset<std::string> written;
-    for (std::string line; std::getline(log, line);)
-        written.insert(line);
-    EXPECT_EQ(written, expected);
+    EXPECT_EQ(lines_of(appcf_log()), expected);
 }
 
 // Whoever finds the old file too large moves what is there by then, be it the old file or a fresh one; so a line may go
