@@ -54,9 +54,9 @@ TEST(log, steps_of_a_message_to_an_existing_file)
     wrap::plan plan;
     utm_log(log_file, "two\n");
     const std::string flags = std::to_string(O_RDWR | O_CREAT | O_APPEND | O_CLOEXEC);
-    EXPECT_EQ(plan.calls(),
-              (std::vector<std::string>{"access(/tmp/utm_log/utm_libips_log, 0)", "stat(/tmp/utm_log/utm_libips_log)",
-                                        "open(/tmp/utm_log/utm_libips_log, " + flags + ", 438)", "write(4)"}));
+    EXPECT_EQ(plan.calls(), (std::vector<std::string>{
+                                "access(/tmp/utm_log/utm_libips_log, 0)", "stat(/tmp/utm_log/utm_libips_log)",
+                                "open(/tmp/utm_log/utm_libips_log, " + flags + ", 438)", "write(4)", "close()"}));
     EXPECT_EQ(content_of(log_file), "one\ntwo\n");
 }
 

@@ -120,6 +120,16 @@ TEST(sigpipe_guard, signal_that_was_pending_stays_pending)
     EXPECT_TRUE(is_pending());
 }
 
+TEST(sigpipe_guard, signal_that_cannot_be_looked_for_counts_as_not_pending)
+{
+    caller caller(SIG_DFL, true);
+    raise(SIGPIPE);
+    wrap::plan plan;
+    plan.fail("sigpending", 1, EFAULT);
+    write_to_nobody();
+    EXPECT_FALSE(is_pending());
+}
+
 TEST(sigpipe_guard, caller_that_ignores_it_keeps_ignoring_it)
 {
     caller caller(SIG_IGN);

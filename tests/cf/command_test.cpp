@@ -81,9 +81,10 @@ TEST(command, steps_are_in_order)
         if (!call.starts_with("system("))
             others.push_back(call);
     }
-    EXPECT_EQ(others, (calls{"access(/var/run/contfltd.cmd, 0)", "fopen(/var/run/contfltd.pid, re)",
-                             "open(/var/run/contfltd.cmd, " + std::to_string(O_WRONLY | O_CREAT | O_CLOEXEC) + ", 420)",
-                             "flock(2)", "fdopen(w)", "kill(4711, 1)"}));
+    EXPECT_EQ(others,
+              (calls{"access(/var/run/contfltd.cmd, 0)", "fopen(/var/run/contfltd.pid, re)", "fscanf(%ld)", "fclose()",
+                     "open(/var/run/contfltd.cmd, " + std::to_string(O_WRONLY | O_CREAT | O_CLOEXEC) + ", 420)",
+                     "flock(2)", "fdopen(w)", "fprintf(%d\n)", "fclose()", "kill(4711, 1)"}));
 }
 
 TEST(command, signal_reaches_the_daemon_after_the_command_is_written)

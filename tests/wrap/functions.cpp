@@ -4,6 +4,7 @@
 #include "tests/wrap/intercept.h"
 
 #include <csignal>
+#include <cstdarg>
 #include <cstddef>
 #include <cstdio>
 #include <ctime>
@@ -17,6 +18,7 @@
 #include <unistd.h>
 
 using wrap::intercept;
+using wrap::intercept_release;
 
 namespace {
 
@@ -192,6 +194,78 @@ FILE* __wrap_fdopen(int fd, const char* mode)
         "fdopen", no_stream, [=] { return __real_fdopen(fd, mode); }, mode);
 }
 
+int __real_fclose(FILE* stream);
+int __wrap_fclose(FILE* stream)
+{
+    return intercept_release("fclose", EOF, [=] { return __real_fclose(stream); });
+}
+
+int __real_pclose(FILE* stream);
+int __wrap_pclose(FILE* stream)
+{
+    return intercept_release("pclose", -1, [=] { return __real_pclose(stream); });
+}
+
+int __real_close(int fd);
+int __wrap_close(int fd)
+{
+    return intercept_release("close", -1, [=] { return __real_close(fd); });
+}
+
+char* __real_fgets(char* line, int size, FILE* stream);
+char* __wrap_fgets(char* line, int size, FILE* stream)
+{
+    char* const nothing = nullptr;
+    return intercept(
+        "fgets", nothing, [=] { return __real_fgets(line, size, stream); }, size);
+}
+
+int __real_fputs(const char* text, FILE* stream);
+int __wrap_fputs(const char* text, FILE* stream)
+{
+    return intercept(
+        "fputs", EOF, [=] { return __real_fputs(text, stream); }, text);
+}
+
+// What prints and scans has another name where the compiler guards it or reads by a newer standard.
+#define PRINTED_OR_SCANNED(name, values_of, ...)                                                                       \
+    va_list values;                                                                                                    \
+    va_start(values, format);                                                                                          \
+    const int result = intercept(                                                                                      \
+        name, -1, [&] { return values_of(__VA_ARGS__, format, values); }, format);                                     \
+    va_end(values);                                                                                                    \
+    return result
+
+int __wrap_printf(const char* format, ...)
+{
+    PRINTED_OR_SCANNED("printf", vfprintf, stdout);
+}
+
+int __wrap___printf_chk(int, const char* format, ...)
+{
+    PRINTED_OR_SCANNED("printf", vfprintf, stdout);
+}
+
+int __wrap_fprintf(FILE* stream, const char* format, ...)
+{
+    PRINTED_OR_SCANNED("fprintf", vfprintf, stream);
+}
+
+int __wrap___fprintf_chk(FILE* stream, int, const char* format, ...)
+{
+    PRINTED_OR_SCANNED("fprintf", vfprintf, stream);
+}
+
+int __wrap_fscanf(FILE* stream, const char* format, ...)
+{
+    PRINTED_OR_SCANNED("fscanf", vfscanf, stream);
+}
+
+int __wrap___isoc99_fscanf(FILE* stream, const char* format, ...)
+{
+    PRINTED_OR_SCANNED("fscanf", vfscanf, stream);
+}
+
 int __real_flock(int fd, int operation);
 int __wrap_flock(int fd, int operation)
 {
@@ -293,6 +367,12 @@ int __wrap_pthread_sigmask(int how, const sigset_t* set, sigset_t* old)
 {
     return intercept(
         "pthread_sigmask", EINVAL, [=] { return __real_pthread_sigmask(how, set, old); }, how);
+}
+
+int __real_sigpending(sigset_t* set);
+int __wrap_sigpending(sigset_t* set)
+{
+    return intercept("sigpending", -1, [=] { return __real_sigpending(set); });
 }
 
 int __real_sigtimedwait(const sigset_t* set, siginfo_t* signal, const timespec* limit);

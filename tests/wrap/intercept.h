@@ -43,4 +43,11 @@ Result intercept(const char* function, Result failure, Call call, const Shown&..
     return (Result)instead->result; // a number or an address
 }
 
+// The same for a call that releases: it does so even where it fails.
+template <class Call, class Result> Result intercept_release(const char* function, Result failure, Call call)
+{
+    const Result released = call();
+    return intercept(function, failure, [=] { return released; });
+}
+
 } // namespace wrap
