@@ -1,13 +1,13 @@
 #!/usr/bin/env bash
-# What these pages show as typed at a terminal is true: the commands, in their order, print what stands below them. Such
-# blocks start with "$ ". utmctl's manual is on the gateway of a home, each of the others in a copy of the examples.
-# Usage: transcript.sh BUILD-FOLDER PAGE..., from the root of the sources.
+# What these pages show as typed at a terminal is true: the commands, in their order, print what stands below them. Those of
+# utmctl's manual are typed on the gateway of a home, those of its document on one without a scenario, all others in a copy
+# of the examples. Usage: transcript.sh BUILD-FOLDER PAGE..., from the root of the sources.
 set -euo pipefail
 export PATH=$1:$PATH CPATH=$PWD/include LIBRARY_PATH=$1
 place=$(mktemp -d "$1/transcript.XXXXXX")
 trap 'rm -rf "$place"' EXIT
 
-shown() { awk '/^```$/ { inside = 0 } was_fence && /^\$ / { inside = 1 } inside { print } { was_fence = /^```$/ }' "$1"; }
+shown() { tests/check/shown tests/check/not_run "$1" | sed -n 's/^typed //p'; }
 typed() { sed -n 's/^[$>] //p'; }
 
 # holds PAGE COMMAND...: where COMMAND runs a shell, which prints each line before it runs it.
@@ -17,8 +17,10 @@ holds() {
 }
 
 for page in "${@:2}"; do
+    [[ -n $(shown "$page") ]] || continue
     case $page in
     */utmctl.1.scd) holds "$page" utm-gateway run --scenario examples/home.json -- ;;
+    */utmctl.md) holds "$page" utm-gateway run -- env -C /tmp ;;
     *)
         cp -r examples "$place/$(basename "$page")"
         holds "$page" env -C "$place/$(basename "$page")"

@@ -1,4 +1,3 @@
-#include "tests/sandbox/config_daemons.h"
 #include "tests/sandbox/files.h"
 #include "tests/utmctl/run.h"
 
@@ -8,35 +7,6 @@
 #include <sstream>
 
 namespace {
-
-struct example {
-    std::string line;
-    std::string out;
-};
-
-// The page shows examples as indented lines: the command behind "$ utmctl ", and what it prints.
-std::vector<example> examples_of(const std::string& page)
-{
-    const std::string prompt = "    $ utmctl ";
-    std::vector<example> examples;
-    std::istringstream stream(page);
-    for (std::string line; std::getline(stream, line);) {
-        if (line.starts_with(prompt))
-            examples.push_back({line.substr(prompt.size()), ""});
-        else if (line.starts_with("    "))
-            examples.back().out += line.substr(4) + "\n";
-    }
-    return examples;
-}
-
-TEST(page, its_examples_are_true)
-{
-    const config_daemons daemons;
-    const std::vector<example> examples = examples_of(content_of(KQUTM_UTMCTL_PAGE));
-    ASSERT_EQ(examples.size(), 12U);
-    for (const example& one : examples)
-        EXPECT_EQ(utmctl(one.line), (run_result{0, one.out, ""})) << one.line;
-}
 
 bool has(const std::string& page, const std::ostringstream& text)
 {
