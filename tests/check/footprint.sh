@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # The library is small, quick to load, and frugal with its caller's stack. Usage: footprint.sh LIBRARY, for x86-64 or
-# 64-bit Arm. Prints each figure with its limit, if it has one.
+# 64-bit Arm. Prints each figure with its limit, if it has one; what the library needs is libc, and on 64-bit Arm its loader.
 set -euo pipefail
 
 library=$1
@@ -9,8 +9,8 @@ sections=$(readelf -SW "$library")
 relocations=$(readelf -rW "$library" | grep ' R_')
 machine=$(readelf -hW "$library" | sed -n 's/^ *Machine: *//p')
 case $machine in
-AArch64) most_code=64 objdump=aarch64-linux-gnu-objdump ;;
-*) most_code=60 objdump=objdump ;;
+AArch64) most_code=64 may_need='libc.so.6 ld-linux-aarch64.so.1' objdump=aarch64-linux-gnu-objdump ;;
+*) most_code=60 may_need=libc.so.6 objdump=objdump ;;
 esac
 
 # at_most WHAT LIMIT ACTUAL
@@ -29,6 +29,14 @@ bytes_of() {
     echo "$total"
 }
 
+# bytes_in_memory: of all that the loader maps
+bytes_in_memory() {
+    local size total=0
+    while read -r size; do total=$((total + size)); done < <(readelf -lW "$library" | awk '$1 == "LOAD" { print $6 }')
+    echo "$total"
+}
+
+at_most "bytes in memory" $((96 * 1024)) "$(bytes_in_memory)"
 at_most "bytes of code" $((most_code * 1024)) "$(bytes_of '\.text')"
 printf 'bytes of constants: %d\n' "$(bytes_of '\.rodata' '\.data\.rel\.ro')"
 printf 'bytes for unwinding: %d\n' "$(bytes_of '\.eh_frame' '\.eh_frame_hdr')"
@@ -36,7 +44,9 @@ printf 'bytes of names: %d\n' "$(bytes_of '\.dynsym' '\.dynstr' '\.gnu\.hash' '\
 at_most "bytes of state" 64 "$(bytes_of '\.bss')"
 at_most "relocations" 160 "$(wc -l <<<"$relocations")"
 at_most "relative relocations" 24 "$(grep -c '_RELATIV' <<<"$relocations")"
-printf 'needed libraries: %s\n' "$(readelf -dW "$library" | sed -n 's/.*(NEEDED).*\[\(.*\)\]/\1/p' | paste -sd ' ')"
+needed=$(readelf -dW "$library" | sed -n 's/.*(NEEDED).*\[\(.*\)\]/\1/p' | paste -sd ' ')
+printf 'needed libraries: %s\n' "$needed"
+[[ $needed == "$may_need" ]] || failed=1
 
 # The deepest stack of any chain of calls inside the library: what each function pushes and reserves, and a return
 # address for each where the processor puts it there. A call through a pointer counts as the deepest function that makes
