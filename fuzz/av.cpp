@@ -6,14 +6,6 @@ namespace {
 
 constexpr size_t status_at = 92;
 
-size_t count_entries(const std::vector<fuzz::piece>& sent)
-{
-    size_t count = 0;
-    while (count < sent.size() && sent[count].whole && fuzz::value_at(sent[count].data, status_at) != -1)
-        count++;
-    return count;
-}
-
 void check_list(utm_av_entry* list, const fuzz::machine& machine)
 {
     fuzz::require(list != nullptr, "a list is returned as far as it came");
@@ -22,15 +14,8 @@ void check_list(utm_av_entry* list, const fuzz::machine& machine)
         fuzz::require(memchr(entry->cache_value, 0, sizeof entry->cache_value + sizeof entry->unused_97) != nullptr,
                       "a value ends");
     }
-    fuzz::require(fuzz::count_and_free(list) == count_entries(machine.sent()),
+    fuzz::require(fuzz::count_and_free(list) == fuzz::records_before(machine.sent(), status_at, -1),
                   "an entry for each record that carries one");
-}
-
-void check_result(int32_t result, const fuzz::machine& machine)
-{
-    const bool whole = !machine.sent().empty() && machine.sent().front().whole;
-    fuzz::require(result == (whole ? fuzz::value_at(machine.sent().front().data, status_at) : -1),
-                  "the result is that of a whole record");
 }
 
 } // namespace
@@ -42,9 +27,9 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     fuzz::machine machine(input);
     utm_av_status status;
     if (chosen == 0)
-        check_result(utm_av_reset(), machine);
+        fuzz::require_result(utm_av_reset(), machine, status_at);
     else if (chosen == 1)
-        check_result(utm_av_show_status(&status), machine);
+        fuzz::require_result(utm_av_show_status(&status), machine, status_at);
     else
         check_list(chosen == 2 ? utm_av_show_whitelist() : utm_av_show_cache(), machine);
     return 0;

@@ -11,12 +11,12 @@ void check_timestamp(const fuzz::machine& machine)
 {
     errno = EIO;
     const uint64_t timestamp = utm_devid_get_latest_timestamp();
-    const bool whole = !machine.sent().empty() && machine.sent().front().whole;
+    const fuzz::bytes* const answer = machine.first_whole();
     uint64_t expected = 0;
-    if (whole)
-        memcpy(&expected, machine.sent().front().data.data() + timestamp_at, sizeof expected);
+    if (answer != nullptr)
+        memcpy(&expected, answer->data() + timestamp_at, sizeof expected);
     fuzz::require(timestamp == expected, "the timestamp is that of a whole record");
-    fuzz::require((errno == 0) == whole, "errno tells a timestamp of 0 from none");
+    fuzz::require((errno == 0) == (answer != nullptr), "errno tells a timestamp of 0 from none");
 }
 
 int32_t get_status()
@@ -34,13 +34,9 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     fuzz::input input(data, size);
     const size_t chosen = input.byte() % (std::size(operations) + 1);
     fuzz::machine machine(input);
-    if (chosen == std::size(operations)) {
+    if (chosen == std::size(operations))
         check_timestamp(machine);
-        return 0;
-    }
-    const int32_t result = operations[chosen]();
-    const bool whole = !machine.sent().empty() && machine.sent().front().whole;
-    fuzz::require(result == (whole ? fuzz::value_at(machine.sent().front().data, result_at) : -1),
-                  "the result is that of a whole record");
+    else
+        fuzz::require_result(operations[chosen](), machine, result_at);
     return 0;
 }

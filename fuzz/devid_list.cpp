@@ -6,14 +6,12 @@
 
 namespace {
 
+constexpr size_t result_at = 384;
 constexpr uint8_t wanted[] = {192, 168, 1, 5};
 
 size_t count_devices(const std::vector<fuzz::piece>& sent)
 {
-    size_t count = 0;
-    while (count < sent.size() && sent[count].whole && fuzz::value_at(sent[count].data, 384) != -1)
-        count++;
-    return count;
+    return fuzz::records_before(sent, result_at, -1);
 }
 
 // As the kernel tells it, and no byte longer: an IPv4 or IPv6 address, one of another family, or none.
@@ -82,7 +80,7 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     machine.put_addresses(addresses);
     utm_device* const list = by_ip ? utm_devid_get_device_list_by_ip("192.168.1.5") : utm_devid_get_device_list();
     const std::vector<fuzz::piece>& sent = machine.sent();
-    const bool empty = fuzz::leading_records(sent, 384, -1) != 0;
+    const bool empty = fuzz::leading_records(sent, result_at, -1) != 0;
     const bool gateway = by_ip && empty && std::any_of(addresses.begin(), addresses.end(), is_wanted);
     fuzz::require((list != nullptr) == (gateway || count_devices(sent) != 0), "an empty list is null");
     if (gateway)

@@ -36,16 +36,6 @@ FILE* stream_of(const fuzz::bytes& content)
     return stream;
 }
 
-// Runs body outside the library.
-template <class Body> auto outside(Body body)
-{
-    fuzz::machine* const machine = current;
-    current = nullptr;
-    auto result = body(machine);
-    current = machine;
-    return result;
-}
-
 } // namespace
 
 extern "C" {
@@ -131,12 +121,12 @@ FILE* __wrap_fopen(const char* path, const char* mode)
 {
     if (current == nullptr)
         return __real_fopen(path, mode);
-    return outside([=](fuzz::machine* machine) {
-        const fuzz::bytes* content = machine->find_file(path);
-        if (content != nullptr)
-            machine->note_opened();
-        return content == nullptr ? nullptr : stream_of(*content);
-    });
+    const fuzz::outside machine;
+    const fuzz::bytes* content = machine->find_file(path);
+    if (content == nullptr)
+        return nullptr;
+    machine->note_opened();
+    return stream_of(*content);
 }
 
 // A descriptor that becomes a stream is closed with it.
@@ -152,11 +142,10 @@ FILE* __wrap_popen(const char* command, const char* mode)
 {
     if (current == nullptr)
         return __real_popen(command, mode);
-    return outside([=](fuzz::machine* machine) {
-        machine->note_command(command);
-        machine->note_opened();
-        return stream_of(machine->output());
-    });
+    const fuzz::outside machine;
+    machine->note_command(command);
+    machine->note_opened();
+    return stream_of(machine->output());
 }
 
 int __real_fclose(FILE* stream);

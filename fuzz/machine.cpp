@@ -44,23 +44,19 @@ enum ending : uint8_t {
 constexpr uint8_t endings = 8;
 constexpr int errors[] = {EAGAIN, ECONNRESET, EINTR, EIO};
 
-// While it lives, the machine's own blocks are not noted.
-class paused {
-public:
-    paused() : machine_(current) { current = nullptr; }
-    paused(const paused&) = delete;
-    paused& operator=(const paused&) = delete;
-    ~paused() { current = machine_; }
-
-private:
-    machine* machine_;
-};
+// How many leading pieces are whole records of which this holds.
+template <class Holds> size_t leading(const std::vector<piece>& pieces, Holds holds)
+{
+    const auto other = std::find_if(pieces.begin(), pieces.end(),
+                                    [&](const piece& piece) { return !piece.whole || !holds(piece.data); });
+    return static_cast<size_t>(other - pieces.begin());
+}
 
 } // namespace
 
 long machine::receive(void* data, size_t size)
 {
-    const paused own;
+    const outside own;
     if (daemon_.empty())
         return 0;
     const uint8_t how = daemon_.byte() % endings;
@@ -76,9 +72,14 @@ long machine::receive(void* data, size_t size)
     return static_cast<long>(brought.size());
 }
 
+const bytes* machine::first_whole() const
+{
+    return sent_.empty() || !sent_.front().whole ? nullptr : &sent_.front().data;
+}
+
 long machine::take_request(const void* data, size_t size)
 {
-    const paused own;
+    const outside own;
     const auto* first = static_cast<const uint8_t*>(data);
     requests_.emplace_back(first, first + size);
     return static_cast<long>(size);
@@ -95,7 +96,7 @@ const bytes* machine::find_file(const std::string& path) const
 
 void machine::put_addresses(std::vector<bytes> addresses)
 {
-    const paused own;
+    const outside own;
     addresses_ = std::move(addresses);
     interfaces_.assign(addresses_.size(), {});
     for (size_t i = 0; i < addresses_.size(); i++) {
@@ -108,13 +109,13 @@ void machine::put_addresses(std::vector<bytes> addresses)
 
 void machine::note_command(const char* command)
 {
-    const paused own;
+    const outside own;
     command_ = command;
 }
 
 void machine::note_block(void* block)
 {
-    const paused own;
+    const outside own;
     blocks_.push_back(block);
 }
 
@@ -127,7 +128,7 @@ void machine::forget_block(void* block)
 
 void machine::free_abandoned()
 {
-    const paused own;
+    const outside own;
     for (void* block : blocks_)
         free(block);
     blocks_.clear();
@@ -150,10 +151,12 @@ int32_t value_at(const bytes& record, size_t offset)
 
 size_t leading_records(const std::vector<piece>& pieces, size_t offset, int32_t value)
 {
-    const auto other = std::find_if(pieces.begin(), pieces.end(), [=](const piece& piece) {
-        return !piece.whole || value_at(piece.data, offset) != value;
-    });
-    return static_cast<size_t>(other - pieces.begin());
+    return leading(pieces, [=](const bytes& record) { return value_at(record, offset) == value; });
+}
+
+size_t records_before(const std::vector<piece>& pieces, size_t offset, int32_t value)
+{
+    return leading(pieces, [=](const bytes& record) { return value_at(record, offset) != value; });
 }
 
 } // namespace fuzz

@@ -45,6 +45,7 @@ public:
 
     // What the daemon sent, piece by piece, and what it was sent.
     const std::vector<piece>& sent() const { return sent_; }
+    const bytes* first_whole() const; // the first piece, where it is a whole record
     const std::vector<bytes>& requests() const { return requests_; }
 
     void put_file(const std::string& path, const bytes& content) { files_.push_back({path, content}); }
@@ -104,6 +105,9 @@ void require(bool holds, const char* what);
 
 // The leading pieces that are whole records with this 32-bit value at an offset.
 size_t leading_records(const std::vector<piece>& pieces, size_t offset, int32_t value);
+
+// The leading pieces that are whole records with any other.
+size_t records_before(const std::vector<piece>& pieces, size_t offset, int32_t value);
 
 int32_t value_at(const bytes& record, size_t offset);
 

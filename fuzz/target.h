@@ -31,6 +31,13 @@ template <class Node> size_t count_and_free(Node* head)
     return count;
 }
 
+// The result of a request is that of the record that answers it, which has it at an offset.
+inline void require_result(int32_t result, const machine& machine, size_t offset)
+{
+    const bytes* const answer = machine.first_whole();
+    require(result == (answer == nullptr ? -1 : value_at(*answer, offset)), "the result is that of a whole record");
+}
+
 // The field of a request: a text, cut where it is too long, and zero behind it.
 inline void require_text(const bytes& request, size_t offset, size_t width, const bytes& text)
 {
