@@ -9,8 +9,9 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     const int target = input.byte() % 4;
     fuzz::machine machine(input);
     const int result = send_utm_config_event(&event, target);
-    const fuzz::bytes* const answer = machine.first_whole();
+    const fuzz::bytes* const answer = machine.daemon().first_whole();
     const bool accepted = answer != nullptr && answer->front() == UTM_RESPONSE_OK;
     fuzz::require(result == (accepted ? 0 : -1), "success is a whole record of status 0");
+    machine.expect_connection(machine.daemon().was_opened() && machine.daemon().descriptor() == 0);
     return 0;
 }

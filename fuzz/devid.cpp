@@ -4,14 +4,14 @@
 
 namespace {
 
-constexpr size_t result_at = 384;
 constexpr size_t timestamp_at = 376;
+constexpr size_t result_at = 384;
 
-void check_timestamp(const fuzz::machine& machine)
+void check_timestamp(const fuzz::connection& daemon)
 {
     errno = EIO;
     const uint64_t timestamp = utm_devid_get_latest_timestamp();
-    const fuzz::bytes* const answer = machine.first_whole();
+    const fuzz::bytes* const answer = daemon.first_whole();
     uint64_t expected = 0;
     if (answer != nullptr)
         memcpy(&expected, answer->data() + timestamp_at, sizeof expected);
@@ -19,24 +19,25 @@ void check_timestamp(const fuzz::machine& machine)
     fuzz::require((errno == 0) == (answer != nullptr), "errno tells a timestamp of 0 from none");
 }
 
-int32_t get_status()
+void check_status(const fuzz::connection& daemon)
 {
-    utm_devid_status status;
-    return utm_devid_get_status(&status);
+    fuzz::check_status(utm_devid_get_status, daemon, result_at);
+}
+
+template <auto request> void check_request(const fuzz::connection& daemon)
+{
+    fuzz::require_result(request(), daemon, result_at);
 }
 
 } // namespace
 
 int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
-    constexpr int32_t (*operations[])() = {get_status, utm_devid_reset, utm_devid_flush_cache_list,
-                                           utm_devid_show_all_list};
+    constexpr void (*checks[])(const fuzz::connection&) = {check_status, check_request<utm_devid_reset>,
+                                                           check_request<utm_devid_flush_cache_list>,
+                                                           check_request<utm_devid_show_all_list>, check_timestamp};
     fuzz::input input(data, size);
-    const size_t chosen = input.byte() % (std::size(operations) + 1);
-    fuzz::machine machine(input);
-    if (chosen == std::size(operations))
-        check_timestamp(machine);
-    else
-        fuzz::require_result(operations[chosen](), machine, result_at);
+    const auto check = checks[input.byte() % std::size(checks)];
+    check(fuzz::machine(input).daemon());
     return 0;
 }

@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <fcntl.h>
 #include <ifaddrs.h>
 #include <sys/ipc.h>
 #include <sys/sem.h>
@@ -19,9 +20,8 @@ using fuzz::current;
 
 namespace {
 
-constexpr int daemon_fd = 1000;
-constexpr int file_fd = 1001;
-constexpr int known = 1; // every System V object
+constexpr int file_fd = 1001; // of the one file that is open
+constexpr int known = 1;      // every System V object
 
 bool is_log(const char* path)
 {
@@ -36,11 +36,23 @@ FILE* stream_of(const fuzz::bytes& content)
     return stream;
 }
 
+// A stream that writes where the file is.
+ssize_t write_through(void*, const char* data, size_t size)
+{
+    current->write_file(data, size);
+    return static_cast<ssize_t>(size);
+}
+
+FILE* stream_to_file()
+{
+    return fopencookie(nullptr, "w", {.read = nullptr, .write = write_through, .seek = nullptr, .close = nullptr});
+}
+
 } // namespace
 
 extern "C" {
 
-// A call that always does the same.
+// A call that one expression answers.
 #define ANSWERED(result, name, answer, parameters, arguments)                                                          \
     result __real_##name parameters;                                                                                   \
     result __wrap_##name parameters                                                                                    \
@@ -48,38 +60,42 @@ extern "C" {
         return current == nullptr ? __real_##name arguments : (answer);                                                \
     }
 
-ANSWERED(int, socket, (current->note_opened(), daemon_fd), (int domain, int type, int protocol),
-         (domain, type, protocol))
-ANSWERED(int, connect, 0, (int fd, const sockaddr* address, socklen_t length), (fd, address, length))
-ANSWERED(int, setsockopt, 0, (int fd, int level, int option, const void* value, socklen_t length),
-         (fd, level, option, value, length))
-ANSWERED(int, select, 1, (int count, fd_set* read, fd_set* write, fd_set* except, timeval* limit),
-         (count, read, write, except, limit))
-ANSWERED(ssize_t, recv, current->receive(data, size), (int fd, void* data, size_t size, int flags),
+ANSWERED(int, socket, current->daemon().open(), (int domain, int type, int protocol), (domain, type, protocol))
+ANSWERED(int, connect, current->daemon().connect(fd), (int fd, const sockaddr* address, socklen_t length),
+         (fd, address, length))
+ANSWERED(int, setsockopt, current->daemon().set_option(fd),
+         (int fd, int level, int option, const void* value, socklen_t length), (fd, level, option, value, length))
+ANSWERED(int, select, current->daemon().wait(count, read),
+         (int count, fd_set* read, fd_set* write, fd_set* except, timeval* limit), (count, read, write, except, limit))
+ANSWERED(ssize_t, recv, current->daemon().receive(fd, data, size), (int fd, void* data, size_t size, int flags),
          (fd, data, size, flags))
-ANSWERED(ssize_t, send, current->take_request(data, size), (int fd, const void* data, size_t size, int flags),
-         (fd, data, size, flags))
-ANSWERED(ssize_t, read, current->receive(data, size), (int fd, void* data, size_t size), (fd, data, size))
+ANSWERED(ssize_t, send, current->daemon().send(fd, data, size, flags),
+         (int fd, const void* data, size_t size, int flags), (fd, data, size, flags))
+ANSWERED(ssize_t, read, current->daemon().receive(fd, data, size), (int fd, void* data, size_t size), (fd, data, size))
 ANSWERED(int, access, is_log(path) || current->find_file(path) != nullptr ? 0 : -1, (const char* path, int mode),
          (path, mode))
 ANSWERED(int, system, (current->note_command(command), 0), (const char* command), (command))
-ANSWERED(int, unlink, 0, (const char* path), (path))
+ANSWERED(int, unlink, (current->remove_file(path), 0), (const char* path), (path))
 ANSWERED(int, flock, 0, (int fd, int operation), (fd, operation))
 ANSWERED(int, usleep, 0, (useconds_t time), (time))
 ANSWERED(key_t, ftok, known, (const char* path, int project), (path, project))
 ANSWERED(int, semget, known, (key_t key, int count, int flags), (key, count, flags))
-ANSWERED(int, semop, 0, (int set, sembuf* operations, size_t count), (set, operations, count))
+ANSWERED(int, semop, (current->change_lock(operations->sem_op), 0), (int set, sembuf* operations, size_t count),
+         (set, operations, count))
 ANSWERED(int, shmget, known, (key_t key, size_t size, int flags), (key, size, flags))
-ANSWERED(void*, shmat, current->segment(), (int segment, const void* address, int flags), (segment, address, flags))
-ANSWERED(int, shmdt, 0, (const void* address), (address))
+ANSWERED(void*, shmat, current->attach(), (int segment, const void* address, int flags), (segment, address, flags))
+ANSWERED(int, shmdt, (current->detach(address), 0), (const void* address), (address))
 ANSWERED(int, kill, (current->note_signal(process), 0), (pid_t process, int signal), (process, signal))
 
 int __real_close(int fd);
 int __wrap_close(int fd)
 {
-    if (fd != daemon_fd && fd != file_fd)
+    if (current == nullptr)
         return __real_close(fd);
-    current->note_closed();
+    if (fd == file_fd)
+        current->note_closed();
+    else
+        current->daemon().close(fd);
     return 0;
 }
 
@@ -88,13 +104,9 @@ ssize_t __wrap_write(int fd, const void* data, size_t size)
 {
     if (current == nullptr)
         return __real_write(fd, data, size);
-    if (fd == daemon_fd)
-        return current->take_request(data, size);
-    // A line of a log: every byte of it is there to be read.
-    volatile uint8_t last = 0;
-    for (size_t i = 0; i < size; i++)
-        last = static_cast<const uint8_t*>(data)[i];
-    (void)last;
+    if (fd != file_fd)
+        return current->daemon().write(fd, data, size);
+    current->write_file(data, size);
     return static_cast<ssize_t>(size);
 }
 
@@ -103,7 +115,7 @@ int __wrap_open(const char* path, int flags, mode_t mode)
 {
     if (current == nullptr)
         return __real_open(path, flags, mode);
-    current->note_opened();
+    current->open_file(path, (flags & O_CREAT) != 0);
     return file_fd;
 }
 
@@ -134,7 +146,7 @@ FILE* __wrap_fopen(const char* path, const char* mode)
 FILE* __real_fdopen(int fd, const char* mode);
 FILE* __wrap_fdopen(int fd, const char* mode)
 {
-    return fd == file_fd ? stream_of({}) : __real_fdopen(fd, mode);
+    return current == nullptr ? __real_fdopen(fd, mode) : stream_to_file();
 }
 
 FILE* __real_popen(const char* command, const char* mode);
@@ -187,6 +199,15 @@ void* __real_malloc(size_t size);
 void* __wrap_malloc(size_t size)
 {
     void* block = __real_malloc(size);
+    if (current != nullptr)
+        current->note_block(block);
+    return block;
+}
+
+void* __real_calloc(size_t count, size_t size);
+void* __wrap_calloc(size_t count, size_t size)
+{
+    void* block = __real_calloc(count, size);
     if (current != nullptr)
         current->note_block(block);
     return block;

@@ -4,12 +4,14 @@
 
 int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
-    fuzz::machine machine(fuzz::input(data, size));
+    constexpr size_t name_at = 31;
+    constexpr size_t name_length = 20;
+    constexpr size_t result_at = 312;
+    const fuzz::machine machine(fuzz::input(data, size));
     utm_ips_rule* const list = utm_ips_show_customizelist();
-    fuzz::require(list != nullptr, "a list is returned as far as it came");
-    for (const utm_ips_rule* rule = list->next; rule != list; rule = rule->next)
-        fuzz::require(strnlen(rule->name, sizeof rule->name) < sizeof rule->name, "a name ends in its field");
-    fuzz::require(fuzz::count_and_free(list) == fuzz::leading_records(machine.sent(), 312, UTM_IPS_LIST_ENTRY),
-                  "a rule for each record that carries one");
+    fuzz::check_list(list, machine.daemon(), fuzz::records_with(machine.daemon().sent(), result_at, UTM_IPS_LIST_ENTRY),
+                     [](utm_ips_rule& rule, const fuzz::bytes& record) {
+                         fuzz::copy_text(rule.name, record, name_at, name_length);
+                     });
     return 0;
 }

@@ -3,7 +3,8 @@
 #include "fuzz/current.h"
 
 #include <algorithm>
-#include <cerrno>
+#include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <utility>
@@ -21,6 +22,28 @@ bytes input::take(size_t size)
     return taken;
 }
 
+namespace {
+
+bool is_blocked(int signal)
+{
+    sigset_t mask;
+    pthread_sigmask(SIG_BLOCK, nullptr, &mask);
+    return sigismember(&mask, signal) != 0;
+}
+
+template <class Holds> std::vector<bytes> leading(const std::vector<piece>& pieces, Holds holds)
+{
+    std::vector<bytes> records;
+    for (const piece& piece : pieces) {
+        if (!piece.whole || !holds(piece.data))
+            break;
+        records.push_back(piece.data);
+    }
+    return records;
+}
+
+} // namespace
+
 machine::machine(input daemon) : daemon_(daemon)
 {
     current = this;
@@ -30,73 +53,52 @@ machine::~machine()
 {
     require(blocks_.empty(), "every block is released");
     require(opened_ == 0, "what is opened is closed, once");
+    require(daemon_.left_open() == expected_connections_, "a connection is closed, once");
+    require(attached_ == expected_attachments_, "what is attached is detached, once");
+    require(lock_ == 1, "what is locked is unlocked");
+    require(!is_blocked(SIGPIPE), "no signal stays blocked");
     current = nullptr;
-}
-
-namespace {
-
-// How a receive ends: most bytes stand for a whole record, so that lists grow long.
-enum ending : uint8_t {
-    part = 5,
-    failure = 6,
-    end = 7
-};
-constexpr uint8_t endings = 8;
-constexpr int errors[] = {EAGAIN, ECONNRESET, EINTR, EIO};
-
-// How many leading pieces are whole records of which this holds.
-template <class Holds> size_t leading(const std::vector<piece>& pieces, Holds holds)
-{
-    const auto other = std::find_if(pieces.begin(), pieces.end(),
-                                    [&](const piece& piece) { return !piece.whole || !holds(piece.data); });
-    return static_cast<size_t>(other - pieces.begin());
-}
-
-} // namespace
-
-long machine::receive(void* data, size_t size)
-{
-    const outside own;
-    if (daemon_.empty())
-        return 0;
-    const uint8_t how = daemon_.byte() % endings;
-    if (how == end)
-        return 0;
-    if (how == failure) {
-        errno = errors[daemon_.byte() % std::size(errors)];
-        return -1;
-    }
-    const bytes brought = daemon_.take(how == part ? daemon_.byte() * size / UINT8_MAX : size);
-    std::copy(brought.begin(), brought.end(), static_cast<uint8_t*>(data));
-    sent_.push_back({brought, brought.size() == size});
-    return static_cast<long>(brought.size());
-}
-
-const bytes* machine::first_whole() const
-{
-    return sent_.empty() || !sent_.front().whole ? nullptr : &sent_.front().data;
-}
-
-long machine::take_request(const void* data, size_t size)
-{
-    const outside own;
-    const auto* first = static_cast<const uint8_t*>(data);
-    requests_.emplace_back(first, first + size);
-    return static_cast<long>(size);
 }
 
 const bytes* machine::find_file(const std::string& path) const
 {
-    for (const file& file : files_) {
-        if (file.path == path)
-            return &file.content;
+    const auto found =
+        std::find_if(files_.begin(), files_.end(), [&](const file& candidate) { return candidate.path == path; });
+    return found == files_.end() ? nullptr : &found->content;
+}
+
+void machine::open_file(const char* path, bool create)
+{
+    note_opened();
+    open_path_ = path;
+    if (create && find_file(path) == nullptr)
+        put_file(path, {});
+}
+
+void machine::remove_file(const std::string& path)
+{
+    files_.erase(
+        std::remove_if(files_.begin(), files_.end(), [&](const file& candidate) { return candidate.path == path; }),
+        files_.end());
+}
+
+void machine::write_file(const void* data, size_t size)
+{
+    writes_.push_back({open_path_, std::string(static_cast<const char*>(data), size)});
+}
+
+std::vector<std::string> machine::written(const std::string& path) const
+{
+    std::vector<std::string> texts;
+    for (const write& write : writes_) {
+        if (write.path == path)
+            texts.push_back(write.text);
     }
-    return nullptr;
+    return texts;
 }
 
 void machine::put_addresses(std::vector<bytes> addresses)
 {
-    const outside own;
     addresses_ = std::move(addresses);
     interfaces_.assign(addresses_.size(), {});
     for (size_t i = 0; i < addresses_.size(); i++) {
@@ -107,16 +109,23 @@ void machine::put_addresses(std::vector<bytes> addresses)
     }
 }
 
-void machine::note_command(const char* command)
+void* machine::attach()
 {
-    const outside own;
-    command_ = command;
+    attached_++;
+    return segment_;
 }
 
-void machine::note_block(void* block)
+void machine::detach(const void* address)
 {
-    const outside own;
-    blocks_.push_back(block);
+    require(address == segment_ && attached_ > 0, "what is detached was attached");
+    attached_--;
+}
+
+// Whoever takes it twice would wait for ever.
+void machine::change_lock(int change)
+{
+    lock_ += change;
+    require(lock_ == 0 || lock_ == 1, "the lock is taken by one, and given back by the same");
 }
 
 void machine::forget_block(void* block)
@@ -126,11 +135,11 @@ void machine::forget_block(void* block)
     blocks_.erase(found);
 }
 
-void machine::free_abandoned()
+void machine::expect_blocks(size_t count)
 {
+    require(blocks_.size() == count, "no more is abandoned than is told");
     const outside own;
-    for (void* block : blocks_)
-        free(block);
+    std::for_each(blocks_.begin(), blocks_.end(), free);
     blocks_.clear();
 }
 
@@ -138,6 +147,7 @@ void require(bool holds, const char* what)
 {
     if (holds)
         return;
+    current = nullptr; // what reports it opens and writes files itself
     fprintf(stderr, "broken: %s\n", what);
     abort();
 }
@@ -149,12 +159,12 @@ int32_t value_at(const bytes& record, size_t offset)
     return value;
 }
 
-size_t leading_records(const std::vector<piece>& pieces, size_t offset, int32_t value)
+std::vector<bytes> records_with(const std::vector<piece>& pieces, size_t offset, int32_t value)
 {
     return leading(pieces, [=](const bytes& record) { return value_at(record, offset) == value; });
 }
 
-size_t records_before(const std::vector<piece>& pieces, size_t offset, int32_t value)
+std::vector<bytes> records_before(const std::vector<piece>& pieces, size_t offset, int32_t value)
 {
     return leading(pieces, [=](const bytes& record) { return value_at(record, offset) != value; });
 }

@@ -8,7 +8,7 @@
 
 namespace {
 
-// How a text travels: at which byte of the request, and what becomes of one that fills the field.
+// How a text travels: at which byte of the request, and what becomes of one that is too long for its field.
 enum class overflow {
     cut,  // and terminated
     fill, // and not terminated
@@ -20,6 +20,7 @@ struct operation {
     size_t offset;
     size_t width;
     overflow too_long;
+    bool refuses_empty = false;
 };
 
 template <auto list> int32_t null_is_failure(const char* text)
@@ -48,26 +49,32 @@ const operation operations[] = {
     {[](const char* text) { return utm_ips_set_whitelist(text, 1); }, 20, 11, overflow::cut},
     {[](const char* text) { return utm_ips_set_blacklist(text, 1); }, 20, 11, overflow::cut},
     {utm_ips_update_signature, 56, 256, overflow::cut},
-    {[](const char* text) { return utm_devid_set_ignore_iface(text, 1); }, 24 + 177, 16, overflow::cut},
+    {[](const char* text) { return utm_devid_set_ignore_iface(text, 1); }, 24 + 177, 16, overflow::cut, true},
     {null_is_failure<utm_devid_get_device_list_by_ip>, 24 + 161, 16, overflow::cut},
     {null_is_failure<utm_devid_get_device_list_by_interface>, 24 + 177, 16, overflow::cut},
     {null_is_failure<utm_devid_get_device_list_by_mac>, 24, 32, overflow::cut},
-    {[](const char* text) { return utm_av_set_whitelist(text, 1); }, 20, 33, overflow::fill},
+    {[](const char* text) { return utm_av_set_whitelist(text, 1); }, 20, 33, overflow::fill, true},
     {utm_ir_load_db, 4, 128, overflow::fill},
 };
 
+bool is_refused(const operation& operation, size_t length)
+{
+    return length == 0 ? operation.refuses_empty : length >= operation.width && operation.too_long == overflow::refuse;
+}
+
+// Nobody answers, so nothing succeeds.
 void check(const operation& operation, const bytes& text, const fuzz::machine& machine)
 {
     const auto* const given = reinterpret_cast<const char*>(text.data());
-    operation.call(given);
+    fuzz::require(operation.call(given) == -1, "no success that the daemon did not send");
+    const std::vector<bytes>& requests = machine.daemon().requests();
     const size_t length = strlen(given);
-    if (machine.requests().empty()) {
-        fuzz::require(length == 0 || (length >= operation.width && operation.too_long == overflow::refuse),
-                      "only a text that is too long, or empty, is refused");
+    fuzz::require(requests.size() == (is_refused(operation, length) ? 0 : 1),
+                  "a text is sent, or refused where it is too long or empty");
+    if (requests.empty())
         return;
-    }
     const size_t fits = operation.too_long == overflow::fill ? operation.width : operation.width - 1;
-    fuzz::require_text(machine.requests().front(), operation.offset, operation.width,
+    fuzz::require_text(requests.front(), operation.offset, operation.width,
                        bytes(text.begin(), text.begin() + static_cast<long>(std::min(length, fits))));
 }
 
@@ -87,24 +94,46 @@ void check_log_path(const std::string& path, fuzz::machine& machine)
     machine.put_log_size(5242881);
     utm_log(path.c_str(), "text\n");
     machine.put_log_size(0);
-    fuzz::require(machine.command() == ("/bin/mv " + path + " " + path + "2").substr(0, 511),
+    fuzz::require(machine.commands().back() == ("/bin/mv " + path + " " + path + "2").substr(0, 511),
                   "a command is cut at its buffer");
+}
+
+void check_log(const std::string& text, const fuzz::machine& machine)
+{
+    utm_log(UTM_IPS_LOG, "%s\n", text.c_str());
+    fuzz::require(machine.written(UTM_IPS_LOG) == std::vector{text + '\n'}, "a line is written as it is");
+}
+
+void check_redirect_page(const std::string& text, const fuzz::machine& machine)
+{
+    const bool fits = text.size() <= 1023;
+    fuzz::require(utm_cf_redirect_page(text.c_str()) == (fits ? 0 : -1), "a page fits or is refused");
+    const std::string page = text.empty() ? std::string(1, '\0') : text;
+    fuzz::require(machine.written(UTM_CF_KERNEL_REDIRECT_URL) ==
+                      (fits ? std::vector{page} : std::vector<std::string>()),
+                  "a page is written as it is, and an empty one as a zero");
+}
+
+void check_dump(const std::string& path, const fuzz::machine& machine)
+{
+    dump_cf_activate(path.c_str());
+    fuzz::require(machine.commands().back() == ("echo >> " + path).substr(0, 2047), "a command is cut at its buffer");
 }
 
 void check_command(const std::string& command, const fuzz::machine& machine)
 {
     char output[200];
     utm_getSystemCommandResult(command.c_str(), output, sizeof output, 1);
-    fuzz::require(machine.command() == command, "a command is run as it is");
+    fuzz::require(machine.commands().back() == command, "a command is run as it is");
     fuzz::require(*output == '\0', "a command that prints nothing gives an empty text");
 }
 
 // Texts that go nowhere else than to a shell, the log, the kernel or the common segment.
 void check_others(const char* text, fuzz::machine& machine)
 {
-    utm_log(UTM_IPS_LOG, "%s\n", text);
-    utm_cf_redirect_page(text);
-    dump_cf_activate(text);
+    check_log(text, machine);
+    check_redirect_page(text, machine);
+    check_dump(text, machine);
     check_log_path(text, machine);
     check_command(text, machine);
     check_uuid(text, machine);
@@ -120,7 +149,7 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     text.push_back(0);
     const auto ids = std::make_unique<utm_id_registry>();
     ids->profiles[3] = ids->cf_policies[5] = ids->app_policies[6] = 7; // a dump has something to tell
-    fuzz::machine machine(fuzz::input(nullptr, 0));
+    fuzz::machine machine;
     machine.put_segment(ids.get());
     machine.put_file(UTM_ID_MARKER, {});
     if (chosen == std::size(operations))
