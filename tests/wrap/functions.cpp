@@ -17,6 +17,10 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#ifdef __SANITIZE_THREAD__
+#include <sanitizer/tsan_interface.h>
+#endif
+
 using wrap::intercept;
 using wrap::intercept_release;
 
@@ -26,6 +30,27 @@ void* const no_memory = nullptr;
 FILE* const no_stream = nullptr;
 void* const not_attached = reinterpret_cast<void*>(-1);
 ifaddrs* const unread = reinterpret_cast<ifaddrs*>(-1);
+
+// One thread may attach a segment where another has detached one. The thread sanitizer does not see that the first is
+// gone, and would take what both do there for a race.
+#ifdef __SANITIZE_THREAD__
+char places;
+void leave_place()
+{
+    __tsan_release(&places);
+}
+void* take_place(void* place)
+{
+    __tsan_acquire(&places);
+    return place;
+}
+#else
+void leave_place() {}
+void* take_place(void* place)
+{
+    return place;
+}
+#endif
 
 } // namespace
 
@@ -353,13 +378,13 @@ void* __real_shmat(int segment, const void* address, int flags);
 void* __wrap_shmat(int segment, const void* address, int flags)
 {
     return intercept(
-        "shmat", not_attached, [=] { return __real_shmat(segment, address, flags); }, flags);
+        "shmat", not_attached, [=] { return take_place(__real_shmat(segment, address, flags)); }, flags);
 }
 
 int __real_shmdt(const void* address);
 int __wrap_shmdt(const void* address)
 {
-    return intercept("shmdt", -1, [=] { return __real_shmdt(address); });
+    return intercept("shmdt", -1, [=] { return leave_place(), __real_shmdt(address); });
 }
 
 int __real_pthread_sigmask(int how, const sigset_t* set, sigset_t* old);
