@@ -80,7 +80,7 @@ ANSWERED(int, flock, 0, (int fd, int operation), (fd, operation))
 ANSWERED(int, usleep, 0, (useconds_t time), (time))
 ANSWERED(key_t, ftok, known, (const char* path, int project), (path, project))
 ANSWERED(int, semget, known, (key_t key, int count, int flags), (key, count, flags))
-ANSWERED(int, semop, (current->change_lock(operations->sem_op), 0), (int set, sembuf* operations, size_t count),
+ANSWERED(int, semop, current->change_lock(operations->sem_op), (int set, sembuf* operations, size_t count),
          (set, operations, count))
 ANSWERED(int, shmget, known, (key_t key, size_t size, int flags), (key, size, flags))
 ANSWERED(void*, shmat, current->attach(), (int segment, const void* address, int flags), (segment, address, flags))

@@ -3,6 +3,7 @@
 #include "fuzz/current.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -122,10 +123,16 @@ void machine::detach(const void* address)
 }
 
 // Whoever takes it twice would wait for ever.
-void machine::change_lock(int change)
+int machine::change_lock(int change)
 {
+    if (change < 0 && interruptions_ > 0) {
+        interruptions_--;
+        errno = EINTR;
+        return -1;
+    }
     lock_ += change;
     require(lock_ == 0 || lock_ == 1, "the lock is taken by one, and given back by the same");
+    return 0;
 }
 
 void machine::forget_block(void* block)

@@ -28,6 +28,7 @@ public:
     void put_output(const bytes& output) { output_ = output; }
     void put_segment(void* segment) { segment_ = segment; }
     void put_log_size(long size) { log_size_ = size; }
+    void put_interruptions(int count) { interruptions_ = count; } // of the next waits for the lock, by signals
 
     // The addresses of the interfaces, as sockaddr; an empty one is an interface without. Else they cannot be told.
     void put_addresses(std::vector<bytes> addresses);
@@ -52,7 +53,7 @@ public:
     std::vector<ifaddrs>& interfaces() { return interfaces_; }
     void* attach();
     void detach(const void* address);
-    void change_lock(int change);
+    int change_lock(int change);
     void note_signal(int process) { told_.push_back(process); }
     void note_command(const char* command) { commands_.emplace_back(command); }
     void note_opened() { opened_++; }
@@ -85,6 +86,7 @@ private:
     int opened_ = 0; // files, streams and lists of interfaces that are not closed
     int attached_ = 0;
     int lock_ = 1; // as a semaphore counts: 0 while it is held
+    int interruptions_ = 0;
     int expected_connections_ = 0;
     int expected_attachments_ = 0;
 };
@@ -92,7 +94,7 @@ private:
 // Ends the program, for the fuzzer to report.
 void require(bool holds, const char* what);
 
-// The records up to one that did not come whole, or has another value than this at an offset, or has this.
+// The whole records that came first: as long as they have this 32-bit value at an offset, or until one has it.
 std::vector<bytes> records_with(const std::vector<piece>& pieces, size_t offset, int32_t value);
 std::vector<bytes> records_before(const std::vector<piece>& pieces, size_t offset, int32_t value);
 

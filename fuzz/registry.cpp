@@ -137,11 +137,13 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     fuzz::input input(data, size);
     const auto check = checks[input.byte() % std::size(checks)];
     const uint32_t id = input.byte();
-    const uint32_t kind = input.byte() % 4;
+    const uint8_t how = input.byte();
+    const uint32_t kind = how % 4;
     const std::unique_ptr<ids> registry = take_registry(input);
     fuzz::machine machine;
     machine.put_segment(registry.get());
     machine.put_file(UTM_ID_MARKER, {});
+    machine.put_interruptions(how / 4 % 4);
     check(machine, *registry, id, kind);
     return 0;
 }
