@@ -163,6 +163,8 @@ TEST_F(completing, bash_asks_it)
               "/tmp/a dump\n= utmctl \"cf\" dump \"/tmp/a dump\" \n");
     EXPECT_EQ(typed_into("bash", "utmctl batch -f /tmp/a\\ dump --kee"),
               "--keep-going\n= utmctl batch -f /tmp/a\\ dump --keep-going \n");
+    EXPECT_EQ(typed_into("bash", "utmctl reg\\i"), "registry\n= utmctl registry \n");
+    EXPECT_EQ(typed_into("bash", "utmctl \"reg\\i"), "= utmctl \"reg\\i\n");
 }
 
 TEST_F(completing, zsh_asks_it)

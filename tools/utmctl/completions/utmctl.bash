@@ -9,7 +9,11 @@ _utmctl_unquote() {
         case $quote$letter in
         \' | \") quote=$letter ;;
         \'\' | \"\") quote="" ;;
-        \\ | \"\\) plain+=${left:0:1} left=${left:1} ;;
+        \\ | \"\\)
+            # Within double quotes it is a letter of its own, unless before one of these.
+            [[ -z $quote || $left == [\"\\\$\`]* ]] || plain+=$letter
+            plain+=${left:0:1} left=${left:1}
+            ;;
         *) plain+=$letter ;;
         esac
     done
