@@ -14,7 +14,7 @@ read_headers() { printf '#include <%s>\n' kqutm.h | clang -xc -std=c99 -ffreesta
 functions() {
     awk 'NR == FNR { node[$1] = $2; next }
         /^UTM_API/ { prototype = "" ; inside = 1 }
-        inside { sub(/^ +/, ""); prototype = prototype (prototype == "" ? "" : " ") $0 }
+        inside { sub(/^ +/, ""); sub(/ +\/\*.*\*\/$/, ""); prototype = prototype (prototype == "" ? "" : " ") $0 }
         inside && /;$/ {
             inside = 0
             sub(/^UTM_API /, "", prototype)
