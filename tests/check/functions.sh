@@ -1,11 +1,11 @@
 #!/usr/bin/env bash
-# The table of functions names the prototypes that the headers declare, and beside each the function that it calls.
+# The table of functions names the prototypes of the library, and beside each the function that it calls. abi.sh shows
+# that tests/check/abi/functions tells those of the headers.
 # Usage: functions.sh UTMCTL, from the root of the sources.
 set -euo pipefail
 
 declared() {
-    cat include/kqutm/*.h | grep -v '^#' | tr '\n' ' ' | grep -oE 'UTM_API [^;]*;' |
-        sed -E 's/UTM_API //; s/ UTM_PRINTF\([^)]*\)//; s/;$//; s/ +/ /g' | sort
+    sed -E 's/^[^ ]+ //; s/ UTM_PRINTF\([^)]*\)//; s/;$//' tests/check/abi/functions | sort
 }
 
 described() {
