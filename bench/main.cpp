@@ -48,11 +48,11 @@ double nanoseconds(void (*run)())
 
 void tell(benchmark::State& state, const rounds& measured, double goal)
 {
-    const rounds::summary summary = measured.summarize();
-    state.counters["floor_ns"] = summary.floor;
-    state.counters["library_ns"] = summary.library;
-    state.counters["ratio"] = summary.ratio;
-    state.counters["spread"] = summary.spread;
+    const summary took = measured.summarize();
+    state.counters["floor_ns"] = took.floor;
+    state.counters["library_ns"] = took.library;
+    state.counters["ratio"] = took.ratio;
+    state.counters["spread"] = took.spread;
     state.counters["goal"] = goal;
 }
 
@@ -123,7 +123,8 @@ public:
             if (run.counters.contains("limit"))
                 limits.push_back({name, figure("floor"), figure("library"), figure("limit")});
             else
-                ratios.push_back({name, figure("floor_ns"), figure("library_ns"), figure("ratio"), figure("spread"),
+                ratios.push_back({name,
+                                  {figure("floor_ns"), figure("library_ns"), figure("ratio"), figure("spread")},
                                   figure("goal")});
             fprintf(stderr, "%s\n", name.c_str());
         }

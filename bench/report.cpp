@@ -29,9 +29,9 @@ void write_row(std::ostream& out, const figures& row, double top)
 {
     const double middle = top + row_height / 2;
     out << "<text x='" << left - 8 << "' y='" << middle + 4 << "' text-anchor='end'>" << row.name << "</text>\n";
-    write_line(out, at(row.ratio - row.spread), at(row.ratio + row.spread), middle, middle, "gray");
+    write_line(out, at(row.took.ratio - row.took.spread), at(row.took.ratio + row.took.spread), middle, middle, "gray");
     write_line(out, at(row.goal), at(row.goal), top + 4, top + row_height - 4, "firebrick");
-    out << "<circle cx='" << at(row.ratio) << "' cy='" << middle << "' r='4' fill='"
+    out << "<circle cx='" << at(row.took.ratio) << "' cy='" << middle << "' r='4' fill='"
         << (row.met() ? "seagreen" : "firebrick") << "'/>\n";
 }
 
@@ -51,8 +51,8 @@ void print_table(const std::vector<figures>& rows)
            "goal");
     printf("|:-----------------------------|-------------:|-------------:|-------:|-------:|------:|\n");
     for (const figures& row : rows)
-        printf("| %-28s | %12.2f | %12.2f | %6.3f | %6.3f | %5.2f |\n", row.name.c_str(), row.floor / 1000,
-               row.library / 1000, row.ratio, row.spread, row.goal);
+        printf("| %-28s | %12.2f | %12.2f | %6.3f | %6.3f | %5.2f |\n", row.name.c_str(), row.took.floor / 1000,
+               row.took.library / 1000, row.took.ratio, row.took.spread, row.goal);
 }
 
 void print_limits(const std::vector<absolute>& rows)

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "bench/statistics.h"
+
 #include <string>
 #include <vector>
 
@@ -7,13 +9,10 @@ namespace bench {
 
 struct figures {
     std::string name;
-    double floor;   // nanoseconds, median
-    double library; // the same
-    double ratio;   // of a round, median
-    double spread;  // of that ratio: half the distance of its quartiles
-    double goal;
+    summary took;
+    double goal; // of the ratio
 
-    bool met() const { return ratio <= goal; }
+    bool met() const { return took.ratio <= goal; }
 };
 
 // What has a limit instead of a goal, each in a unit of its own.

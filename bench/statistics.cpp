@@ -22,7 +22,7 @@ void rounds::add(double floor, double library)
     rounds_.push_back({floor / 2, library / 2});
 }
 
-rounds::summary rounds::summarize() const
+summary rounds::summarize() const
 {
     std::vector<round> all = rounds_;
     const auto shorter = [](const round& one, const round& other) {
