@@ -2,6 +2,7 @@
 #include "kqutm/cf.h"
 #include "kqutm/profile.h"
 
+#include "tests/sandbox/paths.h"
 #include "tests/sandbox/rules.h"
 
 #include <cerrno>
@@ -28,7 +29,7 @@ TEST(get_unique_id, does_not_clear_the_registry)
     set_slots({{profiles, 9}});
     EXPECT_EQ(get_unique_id(5, UTM_ID_USER_PROFILE), 5);
     EXPECT_EQ(slot(profiles), 9U);
-    EXPECT_FALSE(exists("/tmp/utm_user_profile_shm"));
+    EXPECT_FALSE(exists(registry_marker));
 }
 
 TEST(get_unique_id, taken_id_is_refused_and_nothing_changes)
@@ -55,7 +56,7 @@ TEST(get_unique_id, hole_is_filled_before_the_end)
 TEST(get_unique_id, last_slot_is_used_and_the_257th_id_refused)
 {
     for (size_t table : {profiles, cf_policies, app_policies}) {
-        fill(table);
+        set_slots(full(table));
         const uint32_t kind = static_cast<uint32_t>(table / 512 + 1);
         set_slots({{table + 255, 0}});
         EXPECT_EQ(get_unique_id(999, kind), 999);
@@ -69,7 +70,7 @@ TEST(get_unique_id, last_slot_is_used_and_the_257th_id_refused)
 
 TEST(get_unique_id, taken_id_of_a_full_table_is_taken_rather_than_full)
 {
-    fill(profiles);
+    set_slots(full(profiles));
     EXPECT_EQ(get_unique_id(256, UTM_ID_USER_PROFILE), -1);
     EXPECT_EQ(errno, EEXIST);
 }
@@ -130,7 +131,7 @@ TEST(get_unique_id, time_is_cut_to_32_bits)
 
 TEST(get_unique_id, time_of_0_is_never_handed_out)
 {
-    fill(profiles);
+    set_slots(full(profiles));
     set_slots({{profiles + 255, 0}});
     wrap::plan plan;
     plan.answer("time", 1, 0x100000000);
@@ -141,7 +142,7 @@ TEST(get_unique_id, time_of_0_is_never_handed_out)
 
 TEST(get_unique_id, full_table_at_time_0_is_full)
 {
-    fill(profiles);
+    set_slots(full(profiles));
     wrap::plan plan;
     plan.answer("time", wrap::every, 0x100000000);
     EXPECT_EQ(get_unique_id(0, UTM_ID_USER_PROFILE), -1);
@@ -202,7 +203,7 @@ TEST(create_of_minus_1, keeps_the_cause_of_its_failure)
         expect_failure(run(), EINVAL);
         EXPECT_EQ(slot(table), 0xffffffff);
         expect_failure(run(), EEXIST);
-        fill(table);
+        set_slots(full(table));
         expect_failure(run(), ENOSPC);
         wrap::plan plan;
         plan.fail("semop", wrap::every, EACCES);

@@ -2,6 +2,7 @@
 
 #include "tests/sandbox/files.h"
 #include "tests/sandbox/id_tables.h"
+#include "tests/sandbox/paths.h"
 #include "tests/wrap/wrap.h"
 
 #include <atomic>
@@ -46,7 +47,7 @@ TEST(check_shm_utm_id, does_not_look_into_the_bindings)
 
 TEST(check_shm_utm_id, creates_the_segment_empty_and_leaves_the_marker_alone)
 {
-    write_file("/tmp/utm_user_profile_shm", "");
+    write_file(registry_marker, "");
     EXPECT_EQ(check_shm_utm_id(5, UTM_ID_USER_PROFILE), -1);
     EXPECT_EQ(all_slots(), slots(1280, 0));
 }
@@ -55,7 +56,7 @@ TEST(check_shm_utm_id, id_0_is_found_while_a_slot_is_free)
 {
     for (uint32_t kind : {1U, 2U, 3U})
         EXPECT_EQ(check_shm_utm_id(0, kind), 0);
-    fill(profiles);
+    set_slots(full(profiles));
     EXPECT_EQ(check_shm_utm_id(0, UTM_ID_USER_PROFILE), -1);
 }
 

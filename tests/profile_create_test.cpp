@@ -1,5 +1,6 @@
 #include "kqutm/profile.h"
 
+#include "tests/sandbox/paths.h"
 #include "tests/sandbox/profiles.h"
 
 #include <cerrno>
@@ -42,7 +43,7 @@ TEST(create, removed_marker_clears_the_registry_again)
 {
     config_daemons daemons;
     ASSERT_EQ(utm_user_profile_create(5), 5);
-    std::filesystem::remove("/tmp/utm_user_profile_shm");
+    std::filesystem::remove(registry_marker);
     EXPECT_EQ(utm_user_profile_create(6), 6);
     EXPECT_FALSE(is_registered(5));
     EXPECT_EQ(slot(profiles), 6U);
@@ -171,8 +172,7 @@ TEST(create, id_that_is_taken)
 TEST(create, registry_that_is_full)
 {
     config_daemons daemons;
-    register_ids({});
-    fill(profiles);
+    register_ids(full(profiles));
     EXPECT_EQ(utm_user_profile_create(1000), -1);
     EXPECT_EQ(errno, ENOSPC);
     EXPECT_EQ(daemons.told(), paths{});
@@ -214,7 +214,7 @@ TEST(create, registry_that_cannot_be_locked)
 TEST(create, registry_that_cannot_be_attached)
 {
     config_daemons daemons;
-    write_file("/tmp/utm_user_profile_shm", "");
+    write_file(registry_marker, "");
     wrap::plan plan;
     plan.fail("shmat", wrap::every, ENOMEM);
     EXPECT_EQ(utm_user_profile_create(7), -1);

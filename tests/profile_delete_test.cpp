@@ -1,5 +1,6 @@
 #include "kqutm/profile.h"
 
+#include "tests/sandbox/paths.h"
 #include "tests/sandbox/profiles.h"
 
 #include <cerrno>
@@ -293,7 +294,7 @@ TEST(delete_profile, does_not_clear_the_registry)
     set_slots({{profiles, 7}, {profiles + 1, 8}});
     EXPECT_EQ(utm_user_profile_delete(7), 0);
     EXPECT_TRUE(is_registered(8));
-    EXPECT_FALSE(exists("/tmp/utm_user_profile_shm"));
+    EXPECT_FALSE(exists(registry_marker));
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "kqutm/profile.h"
 
+#include "tests/sandbox/paths.h"
 #include "tests/sandbox/profiles.h"
 
 #include <cerrno>
@@ -141,7 +142,7 @@ TEST_P(devices, registry_is_not_cleared)
     const slots before = all_slots();
     EXPECT_EQ(GetParam().run(7, mac), 0);
     EXPECT_EQ(all_slots(), before);
-    EXPECT_FALSE(exists("/tmp/utm_user_profile_shm"));
+    EXPECT_FALSE(exists(registry_marker));
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "kqutm/profile.h"
 
+#include "tests/sandbox/paths.h"
 #include "tests/sandbox/profiles.h"
 
 #include <cerrno>
@@ -109,7 +110,7 @@ TEST(flush, does_not_clear_the_registry)
     EXPECT_EQ(utm_user_profile_flush(), 0);
     EXPECT_EQ(daemons.told(), change_order);
     EXPECT_EQ(slot(cf_policies + 3), 20U);
-    EXPECT_FALSE(exists("/tmp/utm_user_profile_shm"));
+    EXPECT_FALSE(exists(registry_marker));
 }
 
 } // namespace

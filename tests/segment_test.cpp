@@ -3,6 +3,7 @@
 #include "tests/sandbox/descriptors.h"
 #include "tests/sandbox/disks.h"
 #include "tests/sandbox/key_file.h"
+#include "tests/sandbox/paths.h"
 #include "tests/sandbox/registry.h"
 #include "tests/wrap/wrap.h"
 
@@ -15,8 +16,6 @@
 namespace {
 
 using calls = std::vector<std::string>;
-
-constexpr char marker[] = "/tmp/utm_user_profile_shm";
 
 TEST(registry_semaphore, is_that_of_project_98)
 {
@@ -132,8 +131,8 @@ TEST(init_registry, first_call_creates_marker_semaphore_and_clear_segment)
 {
     set_slots({{0, 11}, {300, 12}, {600, 13}, {900, 14}, {1279, 15}});
     EXPECT_EQ(init_utm_id_shm(), 0);
-    EXPECT_EQ(content_of(marker), "");
-    EXPECT_TRUE(exists(marker));
+    EXPECT_EQ(content_of(registry_marker), "");
+    EXPECT_TRUE(exists(registry_marker));
     EXPECT_EQ(all_slots(), slots(1280, 0));
     EXPECT_EQ(semaphore_value(), 1);
     EXPECT_FALSE(exists("/tmp/utm_log"));
@@ -143,7 +142,7 @@ TEST(init_registry, marker_may_get_descriptor_0)
 {
     closed_stdin closed;
     EXPECT_EQ(init_utm_id_shm(), 0);
-    EXPECT_TRUE(exists(marker));
+    EXPECT_TRUE(exists(registry_marker));
 }
 
 TEST(init_registry, clears_under_the_lock)
@@ -169,7 +168,7 @@ TEST(init_registry, removing_the_marker_clears_again)
 {
     EXPECT_EQ(init_utm_id_shm(), 0);
     set_slots({{0, 77}, {256, 78}, {1279, 79}});
-    std::filesystem::remove(marker);
+    std::filesystem::remove(registry_marker);
     EXPECT_EQ(init_utm_id_shm(), 0);
     EXPECT_EQ(all_slots(), slots(1280, 0));
 }
@@ -191,7 +190,7 @@ TEST(init_registry, tmp_that_cannot_be_written_fails_without_a_trace)
         EXPECT_EQ(init_utm_id_shm(), -1);
         EXPECT_EQ(errno, EROFS);
     }
-    EXPECT_FALSE(exists(marker));
+    EXPECT_FALSE(exists(registry_marker));
     EXPECT_FALSE(exists("/tmp/utm_log"));
 }
 
@@ -208,13 +207,13 @@ TEST(init_registry, registry_that_cannot_be_locked_stays_as_it_is)
 {
     for (const char* function : {"ftok", "semget", "semop"}) {
         set_slots({{7, 70}});
-        std::filesystem::remove(marker);
+        std::filesystem::remove(registry_marker);
         {
             wrap::plan plan;
             plan.fail(function, wrap::every, EACCES);
             EXPECT_EQ(init_utm_id_shm(), 0) << function;
         }
-        EXPECT_TRUE(exists(marker));
+        EXPECT_TRUE(exists(registry_marker));
         EXPECT_EQ(slot(7), 70U);
     }
     EXPECT_FALSE(exists("/tmp/utm_log"));
@@ -227,7 +226,7 @@ TEST(init_registry, segment_that_cannot_be_attached)
     EXPECT_EQ(init_utm_id_shm(), -1);
     EXPECT_EQ(errno, ENOMEM);
     EXPECT_EQ(appcf_log(), "attach_utm_id_data_shm() fail\n");
-    EXPECT_TRUE(exists(marker));
+    EXPECT_TRUE(exists(registry_marker));
     EXPECT_EQ(semaphore_value(), 1) << "unlocked again";
 }
 

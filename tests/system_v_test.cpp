@@ -1,6 +1,7 @@
 #include "common/system_v.h"
 
 #include "tests/sandbox/key_file.h"
+#include "tests/sandbox/paths.h"
 #include "tests/wrap/wrap.h"
 
 #include <algorithm>
@@ -12,7 +13,6 @@
 
 namespace {
 
-constexpr char key_file[] = "/usr/lib/libkqutm.so";
 constexpr int project = 98;
 constexpr size_t size = 5120;
 

@@ -113,8 +113,7 @@ TEST(app_create, id_that_is_taken)
 TEST(app_create, registry_that_is_full)
 {
     config_daemons daemons;
-    register_ids({});
-    fill(app_policies);
+    register_ids(full(app_policies));
     expect_failure(utm_app_policy_create(1000), ENOSPC);
     EXPECT_EQ(daemons.told(), paths{});
     EXPECT_EQ(appcf_log(), no_id);

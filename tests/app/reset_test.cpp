@@ -22,7 +22,7 @@ void set_up_household()
     register_ids({{profiles, 7}, {profiles + 9, 8}, {cf_bindings, 20}, {cf_policies, 20}});
     write_file(safe_browsing_file, "1\n");
     write_file(category_file, "1\n");
-    write_file(marker, "");
+    write_file(filter_marker, "");
     write_file(kernel_enable, "1\n");
     write_file(kernel_hdf_enable, "yes\n");
 }
@@ -91,7 +91,7 @@ TEST(reset, empties_everything_and_switches_it_off)
     EXPECT_EQ(content_of(kernel_enable), "0\n");
     EXPECT_EQ(content_of(kernel_hdf_enable), "no\n");
     EXPECT_EQ(content_of(command_file), "28\n");
-    for (const char* file : {marker, safe_browsing_file, category_file})
+    for (const char* file : {filter_marker, safe_browsing_file, category_file})
         EXPECT_FALSE(exists(file)) << file;
     EXPECT_EQ(appcf_log(), "[utm_cf_activate]disenable cf\n");
 }
@@ -103,8 +103,8 @@ TEST(reset, filter_goes_off_with_its_second_engine)
     register_ids({{profiles, 0}, {profiles + 9, 0}});
     sim::journal journal;
     sim::scripted_daemon cf(cf_path,
-                            {answer(0), look_and_answer([] { EXPECT_TRUE(exists(marker)); }),
-                             look_and_answer([] { EXPECT_FALSE(exists(marker)); })},
+                            {answer(0), look_and_answer([] { EXPECT_TRUE(exists(filter_marker)); }),
+                             look_and_answer([] { EXPECT_FALSE(exists(filter_marker)); })},
                             &journal);
     sim::scripted_daemon app(app_path, answer(0), &journal);
     EXPECT_EQ(utm_user_profile_cf_app_policy_reset(), 0);
@@ -115,12 +115,12 @@ TEST(reset, files_are_removed_last_and_in_order)
 {
     sim::scripted_daemon cf(cf_path, answer(0));
     sim::scripted_daemon app(app_path, look_and_answer([] {
-                                 EXPECT_TRUE(exists(marker)) << "made again, to be there at the end";
+                                 EXPECT_TRUE(exists(filter_marker)) << "made again, to be there at the end";
                                  EXPECT_EQ(content_of(safe_browsing_file), "0\n");
                                  EXPECT_EQ(content_of(category_file), "0\n");
                              }));
     running_filter filter;
-    filter.before("socket", 4, [] { write_file(marker, ""); });
+    filter.before("socket", 4, [] { write_file(filter_marker, ""); });
     EXPECT_EQ(utm_user_profile_cf_app_policy_reset(), 0);
     EXPECT_EQ(filter.calls("unlink"),
               (std::vector<std::string>{"unlink(/tmp/cf_activate)", "unlink(/tmp/web_safe_browsing_activate)",
@@ -151,7 +151,7 @@ TEST(reset, engine_that_is_on_without_the_marker_is_switched_on_before_it_is_swi
     EXPECT_EQ(utm_user_profile_cf_app_policy_reset(), 0);
     EXPECT_EQ(filter.count("kill"), 2);
     EXPECT_EQ(filter.count("usleep"), 100) << "the first command is not taken";
-    EXPECT_FALSE(exists(marker));
+    EXPECT_FALSE(exists(filter_marker));
     EXPECT_EQ(appcf_log(), "[utm_cf_activate]enable cf\n[utm_cf_activate]disenable cf\n");
 }
 
@@ -163,7 +163,7 @@ TEST(reset, registry_that_cannot_be_attached_ends_it_at_the_first_step)
     plan.fail("shmat", 1, ENOMEM);
     expect_failure(utm_user_profile_cf_app_policy_reset(), ENOMEM);
     EXPECT_EQ(daemons.told(), paths{});
-    EXPECT_TRUE(exists(marker));
+    EXPECT_TRUE(exists(filter_marker));
     EXPECT_EQ(appcf_log(), std::string(attach_failed) + failed("utm_user_profile_flush"));
 }
 
@@ -217,7 +217,7 @@ protected:
         expect_visits(visits, step.visits);
         EXPECT_EQ(content_of(safe_browsing_file), step.safe_browsing);
         EXPECT_EQ(content_of(category_file), step.category);
-        EXPECT_EQ(exists(marker), step.filter_is_on);
+        EXPECT_EQ(exists(filter_marker), step.filter_is_on);
         EXPECT_EQ(appcf_log(), std::string(step.filter_is_on ? "" : "[utm_cf_activate]disenable cf\n") +
                                    line_of_the_sender + step.line_of_its_own + failed(step.name));
     }
@@ -261,7 +261,7 @@ TEST(reset, absent_content_filter_ends_it_after_the_profiles)
     set_up_household();
     expect_failure(utm_user_profile_cf_app_policy_reset(), ENOENT);
     EXPECT_EQ(daemons.told(), (paths{app_path, user_profile_path, app_path, user_profile_path}));
-    EXPECT_TRUE(exists(marker));
+    EXPECT_TRUE(exists(filter_marker));
     EXPECT_TRUE(appcf_log().ends_with(failed("utm_cf_global_flush")));
 }
 

@@ -2,6 +2,7 @@
 
 #include "kqutm/profile.h"
 
+#include "tests/sandbox/paths.h"
 #include "tests/sandbox/printed.h"
 #include "tests/sandbox/rules.h"
 
@@ -55,8 +56,7 @@ TEST(mapping, has_a_node_for_each_profile_in_the_order_of_slots)
 
 TEST(mapping, of_256_profiles)
 {
-    register_ids({});
-    fill(profiles);
+    register_ids(full(profiles));
     const mapping all = take_mapping();
     ASSERT_EQ(all.size(), 256U);
     EXPECT_EQ(all.front(), (std::pair<int32_t, int32_t>{1, 0}));
@@ -78,7 +78,7 @@ TEST(mapping, first_use_after_boot_clears_the_registry)
     EXPECT_EQ(dump_utm_profile_mapping(), nullptr);
     EXPECT_EQ(errno, 0);
     EXPECT_EQ(slot(profiles), 0U);
-    EXPECT_TRUE(exists("/tmp/utm_user_profile_shm"));
+    EXPECT_TRUE(exists(registry_marker));
 }
 
 TEST(mapping, registry_that_cannot_be_initialised)

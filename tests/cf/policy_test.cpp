@@ -104,8 +104,7 @@ TEST(cf_create, id_that_is_taken)
 TEST(cf_create, registry_that_is_full)
 {
     config_daemons daemons;
-    register_ids({});
-    fill(cf_policies);
+    register_ids(full(cf_policies));
     expect_failure(utm_cf_policy_create(1000), ENOSPC);
     EXPECT_EQ(daemons.told(), paths{});
     EXPECT_EQ(appcf_log(), no_id);

@@ -48,8 +48,8 @@ TEST_P(engines, first_one_switches_the_filter_on)
     EXPECT_EQ(content_of(kernel_hdf_enable), "yes\n");
     EXPECT_EQ(content_of(command_file), "29\n");
     EXPECT_EQ(filter.calls("kill"), (std::vector<std::string>{"kill(4711, 1)"}));
-    EXPECT_EQ(content_of(marker), "");
-    EXPECT_TRUE(exists(marker));
+    EXPECT_EQ(content_of(filter_marker), "");
+    EXPECT_TRUE(exists(filter_marker));
     EXPECT_EQ(daemons.told(), paths{cf_path});
     EXPECT_EQ(daemons.request_of(cf_path), cf_request(GetParam().code).u32(8, 1));
     EXPECT_EQ(appcf_log(), enabled);
@@ -60,7 +60,7 @@ TEST_P(engines, second_one_finds_the_filter_on)
     config_daemons daemons;
     running_filter filter;
     write_file(GetParam().other_file, "1\n");
-    write_file(marker, "");
+    write_file(filter_marker, "");
     EXPECT_EQ(GetParam().activate(1), 0);
     EXPECT_EQ(content_of(GetParam().file), "1\n");
     EXPECT_EQ(content_of(kernel_enable), "0\n") << "as the gateway booted";
@@ -75,7 +75,7 @@ TEST_P(engines, last_one_switches_the_filter_off)
     config_daemons daemons;
     running_filter filter;
     write_file(GetParam().other_file, "0\n");
-    write_file(marker, "");
+    write_file(filter_marker, "");
     write_file(kernel_enable, "1\n");
     write_file(kernel_hdf_enable, "yes\n");
     EXPECT_EQ(GetParam().activate(0), 0);
@@ -84,7 +84,7 @@ TEST_P(engines, last_one_switches_the_filter_off)
     EXPECT_EQ(content_of(kernel_hdf_enable), "no\n");
     EXPECT_EQ(content_of(command_file), "28\n");
     EXPECT_EQ(filter.calls("kill"), (std::vector<std::string>{"kill(4711, 1)"}));
-    EXPECT_FALSE(exists(marker));
+    EXPECT_FALSE(exists(filter_marker));
     EXPECT_EQ(daemons.request_of(cf_path), cf_request(GetParam().code));
     EXPECT_EQ(appcf_log(), disabled);
 }
@@ -94,9 +94,9 @@ TEST_P(engines, off_while_the_other_is_on_leaves_the_filter_on)
     config_daemons daemons;
     running_filter filter;
     write_file(GetParam().other_file, "1\n");
-    write_file(marker, "");
+    write_file(filter_marker, "");
     EXPECT_EQ(GetParam().activate(0), 0);
-    EXPECT_TRUE(exists(marker));
+    EXPECT_TRUE(exists(filter_marker));
     EXPECT_EQ(filter.count("kill"), 0);
     EXPECT_EQ(daemons.request_of(cf_path), cf_request(GetParam().code));
 }
@@ -127,7 +127,7 @@ TEST_P(engines, file_then_state_then_daemon)
 {
     sim::scripted_daemon daemon(cf_path, look_and_answer([] {
                                     EXPECT_EQ(content_of(GetParam().file), "1\n");
-                                    EXPECT_TRUE(exists(marker));
+                                    EXPECT_TRUE(exists(filter_marker));
                                     EXPECT_EQ(content_of(command_file), "29\n");
                                 }));
     running_filter filter;
@@ -149,7 +149,7 @@ TEST_P(engines, refusal_is_logged_and_nothing_is_taken_back)
     expect_failure(GetParam().activate(1), EREMOTEIO);
     EXPECT_EQ(content_of(GetParam().file), "1\n");
     EXPECT_EQ(content_of(kernel_enable), "1\n");
-    EXPECT_TRUE(exists(marker));
+    EXPECT_TRUE(exists(filter_marker));
     EXPECT_EQ(appcf_log(), enabled + refused(5) + GetParam().refused_line(1));
 }
 
@@ -158,7 +158,7 @@ TEST_P(engines, absence_is_logged_and_nothing_is_taken_back)
     running_filter filter;
     expect_failure(GetParam().activate(2), ENOENT);
     EXPECT_EQ(content_of(GetParam().file), "2\n");
-    EXPECT_TRUE(exists(marker));
+    EXPECT_TRUE(exists(filter_marker));
     EXPECT_EQ(appcf_log(), enabled + unreachable() + GetParam().refused_line(2));
 }
 
@@ -170,7 +170,7 @@ TEST_P(engines, silence_is_logged_and_nothing_is_taken_back)
     expect_failure(GetParam().activate(2), ETIMEDOUT);
     EXPECT_EQ(content_of(GetParam().file), "2\n");
     EXPECT_EQ(content_of(kernel_enable), "1\n");
-    EXPECT_TRUE(exists(marker));
+    EXPECT_TRUE(exists(filter_marker));
     EXPECT_EQ(appcf_log(), enabled + std::string(unanswered) + GetParam().refused_line(2));
 }
 
@@ -181,7 +181,7 @@ TEST_P(engines, unreadable_switch_file_of_the_other_leaves_the_daemon_untold)
     make_unreadable(GetParam().other_file);
     expect_failure(GetParam().activate(1), ENXIO);
     EXPECT_EQ(content_of(GetParam().file), "1\n") << "the value stays";
-    EXPECT_FALSE(exists(marker));
+    EXPECT_FALSE(exists(filter_marker));
     EXPECT_EQ(filter.count("kill"), 0);
     EXPECT_EQ(daemons.told(), paths{});
     EXPECT_EQ(appcf_log(), "[utm_cf_activate]open " + std::string(GetParam().other_file) + " fail\n");
@@ -191,10 +191,10 @@ TEST_P(engines, unreadable_switch_file_of_the_other_leaves_the_daemon_untold)
 bool reads_as_on(const std::string& content)
 {
     running_filter filter;
-    std::filesystem::remove(marker);
+    std::filesystem::remove(filter_marker);
     write_file(category_file, content);
     EXPECT_EQ(utm_cf_activate(), 0);
-    return exists(marker);
+    return exists(filter_marker);
 }
 
 // Deliberate: only the first three characters of a switch file count.
@@ -223,7 +223,7 @@ TEST(activate, without_switch_files_the_filter_is_off)
 {
     running_filter filter;
     EXPECT_EQ(utm_cf_activate(), 0);
-    EXPECT_FALSE(exists(marker));
+    EXPECT_FALSE(exists(filter_marker));
     EXPECT_EQ(filter.count("system"), 0);
     EXPECT_FALSE(exists("/tmp/utm_log"));
 }
@@ -232,9 +232,9 @@ TEST(activate, without_switch_files_the_filter_is_off)
 TEST(activate, without_switch_files_a_filter_that_is_on_is_switched_off)
 {
     running_filter filter;
-    write_file(marker, "");
+    write_file(filter_marker, "");
     EXPECT_EQ(utm_cf_activate(), 0);
-    EXPECT_FALSE(exists(marker));
+    EXPECT_FALSE(exists(filter_marker));
     EXPECT_EQ(content_of(command_file), "28\n");
     EXPECT_EQ(appcf_log(), "[utm_cf_activate]disenable cf\n");
 }
@@ -243,20 +243,20 @@ TEST(activate, line_then_switching_then_marker)
 {
     running_filter filter;
     filter.before("kill", 1, [] {
-        EXPECT_FALSE(exists(marker));
+        EXPECT_FALSE(exists(filter_marker));
         EXPECT_EQ(appcf_log(), enabled);
     });
     filter.before("kill", 2, [] {
-        EXPECT_TRUE(exists(marker));
+        EXPECT_TRUE(exists(filter_marker));
         EXPECT_EQ(appcf_log(), std::string(enabled) + disabled);
     });
     write_file(safe_browsing_file, "1\n");
     EXPECT_EQ(utm_cf_activate(), 0);
-    EXPECT_TRUE(exists(marker));
+    EXPECT_TRUE(exists(filter_marker));
     std::filesystem::remove(command_file);
     write_file(safe_browsing_file, "0\n");
     EXPECT_EQ(utm_cf_activate(), 0);
-    EXPECT_FALSE(exists(marker));
+    EXPECT_FALSE(exists(filter_marker));
     EXPECT_EQ(filter.count("kill"), 2);
 }
 
@@ -265,9 +265,9 @@ TEST(activate, unreadable_safe_browsing_file_stops_before_the_other)
     running_filter filter;
     make_unreadable(safe_browsing_file);
     make_unreadable(category_file);
-    write_file(marker, "");
+    write_file(filter_marker, "");
     expect_failure(utm_cf_activate(), ENXIO);
-    EXPECT_TRUE(exists(marker));
+    EXPECT_TRUE(exists(filter_marker));
     EXPECT_EQ(filter.count("kill"), 0);
     EXPECT_EQ(appcf_log(), "[utm_cf_activate]open /tmp/web_safe_browsing_activate fail\n");
 }
@@ -285,7 +285,7 @@ TEST(activate, marker_that_cannot_be_created_is_no_failure)
 {
     running_filter filter;
     write_file(safe_browsing_file, "1\n");
-    filter.before("kill", 1, [] { std::filesystem::create_directory(marker); });
+    filter.before("kill", 1, [] { std::filesystem::create_directory(filter_marker); });
     EXPECT_EQ(utm_cf_activate(), 0);
     EXPECT_EQ(content_of(kernel_enable), "1\n");
 }

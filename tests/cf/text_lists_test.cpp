@@ -2,6 +2,7 @@
 
 #include "kqutm/cf.h"
 
+#include "tests/sandbox/paths.h"
 #include "tests/sandbox/rules.h"
 
 #include <gtest/gtest.h>
@@ -99,7 +100,7 @@ TEST_P(text_lists, registry_is_not_asked)
     wrap::plan plan;
     EXPECT_EQ(GetParam()("a.example"), 0);
     EXPECT_EQ(plan.count("ftok"), 0);
-    EXPECT_FALSE(exists("/tmp/utm_user_profile_shm"));
+    EXPECT_FALSE(exists(registry_marker));
 }
 
 TEST_P(text_lists, refusal_leaves_no_line_of_its_own)

@@ -2,6 +2,7 @@
 
 #include "tests/sandbox/files.h"
 #include "tests/sandbox/key_file.h"
+#include "tests/sandbox/paths.h"
 #include "tests/wrap/wrap.h"
 
 #include <cerrno>
@@ -15,7 +16,6 @@ namespace {
 
 using calls = std::vector<std::string>;
 
-constexpr char key_file[] = "/usr/lib/libkqutm.so";
 constexpr int size = 256;
 
 std::string common_log()
@@ -322,7 +322,7 @@ TEST(uuid, registry_is_another_segment_with_another_lock)
     wrap::plan plan;
     ASSERT_EQ(utm_uuid_set("abc"), 0);
     EXPECT_EQ(plan.calls("ftok"), (calls{"ftok(/usr/lib/libkqutm.so, 106)", "ftok(/usr/lib/libkqutm.so, 113)"}));
-    EXPECT_FALSE(exists("/tmp/utm_user_profile_shm"));
+    EXPECT_FALSE(exists(registry_marker));
 }
 
 } // namespace

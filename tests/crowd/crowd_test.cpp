@@ -6,12 +6,11 @@
 #include "tests/crowd/aftermath.h"
 #include "tests/crowd/deeds.h"
 #include "tests/engines/engines.h"
+#include "tests/sandbox/held.h"
 #include "tests/sandbox/registry.h"
 #include "tests/sandbox/shared.h"
 
 #include <csignal>
-#include <filesystem>
-#include <fstream>
 #include <gtest/gtest.h>
 #include <sys/time.h>
 #include <sys/wait.h>
@@ -58,12 +57,7 @@ void prepare_gateway()
 
 long held_by_this_process()
 {
-    namespace fs = std::filesystem;
-    long count = std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator());
-    std::ifstream maps("/proc/self/maps");
-    for (std::string line; std::getline(maps, line);)
-        count += line.find("/SYSV") != std::string::npos ? 1 : 0;
-    return count;
+    return open_descriptors() + attached_segments();
 }
 
 // Signals arrive all the time, and interrupt whatever can be interrupted.

@@ -4,6 +4,7 @@
 #include "kqutm/daemon.h"
 #include "kqutm/registry.h"
 
+#include "tests/sandbox/held.h"
 #include "tests/wrap/wrap.h"
 
 #include <algorithm>
@@ -25,22 +26,6 @@ namespace {
 constexpr int most_calls = 40; // of one function in one operation: 22 attempts to connect, and some
 
 constexpr unsigned longest_wait = 60; // seconds: a call that waits for ever ends the process
-
-long open_descriptors()
-{
-    namespace fs = std::filesystem;
-    return std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator());
-}
-
-// The System V segments that this process has attached.
-long attachments()
-{
-    std::ifstream maps("/proc/self/maps");
-    long count = 0;
-    for (std::string line; std::getline(maps, line);)
-        count += line.find("/SYSV") != std::string::npos ? 1 : 0;
-    return count;
-}
 
 std::vector<int> semaphore_sets()
 {
@@ -64,7 +49,7 @@ long locks()
 // What a process holds; as a text, what it holds more than before.
 struct holdings {
     long descriptors = open_descriptors();
-    long attached = attachments();
+    long attached = attached_segments();
     long locked = locks();
     long blocks = 0;
 

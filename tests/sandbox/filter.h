@@ -1,19 +1,11 @@
 #pragma once
 
+#include "tests/sandbox/paths.h"
 #include "tests/sandbox/rules.h"
 
 #include <sys/stat.h>
 
-// The files of the content filter, as the tests of its switches see them.
-
-inline constexpr char safe_browsing_file[] = "/tmp/web_safe_browsing_activate";
-inline constexpr char category_file[] = "/tmp/web_category_activate";
-inline constexpr char marker[] = "/tmp/cf_activate";
-inline constexpr char kernel_enable[] = "/proc/net/cfilter_enable";
-inline constexpr char kernel_hdf_enable[] = "/proc/net/cfilter_hdf_enable";
-inline constexpr char kernel_redirect_url[] = "/proc/net/cfilter_redirect_url";
-inline constexpr char pid_file[] = "/var/run/contfltd.pid";
-inline constexpr char command_file[] = "/var/run/contfltd.cmd";
+// What the tests of the content filter's switches have in common.
 
 // A plan under which the content-filter daemon runs as process 4711, which no signal reaches, and nothing sleeps.
 class running_filter : public impatient {

@@ -21,15 +21,6 @@ inline constexpr id_table_of_kind tables[] = {{UTM_ID_USER_PROFILE, profiles},
                                               {4, app_policies},
                                               {0xffffffff, app_policies}};
 
-// Registers 256 identifiers from 1 on.
-inline void fill(size_t table)
-{
-    std::map<size_t, uint32_t> all;
-    for (uint32_t i = 0; i < 256; i++)
-        all[table + i] = i + 1;
-    set_slots(all);
-}
-
 inline size_t taken_slots()
 {
     size_t taken = 0;

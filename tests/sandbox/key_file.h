@@ -1,6 +1,7 @@
 #pragma once
 
 #include "tests/sandbox/files.h"
+#include "tests/sandbox/paths.h"
 
 #include <cerrno>
 #include <cstring>
@@ -39,7 +40,7 @@ public:
     missing_key_file()
     {
         EXPECT_EQ(umount2("/usr/lib", MNT_DETACH), 0) << strerror(errno);
-        EXPECT_NE(access("/usr/lib/libkqutm.so", F_OK), 0);
+        EXPECT_NE(access(key_file, F_OK), 0);
     }
 };
 
@@ -59,6 +60,6 @@ public:
     replaced_key_file()
     {
         write_file("/tmp/newer_library", "");
-        EXPECT_EQ(mount("/tmp/newer_library", "/usr/lib/libkqutm.so", nullptr, MS_BIND, nullptr), 0) << strerror(errno);
+        EXPECT_EQ(mount("/tmp/newer_library", key_file, nullptr, MS_BIND, nullptr), 0) << strerror(errno);
     }
 };

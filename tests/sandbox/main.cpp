@@ -2,18 +2,11 @@
 // has just been booted. A machine that refuses private namespaces fails the program.
 
 #include "sim/namespaces.h"
+#include "tests/sandbox/held.h"
 
-#include <filesystem>
 #include <gtest/gtest.h>
-#include <iterator>
 
 namespace {
-
-long open_descriptors()
-{
-    namespace fs = std::filesystem;
-    return std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator());
-}
 
 class fresh_gateway : public testing::EmptyTestEventListener {
     void OnTestStart(const testing::TestInfo&) override

@@ -38,13 +38,6 @@ inline bool is_registered(uint32_t id)
     return std::find(all.begin(), all.begin() + 256, id) != all.begin() + 256;
 }
 
-// Registers identifiers without clearing them at the first use.
-inline void register_ids(const std::map<size_t, uint32_t>& values)
-{
-    write_file("/tmp/utm_user_profile_shm", "");
-    set_slots(values);
-}
-
 // A plan under which no test waits for an absent daemon.
 class impatient : public wrap::plan {
 public:

@@ -1,5 +1,8 @@
 #include "tests/sandbox/registry.h"
 
+#include "tests/sandbox/files.h"
+#include "tests/sandbox/paths.h"
+
 #include <cstdio>
 #include <cstdlib>
 #include <sys/ipc.h>
@@ -8,7 +11,6 @@
 
 namespace {
 
-constexpr char key_file[] = "/usr/lib/libkqutm.so";
 constexpr size_t slot_count = 1280;
 
 class segment {
@@ -52,6 +54,20 @@ void set_slots(const std::map<size_t, uint32_t>& values)
     segment all;
     for (auto [number, value] : values)
         all.begin()[number] = value;
+}
+
+void register_ids(const std::map<size_t, uint32_t>& values)
+{
+    write_file(registry_marker, "");
+    set_slots(values);
+}
+
+std::map<size_t, uint32_t> full(size_t array)
+{
+    std::map<size_t, uint32_t> all;
+    for (uint32_t i = 0; i < 256; i++)
+        all[array + i] = i + 1;
+    return all;
 }
 
 int semaphore()

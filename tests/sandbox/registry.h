@@ -21,6 +21,12 @@ slots all_slots();
 uint32_t slot(size_t number);
 void set_slots(const std::map<size_t, uint32_t>& values);
 
+// The same in a registry that the first use does not clear.
+void register_ids(const std::map<size_t, uint32_t>& values);
+
+// The identifiers 1 to 256, which fill an array.
+std::map<size_t, uint32_t> full(size_t array);
+
 // The registry's semaphore; it is created with value 1 where there is none.
 int semaphore();
 int semaphore_value();

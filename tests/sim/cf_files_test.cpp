@@ -2,6 +2,7 @@
 
 #include "sim/gateway.h"
 #include "tests/sandbox/files.h"
+#include "tests/sandbox/paths.h"
 #include "tests/sim/client.h"
 
 #include <cctype>
@@ -18,9 +19,6 @@ using client::bytes;
 using sim::json;
 
 namespace fs = std::filesystem;
-
-constexpr char command_file[] = "/var/run/contfltd.cmd";
-constexpr char pid_file[] = "/var/run/contfltd.pid";
 
 pid_t daemon_process()
 {
@@ -142,7 +140,7 @@ json kernel(const sim::gateway& gateway)
 TEST(cf_kernel, is_shown_as_its_files_are)
 {
     const sim::gateway gateway;
-    write_file("/proc/net/cfilter_enable", "1\n");
+    write_file(kernel_enable, "1\n");
     write_file("/proc/net/cfilter_hdf_enable", "yes\n");
     write_file("/proc/net/cfilter_redirect_url", "http://192.168.1.1/blocked");
     EXPECT_EQ(kernel(gateway).dump(),
@@ -159,16 +157,16 @@ TEST(cf_kernel, has_no_redirect_page_after_a_zero_byte)
 TEST(cf_kernel, may_be_missing)
 {
     const sim::gateway gateway;
-    fs::rename("/proc/net/cfilter_enable", "/proc/net/away");
+    fs::rename(kernel_enable, "/proc/net/away");
     EXPECT_EQ(kernel(gateway).at("enable"), nullptr);
-    fs::rename("/proc/net/away", "/proc/net/cfilter_enable");
+    fs::rename("/proc/net/away", kernel_enable);
 }
 
 TEST(cf_kernel, starts_as_the_scenario_says)
 {
     const json state = {{"kernel", {{"enable", "1"}, {"redirect_url", "http://192.168.1.1/"}}}};
     const sim::gateway gateway({.start = sim::scenario_from(json{{"cf", {{"state", state}}}}, "home")});
-    EXPECT_EQ(content_of("/proc/net/cfilter_enable"), "1\n");
+    EXPECT_EQ(content_of(kernel_enable), "1\n");
     EXPECT_EQ(content_of("/proc/net/cfilter_hdf_enable"), "no\n");
     EXPECT_EQ(content_of("/proc/net/cfilter_redirect_url"), "http://192.168.1.1/\n");
 }

@@ -1,5 +1,6 @@
 #include "tests/sandbox/config_daemons.h"
 #include "tests/sandbox/files.h"
+#include "tests/sandbox/paths.h"
 #include "tests/sandbox/registry.h"
 #include "tests/sandbox/terminal.h"
 #include "tests/utmctl/run.h"
@@ -185,7 +186,7 @@ TEST(batch, it_can_be_rehearsed)
         << result;
     EXPECT_EQ(result.err, rehearsed_apart);
     EXPECT_EQ(batch("registry clear\n", "--dry-run -q").err, "");
-    EXPECT_FALSE(exists("/tmp/utm_user_profile_shm"));
+    EXPECT_FALSE(exists(registry_marker));
 }
 
 TEST(batch, a_rehearsal_goes_on_to_the_last_line)

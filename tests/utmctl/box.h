@@ -1,6 +1,7 @@
 #pragma once
 
 #include "tests/sandbox/key_file.h"
+#include "tests/sandbox/paths.h"
 #include "tests/sandbox/registry.h"
 #include "tests/utmctl/run.h"
 #include "tests/utmctl/seven_daemons.h"
@@ -10,18 +11,8 @@
 
 // A box on which all is well, to be broken.
 
-inline constexpr char key_path[] = "/usr/lib/libkqutm.so";
-inline constexpr char registry_marker[] = "/tmp/utm_user_profile_shm";
 inline constexpr char log_folder[] = "/tmp/utm_log";
 inline constexpr char log_file[] = "/tmp/utm_log/utm_libips_log";
-
-inline constexpr char safe_browsing_file[] = "/tmp/web_safe_browsing_activate";
-inline constexpr char category_file[] = "/tmp/web_category_activate";
-inline constexpr char filter_marker[] = "/tmp/cf_activate";
-inline constexpr char kernel_enable[] = "/proc/net/cfilter_enable";
-inline constexpr char kernel_hdf_enable[] = "/proc/net/cfilter_hdf_enable";
-inline constexpr char pid_file[] = "/var/run/contfltd.pid";
-inline constexpr char command_file[] = "/var/run/contfltd.cmd";
 
 inline constexpr char doctor_line[] = "doctor --timeout 30";
 

@@ -2,6 +2,7 @@
 #include "tests/sandbox/config_daemons.h"
 #include "tests/sandbox/files.h"
 #include "tests/sandbox/key_file.h"
+#include "tests/sandbox/registry.h"
 #include "tests/utmctl/engines.h"
 #include "tests/utmctl/records.h"
 #include "tests/utmctl/run.h"
@@ -93,10 +94,7 @@ TEST(call, ends_with_6_where_the_registry_alone_is_asked)
 
 TEST(call, finds_0_unknown_where_no_slot_is_free)
 {
-    std::map<size_t, uint32_t> full;
-    for (size_t slot = 0; slot < 256; ++slot)
-        full[slot] = 1;
-    register_ids(full);
+    register_ids(full(profiles));
     EXPECT_EQ(utmctl("call check_shm_utm_id 0 1").err,
               "utmctl: check_shm_utm_id returned -1: errno is ENOENT: profile 0 is not registered; 'utmctl describe "
               "check_shm_utm_id' tells more\n");

@@ -1,3 +1,4 @@
+#include "tests/sandbox/registry.h"
 #include "tests/utmctl/box.h"
 #include "tests/utmctl/ended_process.h"
 #include "tests/utmctl/stopped_daemon.h"
@@ -137,7 +138,7 @@ const broken_box boxes[] = {
      [](kept& alive) -> diagnosis {
          alive = whole_box();
          register_ids({{0, 7}, {512, 70}});
-         const int id = shmget(ftok(key_path, 'a'), 0, 0);
+         const int id = shmget(ftok(key_file, 'a'), 0, 0);
          alive.push_back(std::make_shared<replaced_key_file>());
          return {
              "error", "left-behind",
@@ -149,7 +150,7 @@ const broken_box boxes[] = {
     {"segment_of_another_program",
      [](kept& alive) -> diagnosis {
          alive = whole_box();
-         const int id = shmget(ftok(key_path, 'q'), 100, IPC_CREAT | 0666);
+         const int id = shmget(ftok(key_file, 'q'), 100, IPC_CREAT | 0666);
          return {"error", "segments",
                  "the store of the UUID (shared memory " + std::to_string(id) +
                      ") has 100 bytes instead of 256, so another program made it",
@@ -159,7 +160,7 @@ const broken_box boxes[] = {
     {"segment_closed_to_others",
      [](kept& alive) -> diagnosis {
          alive = whole_box();
-         const int id = shmget(ftok(key_path, 'a'), 5120, IPC_CREAT | 0600);
+         const int id = shmget(ftok(key_file, 'a'), 5120, IPC_CREAT | 0600);
          write_file(registry_marker, "");
          return {"warning", "segments",
                  "the ID registry (shared memory " + std::to_string(id) + ") is closed to programs of other users",
@@ -202,7 +203,7 @@ const broken_box boxes[] = {
     {"lock_closed_to_others",
      [](kept& alive) -> diagnosis {
          alive = whole_box();
-         semctl(semget(ftok(key_path, 'j'), 1, IPC_CREAT | 0600), 0, SETVAL, 1L);
+         semctl(semget(ftok(key_file, 'j'), 1, IPC_CREAT | 0600), 0, SETVAL, 1L);
          return {"warning", "locks", "the lock of the UUID is closed to programs of other users",
                  "restart the gateway"};
      }},

@@ -1,5 +1,6 @@
 #include "kqutm/common.h"
 
+#include "tests/sandbox/registry.h"
 #include "tests/utmctl/box.h"
 
 #include <filesystem>
@@ -140,7 +141,7 @@ TEST(doctor, an_empty_registry_of_an_older_library_is_a_note)
 {
     const kept alive = whole_box();
     set_slots({});
-    const int id = shmget(ftok(key_path, 'a'), 0, 0);
+    const int id = shmget(ftok(key_file, 'a'), 0, 0);
     const replaced_key_file replaced;
     EXPECT_EQ(
         utmctl(doctor_line),
@@ -165,7 +166,7 @@ TEST(doctor, an_empty_registry_that_was_never_cleared_is_a_note)
 // What utmctl finds on a box where its library has another text in its note.
 run_result doctor_with_library(const std::string& text, const std::string& other)
 {
-    std::string library = content_of(key_path);
+    std::string library = content_of(key_file);
     const size_t at = library.find(text);
     EXPECT_NE(at, std::string::npos);
     library.replace(at, text.size(), other);

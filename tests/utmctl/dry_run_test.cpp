@@ -4,6 +4,7 @@
 #include "tests/sandbox/config_daemons.h"
 #include "tests/sandbox/files.h"
 #include "tests/sandbox/key_file.h"
+#include "tests/sandbox/paths.h"
 #include "tests/sandbox/registry.h"
 #include "tests/utmctl/run.h"
 
@@ -17,7 +18,6 @@ namespace {
 namespace fs = std::filesystem;
 using sim::json;
 
-constexpr char cf_command_file[] = "/var/run/contfltd.cmd";
 constexpr char end_line[] = "nothing was sent and nothing changed; every daemon is taken to accept\n";
 
 using snapshot = std::map<std::string, std::string>;
@@ -83,7 +83,7 @@ slots with_steps(slots before, const json& steps)
 
 void await_taken_command()
 {
-    while (exists(cf_command_file))
+    while (exists(command_file))
         usleep(1000);
 }
 
@@ -209,7 +209,7 @@ TEST_F(dry_run, a_gateway_that_was_never_used_stays_so)
 
 TEST_F(dry_run, it_tells_files_commands_and_signals)
 {
-    const std::string daemon = content_of("/var/run/contfltd.pid");
+    const std::string daemon = content_of(pid_file);
     EXPECT_EQ(utmctl("-q --dry-run cf safe-browsing on"),
               (run_result{0,
                           "shell: echo 1 > /tmp/web_safe_browsing_activate\n"

@@ -2,6 +2,7 @@
 #include "tests/sandbox/config_daemons.h"
 #include "tests/sandbox/files.h"
 #include "tests/sandbox/key_file.h"
+#include "tests/sandbox/registry.h"
 #include "tests/utmctl/run.h"
 #include "tests/utmctl/stopped_lock_holder.h"
 

@@ -1,4 +1,5 @@
 #include "tests/sandbox/files.h"
+#include "tests/sandbox/paths.h"
 #include "tests/sandbox/registry.h"
 #include "tests/utmctl/profile_texts.h"
 #include "tests/utmctl/records.h"
@@ -13,23 +14,19 @@
 
 namespace {
 
-constexpr char enable_file[] = "/proc/net/cfilter_enable";
-constexpr char hdf_file[] = "/proc/net/cfilter_hdf_enable";
-constexpr char page_file[] = "/proc/net/cfilter_redirect_url";
-
 TEST(filter, an_engine_is_switched_on_and_off)
 {
     const config_daemons daemons;
     EXPECT_EQ(utmctl("cf safe-browsing on"), (run_result{0, "safe browsing switched on\n", ""}));
     EXPECT_EQ(daemons.request_of(cf_path), request_record(cf_path, 18, words_body({1})));
-    EXPECT_EQ(content_of(enable_file) + content_of(hdf_file), "1\nyes\n");
+    EXPECT_EQ(content_of(kernel_enable) + content_of(kernel_hdf_enable), "1\nyes\n");
     EXPECT_EQ(utmctl("-j cf web-category 5"),
               (run_result{0, done_line("cf web-category", R"({"switch":5,"filter":"on"})"), ""}));
     EXPECT_EQ(daemons.request_of(cf_path), request_record(cf_path, 20, words_body({5})));
     EXPECT_EQ(utmctl("cf web-category off"), (run_result{0, "web-category filtering switched off\n", ""}));
     EXPECT_EQ(utmctl("-j cf safe-browsing off"),
               (run_result{0, done_line("cf safe-browsing", R"({"switch":0,"filter":"off"})"), ""}));
-    EXPECT_EQ(content_of(enable_file) + content_of(hdf_file), "0\nno\n");
+    EXPECT_EQ(content_of(kernel_enable) + content_of(kernel_hdf_enable), "0\nno\n");
 }
 
 TEST(filter, a_refused_engine_tells_what_holds_the_value)
@@ -60,25 +57,25 @@ TEST(filter, the_whole_follows_its_engines)
     EXPECT_EQ(utmctl("cf activate"), (run_result{0, "the filter as a whole switched off\n", ""}));
     write_file("/tmp/web_category_activate", "1\n");
     EXPECT_EQ(utmctl("-j cf activate"), (run_result{0, done_line("cf activate", R"({"filter":"on"})"), ""}));
-    EXPECT_TRUE(exists("/tmp/cf_activate"));
-    EXPECT_EQ(content_of(enable_file), "1\n");
+    EXPECT_TRUE(exists(filter_marker));
+    EXPECT_EQ(content_of(kernel_enable), "1\n");
 }
 
 TEST(filter, the_kernel_is_switched_alone)
 {
     EXPECT_EQ(utmctl("cf switch-kernel 2"), (run_result{0, "the kernel's filter switched to 2\n", ""}));
-    EXPECT_EQ(content_of(enable_file) + content_of(hdf_file), "2\nyes\n");
+    EXPECT_EQ(content_of(kernel_enable) + content_of(kernel_hdf_enable), "2\nyes\n");
     EXPECT_EQ(utmctl("-j cf switch-kernel off"), (run_result{0, done_line("cf switch-kernel", R"({"mode":0})"), ""}));
-    EXPECT_EQ(content_of(enable_file) + content_of(hdf_file), "0\nno\n");
-    EXPECT_FALSE(exists("/tmp/cf_activate"));
+    EXPECT_EQ(content_of(kernel_enable) + content_of(kernel_hdf_enable), "0\nno\n");
+    EXPECT_FALSE(exists(filter_marker));
 }
 
 TEST(filter, the_redirect_page_is_set_and_cleared)
 {
     EXPECT_EQ(utmctl("cf redirect-page http://gateway/blocked"), (run_result{0, "the redirect page set\n", ""}));
-    EXPECT_EQ(content_of(page_file), "http://gateway/blocked");
+    EXPECT_EQ(content_of(kernel_redirect_url), "http://gateway/blocked");
     EXPECT_EQ(utmctl("-j cf redirect-page"), (run_result{0, done_line("cf redirect-page", R"({"page":""})"), ""}));
-    EXPECT_EQ(content_of(page_file).front(), '\0');
+    EXPECT_EQ(content_of(kernel_redirect_url).front(), '\0');
     const std::string too_long(1024, 'p');
     EXPECT_EQ(utmctl("cf redirect-page " + too_long),
               refused(2, "cf redirect-page: TEXT: '" + too_long +
@@ -88,14 +85,14 @@ TEST(filter, the_redirect_page_is_set_and_cleared)
 // The same status as that of the function that is called by hand.
 TEST(filter, a_redirect_page_that_the_system_refuses)
 {
-    write_file(page_file, "");
-    chmod(page_file, 0644);
+    write_file(kernel_redirect_url, "");
+    chmod(kernel_redirect_url, 0644);
     const run_result closed = refused(1, "the redirect page was not set: the kernel's file "
                                          "(/proc/net/cfilter_redirect_url) cannot be written: Permission denied; see "
                                          "that it is a file that may be written, and run the command as root\n");
     EXPECT_EQ(utmctl_of_another_user("cf redirect-page page").value_or(closed), closed);
-    std::filesystem::remove(page_file);
-    std::filesystem::create_directory(page_file);
+    std::filesystem::remove(kernel_redirect_url);
+    std::filesystem::create_directory(kernel_redirect_url);
     EXPECT_EQ(utmctl("cf redirect-page page"),
               refused(1, "the redirect page was not set: the kernel's file (/proc/net/cfilter_redirect_url) cannot be "
                          "written: Is a directory; see that it is a file that may be written, and run the command as "
@@ -233,7 +230,7 @@ TEST(reset, does_everything_in_order)
 {
     const config_daemons daemons;
     register_ids({{0, 7}});
-    write_file("/tmp/cf_activate", "");
+    write_file(filter_marker, "");
     EXPECT_EQ(utmctl("reset --yes"), (run_result{0,
                                                  "profile 7 deleted\n"
                                                  "the content filter flushed\n"
@@ -243,7 +240,7 @@ TEST(reset, does_everything_in_order)
                                                  ""}));
     EXPECT_EQ(daemons.told(),
               (std::vector<std::string>{cf_path, app_path, user_profile_path, cf_path, cf_path, cf_path, app_path}));
-    EXPECT_FALSE(exists("/tmp/cf_activate"));
+    EXPECT_FALSE(exists(filter_marker));
     EXPECT_EQ(utmctl("-j reset --yes"),
               (run_result{0,
                           done_line("reset", R"([{"step":"profiles","status":"done","profiles":[]},)"

@@ -46,10 +46,7 @@ TEST(policy, an_identifier_that_is_taken_is_refused)
 
 TEST(policy, a_full_registry_refuses)
 {
-    std::map<size_t, uint32_t> all;
-    for (uint32_t slot = 0; slot < 256; ++slot)
-        all[app_policies + slot] = slot + 1;
-    register_ids(all);
+    register_ids(full(app_policies));
     EXPECT_EQ(utmctl("app create-policy 7000"),
               refused(1, "application policy 7000 was not created: the ID registry holds 256 of them, and has no free "
                          "slot; delete one that is not needed any more\n"));

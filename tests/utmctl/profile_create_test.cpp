@@ -1,5 +1,6 @@
 #include "tests/sandbox/config_daemons.h"
 #include "tests/sandbox/files.h"
+#include "tests/sandbox/paths.h"
 #include "tests/sandbox/registry.h"
 #include "tests/utmctl/profile_texts.h"
 #include "tests/utmctl/run.h"
@@ -68,10 +69,7 @@ TEST(profile_create, an_identifier_that_is_taken_is_refused)
 TEST(profile_create, a_full_registry_refuses)
 {
     const config_daemons daemons;
-    std::map<size_t, uint32_t> all;
-    for (uint32_t slot = 0; slot < 256; ++slot)
-        all[slot] = slot + 1;
-    register_ids(all);
+    register_ids(full(profiles));
     EXPECT_EQ(
         utmctl("profile create 7000"),
         refused(1, "profile 7000 was not created: the ID registry holds 256 of them, and has no free slot; delete one "
@@ -225,7 +223,7 @@ TEST(profile_create, the_deadline_ends_a_call)
 TEST(profile_create, a_failed_first_clearing_is_told)
 {
     const config_daemons daemons;
-    ASSERT_EQ(symlink("/proc/no/such/file", "/tmp/utm_user_profile_shm"), 0);
+    ASSERT_EQ(symlink("/proc/no/such/file", registry_marker), 0);
     EXPECT_EQ(
         utmctl("profile create 7"),
         refused(5,

@@ -91,10 +91,7 @@ INSTANTIATE_TEST_SUITE_P(slots, audit_of, testing::ValuesIn(cases),
 TEST(registry_audit, finds_a_full_kind)
 {
     const config_daemons daemons;
-    std::map<size_t, uint32_t> all;
-    for (uint32_t i = 0; i < 256; ++i)
-        all[i] = i + 1;
-    register_ids(all);
+    register_ids(full(profiles));
     EXPECT_EQ(
         utmctl(line),
         (run_result{10,

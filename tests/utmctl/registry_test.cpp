@@ -1,4 +1,5 @@
 #include "tests/sandbox/files.h"
+#include "tests/sandbox/paths.h"
 #include "tests/sandbox/registry.h"
 #include "tests/utmctl/run.h"
 #include "tests/utmctl/stopped_lock_holder.h"
@@ -6,8 +7,6 @@
 #include <gtest/gtest.h>
 
 namespace {
-
-constexpr char marker[] = "/tmp/utm_user_profile_shm";
 
 TEST(registry, show_lists_every_slot_in_use)
 {
@@ -39,7 +38,7 @@ TEST(registry, show_clears_nothing)
                   "profile    0  7         -          -\n"
                   "not cleared since the gateway started: the first profile or policy that is created will clear it\n",
                   ""}));
-    EXPECT_FALSE(exists(marker));
+    EXPECT_FALSE(exists(registry_marker));
 }
 
 TEST(registry, check_tells_by_its_status)

@@ -1,8 +1,5 @@
 #include "tests/utmctl/run.h"
 
-#include "tests/sandbox/files.h"
-#include "tests/sandbox/registry.h"
-
 #include <csignal>
 #include <fstream>
 #include <gtest/gtest.h>
@@ -112,10 +109,4 @@ std::optional<run_result> utmctl_of_another_user(const std::string& line)
         told = utmctl(line);
     setresuid(0, 0, 0);
     return told;
-}
-
-void register_ids(const std::map<size_t, uint32_t>& values)
-{
-    write_file("/tmp/utm_user_profile_shm", "");
-    set_slots(values);
 }

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <cstdint>
-#include <map>
 #include <optional>
 #include <ostream>
 #include <string>
@@ -63,6 +61,3 @@ run_result utmctl(const std::string& line);
 
 // The same for a user without rights; nothing where only the superuser may run it, or nobody else exists.
 std::optional<run_result> utmctl_of_another_user(const std::string& line);
-
-// Registers identifiers and bindings, in a registry that the first use does not clear.
-void register_ids(const std::map<size_t, uint32_t>& values);

@@ -1,5 +1,6 @@
 #include "tests/sandbox/config_daemons.h"
 #include "tests/sandbox/files.h"
+#include "tests/sandbox/registry.h"
 #include "tests/utmctl/profile_texts.h"
 #include "tests/utmctl/run.h"
 

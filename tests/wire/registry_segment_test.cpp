@@ -1,4 +1,5 @@
 #include "tests/sandbox/config_daemons.h"
+#include "tests/sandbox/paths.h"
 #include "tests/sandbox/registry.h"
 #include "tests/wire/exchange.h"
 
@@ -14,8 +15,6 @@ int get_unique_id(uint32_t id, uint32_t kind);
 }
 
 namespace {
-
-constexpr char key_file[] = "/usr/lib/libkqutm.so";
 
 // The bytes of the segment that the library has created.
 sim::bytes segment()
