@@ -7,29 +7,43 @@
 #include "tests/utmctl/seven_daemons.h"
 #include "tests/utmctl/stopped_lock_holder.h"
 
+#include <memory>
 #include <sys/stat.h>
-
-// A box on which all is well, to be broken.
+#include <utility>
 
 inline constexpr char log_folder[] = "/tmp/utm_log";
 inline constexpr char log_file[] = "/tmp/utm_log/utm_libips_log";
 
 inline constexpr char doctor_line[] = "doctor --timeout 30";
 
-// What keeps a box as it is, in the order in which it was built.
-using kept = std::vector<std::shared_ptr<void>>;
+// A box on which all is well, to be broken.
+class whole_box {
+public:
+    // The daemon at the path is missing.
+    explicit whole_box(const std::string& without = "")
+    {
+        write_file(pid_file, std::to_string(getpid()) + "\n");
+        keep<seven_daemons>(std::vector<std::string>{without});
+    }
+    whole_box(const whole_box&) = delete;
+    whole_box& operator=(const whole_box&) = delete;
+    ~whole_box()
+    {
+        while (!kept_.empty())
+            kept_.pop_back();
+    }
 
-inline kept whole_box()
-{
-    write_file(pid_file, std::to_string(getpid()) + "\n");
-    return {std::make_shared<seven_daemons>()};
-}
+    // Makes what lasts as long as the box; what came last goes first.
+    template <class Kept, class... Arguments> Kept& keep(Arguments&&... arguments)
+    {
+        const auto one = std::make_shared<Kept>(std::forward<Arguments>(arguments)...);
+        kept_.push_back(one);
+        return *one;
+    }
 
-inline kept box_without(const std::string& path)
-{
-    write_file(pid_file, std::to_string(getpid()) + "\n");
-    return {std::make_shared<seven_daemons>(std::vector<std::string>{path})};
-}
+private:
+    std::vector<std::shared_ptr<void>> kept_;
+};
 
 inline std::string process(pid_t number)
 {

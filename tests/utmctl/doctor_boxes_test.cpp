@@ -24,7 +24,8 @@ struct diagnosis {
 
 struct broken_box {
     const char* name;
-    diagnosis (*make)(kept& alive);
+    diagnosis (*spoil)(whole_box& box);
+    const char* without = ""; // the path of a daemon that is missing
     const char* line = doctor_line;
 };
 
@@ -53,81 +54,75 @@ void mount_read_only(const char* folder)
 
 const broken_box boxes[] = {
     {"absent_socket",
-     [](kept& alive) -> diagnosis {
-         alive = box_without(ips.path);
+     [](whole_box&) -> diagnosis {
          return {"error", "sockets",
                  "the socket /tmp/utm_ips of the IPS daemon cannot be found: No such file or directory",
                  "start the IPS daemon"};
-     }},
+     },
+     ips.path},
     {"socket_of_a_dead_daemon",
-     [](kept& alive) -> diagnosis {
-         alive = box_without(ir.path);
+     [](whole_box&) -> diagnosis {
          leave_socket(ir.path);
          return {"error", "sockets",
                  "nobody listens at /tmp/utm_ir: the IR daemon has ended and left its socket behind",
                  "start the IR daemon again"};
-     }},
+     },
+     ir.path},
     {"file_in_place_of_a_socket",
-     [](kept& alive) -> diagnosis {
-         alive = box_without(av.path);
+     [](whole_box&) -> diagnosis {
          write_file(av.path, "");
          return {"error", "sockets", "/tmp/utm_av is not a socket, so nobody reaches the anti-virus daemon",
                  "remove it and start the anti-virus daemon again"};
-     }},
+     },
+     av.path},
     {"daemon_that_hangs",
-     [](kept& alive) -> diagnosis {
-         alive = box_without(devid.path);
-         alive.push_back(std::make_shared<engine_daemon>(devid, sim::script{sim::receive(), sim::await_close()}));
+     [](whole_box& box) -> diagnosis {
+         box.keep<engine_daemon>(devid, sim::script{sim::receive(), sim::await_close()});
          return {"error", "sockets", "the device-identification daemon (/tmp/utm_devid) did not answer in time",
                  "find out why the device-identification daemon hangs, or start it again"};
      },
-     "doctor --timeout 1"},
+     devid.path, "doctor --timeout 1"},
     {"daemon_that_is_stopped",
-     [](kept& alive) -> diagnosis {
-         alive = box_without(ips.path);
-         const auto daemon = std::make_shared<stopped_daemon>(ips.path);
-         alive.push_back(daemon);
+     [](whole_box& box) -> diagnosis {
+         const auto& daemon = box.keep<stopped_daemon>(ips.path);
          return {"error", "sockets",
-                 "the IPS daemon (/tmp/utm_ips) did not answer in time: " + process(daemon->process()) + " is stopped",
-                 "continue it with 'kill -CONT " + std::to_string(daemon->process()) + "'"};
+                 "the IPS daemon (/tmp/utm_ips) did not answer in time: " + process(daemon.process()) + " is stopped",
+                 "continue it with 'kill -CONT " + std::to_string(daemon.process()) + "'"};
      },
-     "doctor --timeout 1"},
+     ips.path, "doctor --timeout 1"},
     {"daemon_of_another_version",
-     [](kept& alive) -> diagnosis {
-         alive = box_without(app_path);
-         alive.push_back(std::make_shared<sim::scripted_daemon>(app_path, answer(records{sim::bytes(831)})));
+     [](whole_box& box) -> diagnosis {
+         box.keep<sim::scripted_daemon>(app_path, answer(records{sim::bytes(831)}));
          return {"error", "sockets",
                  "the application daemon (/dev/utm_app_config_socket) answered with a record of the wrong size",
                  "check that the application daemon and the library are of one version"};
-     }},
+     },
+     app_path},
     {"daemon_that_breaks_off",
-     [](kept& alive) -> diagnosis {
-         alive = box_without(ips.path);
-         alive.push_back(std::make_shared<engine_daemon>(ips, sim::script{sim::receive()}));
+     [](whole_box& box) -> diagnosis {
+         box.keep<engine_daemon>(ips, sim::script{sim::receive()});
          return {"error", "sockets", "the IPS daemon (/tmp/utm_ips) ended the connection without an answer",
                  "find out why the IPS daemon breaks off, or start it again"};
-     }},
+     },
+     ips.path},
     {"user_profile_daemon_that_is_stopped",
-     [](kept& alive) -> diagnosis {
-         alive = box_without(user_profile_path);
-         const auto daemon = std::make_shared<stopped_daemon>(user_profile_path);
-         alive.push_back(daemon);
+     [](whole_box& box) -> diagnosis {
+         const auto& daemon = box.keep<stopped_daemon>(user_profile_path);
          return {"error", "sockets",
                  "the user-profile daemon (/dev/utm_user_profile_socket) takes connections, but does not answer: " +
-                     process(daemon->process()) + " is stopped",
-                 "continue it with 'kill -CONT " + std::to_string(daemon->process()) + "'"};
-     }},
+                     process(daemon.process()) + " is stopped",
+                 "continue it with 'kill -CONT " + std::to_string(daemon.process()) + "'"};
+     },
+     user_profile_path},
     {"socket_closed_to_others",
-     [](kept& alive) -> diagnosis {
-         alive = whole_box();
+     [](whole_box&) -> diagnosis {
          chmod(av.path, 0755);
          return {"warning", "sockets", "/tmp/utm_av has mode 0755, so programs of other users cannot connect",
                  "'chmod 0777 /tmp/utm_av' lets them"};
      }},
     {"missing_key_file",
-     [](kept& alive) -> diagnosis {
-         alive = whole_box();
-         alive.push_back(std::make_shared<missing_key_file>());
+     [](whole_box& box) -> diagnosis {
+         box.keep<missing_key_file>();
          return {
              "error", "key-file",
              "the key file /usr/lib/libkqutm.so cannot be found (No such file or directory), so the ID registry and "
@@ -135,11 +130,10 @@ const broken_box boxes[] = {
              "install the library at that path, and restart the gateway"};
      }},
     {"replaced_key_file",
-     [](kept& alive) -> diagnosis {
-         alive = whole_box();
+     [](whole_box& box) -> diagnosis {
          register_ids({{0, 7}, {512, 70}});
          const int id = shmget(ftok(key_file, 'a'), 0, 0);
-         alive.push_back(std::make_shared<replaced_key_file>());
+         box.keep<replaced_key_file>();
          return {
              "error", "left-behind",
              "the library file /usr/lib/libkqutm.so was replaced while the gateway ran, so that nobody reaches the ID "
@@ -148,8 +142,7 @@ const broken_box boxes[] = {
              "restart the gateway"};
      }},
     {"segment_of_another_program",
-     [](kept& alive) -> diagnosis {
-         alive = whole_box();
+     [](whole_box&) -> diagnosis {
          const int id = shmget(ftok(key_file, 'q'), 100, IPC_CREAT | 0666);
          return {"error", "segments",
                  "the store of the UUID (shared memory " + std::to_string(id) +
@@ -158,8 +151,7 @@ const broken_box boxes[] = {
                      "', and restart the gateway"};
      }},
     {"segment_closed_to_others",
-     [](kept& alive) -> diagnosis {
-         alive = whole_box();
+     [](whole_box&) -> diagnosis {
          const int id = shmget(ftok(key_file, 'a'), 5120, IPC_CREAT | 0600);
          write_file(registry_marker, "");
          return {"warning", "segments",
@@ -168,56 +160,46 @@ const broken_box boxes[] = {
                      "', and restart the gateway"};
      }},
     {"lock_of_a_stopped_process",
-     [](kept& alive) -> diagnosis {
-         alive = whole_box();
-         const auto holder = std::make_shared<stopped_lock_holder>();
-         alive.push_back(holder);
-         return {"error", "locks", process(holder->process()) + " is stopped and holds the registry lock",
-                 "continue it with 'kill -CONT " + std::to_string(holder->process()) + "', or end it"};
+     [](whole_box& box) -> diagnosis {
+         const auto& holder = box.keep<stopped_lock_holder>();
+         return {"error", "locks", process(holder.process()) + " is stopped and holds the registry lock",
+                 "continue it with 'kill -CONT " + std::to_string(holder.process()) + "', or end it"};
      }},
     {"lock_of_the_uuid_of_a_stopped_process",
-     [](kept& alive) -> diagnosis {
-         alive = whole_box();
-         const auto holder = std::make_shared<stopped_lock_holder>(take_uuid_lock);
-         alive.push_back(holder);
-         return {"error", "locks", process(holder->process()) + " is stopped and holds the lock of the UUID",
-                 "continue it with 'kill -CONT " + std::to_string(holder->process()) + "', or end it"};
+     [](whole_box& box) -> diagnosis {
+         const auto& holder = box.keep<stopped_lock_holder>(take_uuid_lock);
+         return {"error", "locks", process(holder.process()) + " is stopped and holds the lock of the UUID",
+                 "continue it with 'kill -CONT " + std::to_string(holder.process()) + "', or end it"};
      }},
     {"lock_that_is_kept",
-     [](kept& alive) -> diagnosis {
-         alive = whole_box();
-         const auto holder = std::make_shared<stopped_lock_holder>();
-         holder->go_on();
-         alive.push_back(holder);
-         return {"warning", "locks", process(holder->process()) + " keeps the registry lock",
+     [](whole_box& box) -> diagnosis {
+         const auto& holder = box.keep<stopped_lock_holder>();
+         holder.go_on();
+         return {"warning", "locks", process(holder.process()) + " keeps the registry lock",
                  "find out what it does, or end it"};
      }},
     {"lock_of_a_dead_process",
-     [](kept& alive) -> diagnosis {
-         alive = whole_box();
+     [](whole_box&) -> diagnosis {
          const std::string dead = std::to_string(process_that_took_the_lock_for_good());
          return {"error", "locks",
                  "process " + dead + " (of unknown name) has ended without giving back the registry lock",
                  "restart the gateway"};
      }},
     {"lock_closed_to_others",
-     [](kept& alive) -> diagnosis {
-         alive = whole_box();
+     [](whole_box&) -> diagnosis {
          semctl(semget(ftok(key_file, 'j'), 1, IPC_CREAT | 0600), 0, SETVAL, 1L);
          return {"warning", "locks", "the lock of the UUID is closed to programs of other users",
                  "restart the gateway"};
      }},
     {"lock_for_two",
-     [](kept& alive) -> diagnosis {
-         alive = whole_box();
+     [](whole_box&) -> diagnosis {
          semctl(semaphore(), 0, SETVAL, 2L);
          return {"error", "locks",
                  "the registry lock has the value 2 instead of 0 or 1, so that several processes may hold it at once",
                  "restart the gateway"};
      }},
     {"registry_never_cleared",
-     [](kept& alive) -> diagnosis {
-         alive = whole_box();
+     [](whole_box&) -> diagnosis {
          set_slots({{0, 7}});
          return {"warning", "marker",
                  "the ID registry was never cleared since the gateway started, and the first profile or policy that is "
@@ -225,8 +207,7 @@ const broken_box boxes[] = {
                  "'touch /tmp/utm_user_profile_shm' keeps it, 'utmctl registry clear --yes' clears it now"};
      }},
     {"marker_without_registry",
-     [](kept& alive) -> diagnosis {
-         alive = whole_box();
+     [](whole_box&) -> diagnosis {
          write_file(registry_marker, "");
          return {
              "warning", "marker",
@@ -235,15 +216,13 @@ const broken_box boxes[] = {
              "restart the gateway"};
      }},
     {"profile_bound_to_nothing",
-     [](kept& alive) -> diagnosis {
-         alive = whole_box();
+     [](whole_box&) -> diagnosis {
          register_ids({{0, 7}, {256, 70}});
          return {"error", "slots", "profile 7 is bound to content-filter policy 70, which is not registered",
                  "'utmctl profile bind-cf 7 POLICY' binds it to one that is"};
      }},
     {"switch_file_that_cannot_be_read",
-     [](kept& alive) -> diagnosis {
-         alive = whole_box();
+     [](whole_box&) -> diagnosis {
          leave_socket(category_file);
          return {
              "error", "filter",
@@ -252,16 +231,14 @@ const broken_box boxes[] = {
              "make it a file that everybody may read, or remove it and switch its engine again"};
      }},
     {"kernel_module_not_loaded",
-     [](kept& alive) -> diagnosis {
-         alive = whole_box();
+     [](whole_box&) -> diagnosis {
          fs::remove(kernel_hdf_enable);
          return {"warning", "filter",
                  "/proc/net/cfilter_hdf_enable cannot be found, so nothing is filtered in the kernel",
                  "load the content filter's kernel module"};
      }},
     {"filter_that_does_not_follow",
-     [](kept& alive) -> diagnosis {
-         alive = whole_box();
+     [](whole_box&) -> diagnosis {
          write_file(safe_browsing_file, "1\n");
          return {
              "error", "filter",
@@ -270,8 +247,7 @@ const broken_box boxes[] = {
              "'utmctl cf activate' makes the filter follow its engines"};
      }},
     {"kernel_that_does_not_follow",
-     [](kept& alive) -> diagnosis {
-         alive = whole_box();
+     [](whole_box&) -> diagnosis {
          write_file(safe_browsing_file, "1\n");
          write_file(filter_marker, "");
          return {"error", "filter",
@@ -279,8 +255,7 @@ const broken_box boxes[] = {
                  "'utmctl cf switch-kernel on' sets it"};
      }},
     {"kernel_that_filters_on",
-     [](kept& alive) -> diagnosis {
-         alive = whole_box();
+     [](whole_box&) -> diagnosis {
          write_file(kernel_hdf_enable, "yes\n");
          return {
              "warning", "filter",
@@ -289,8 +264,7 @@ const broken_box boxes[] = {
              "'utmctl cf switch-kernel off' sets it"};
      }},
     {"no_pid_file",
-     [](kept& alive) -> diagnosis {
-         alive = whole_box();
+     [](whole_box&) -> diagnosis {
          fs::remove(pid_file);
          return {"warning", "filter-daemon",
                  "the pid file /var/run/contfltd.pid cannot be read (No such file or directory), so the content-filter "
@@ -298,8 +272,7 @@ const broken_box boxes[] = {
                  "start the content-filter daemon again"};
      }},
     {"pid_file_of_nobody",
-     [](kept& alive) -> diagnosis {
-         alive = whole_box();
+     [](whole_box&) -> diagnosis {
          write_file(pid_file, "0\n");
          return {"warning", "filter-daemon",
                  "the pid file /var/run/contfltd.pid holds '0', which is no process, so the content-filter daemon does "
@@ -307,8 +280,7 @@ const broken_box boxes[] = {
                  "start the content-filter daemon again"};
      }},
     {"pid_file_of_a_dead_process",
-     [](kept& alive) -> diagnosis {
-         alive = whole_box();
+     [](whole_box&) -> diagnosis {
          const std::string dead = std::to_string(ended_process([] {}));
          write_file(pid_file, dead + "\n");
          return {"error", "filter-daemon",
@@ -317,8 +289,7 @@ const broken_box boxes[] = {
                  "start the content-filter daemon again"};
      }},
     {"command_that_nobody_takes",
-     [](kept& alive) -> diagnosis {
-         alive = whole_box();
+     [](whole_box&) -> diagnosis {
          write_file(command_file, "29\n");
          make_older(command_file);
          return {
@@ -328,40 +299,35 @@ const broken_box boxes[] = {
              "start the content-filter daemon again"};
      }},
     {"temporary_folder_not_sticky",
-     [](kept& alive) -> diagnosis {
-         alive = whole_box();
+     [](whole_box&) -> diagnosis {
          chmod("/tmp", 0777);
          return {"warning", "temporary-folder",
                  "/tmp is not sticky, so any user may remove the daemons' sockets and the registry's marker",
                  "'chmod 1777 /tmp' makes it so"};
      }},
     {"temporary_folder_closed_to_others",
-     [](kept& alive) -> diagnosis {
-         alive = whole_box();
+     [](whole_box&) -> diagnosis {
          chmod("/tmp", 01755);
          return {"warning", "temporary-folder",
                  "/tmp is closed to other users, whose programs cannot create switches and logs",
                  "'chmod 1777 /tmp' opens it"};
      }},
     {"temporary_folder_full",
-     [](kept& alive) -> diagnosis {
-         alive = whole_box();
+     [](whole_box&) -> diagnosis {
          write_file("/tmp/filling", std::string(8192, ' '));
          EXPECT_EQ(mount(nullptr, "/tmp", nullptr, MS_REMOUNT | MS_NOSUID, "size=8192"), 0) << strerror(errno);
          return {"error", "temporary-folder", "/tmp is full, so switches, markers and logs cannot be written",
                  "remove what fills it"};
      }},
     {"log_folder_not_writable",
-     [](kept& alive) -> diagnosis {
-         alive = whole_box();
+     [](whole_box&) -> diagnosis {
          fs::create_directory(log_folder);
          chmod(log_folder, 0555);
          return {"warning", "log-folder", "the log folder /tmp/utm_log is not writable, so new logs cannot be made",
                  "'chmod 755 /tmp/utm_log' makes it writable"};
      }},
     {"log_folder_mounted_read_only",
-     [](kept& alive) -> diagnosis {
-         alive = whole_box();
+     [](whole_box&) -> diagnosis {
          mount_read_only(log_folder);
          return {"warning", "log-folder",
                  "the log folder /tmp/utm_log lies on a file system that is mounted read-only, so new logs cannot be "
@@ -369,15 +335,13 @@ const broken_box boxes[] = {
                  "mount it writable"};
      }},
     {"file_in_place_of_the_log_folder",
-     [](kept& alive) -> diagnosis {
-         alive = whole_box();
+     [](whole_box&) -> diagnosis {
          write_file(log_folder, "");
          return {"warning", "log-folder", "/tmp/utm_log is not a folder, so no failure is logged",
                  "remove it; the library makes the folder when it logs"};
      }},
     {"log_not_writable",
-     [](kept& alive) -> diagnosis {
-         alive = whole_box();
+     [](whole_box&) -> diagnosis {
          fs::create_directory(log_folder);
          write_file(log_file, "");
          chmod(log_file, 0444);
@@ -386,8 +350,7 @@ const broken_box boxes[] = {
                  "'chmod u+w /tmp/utm_log/utm_libips_log' makes it writable"};
      }},
     {"log_that_is_not_moved_away",
-     [](kept& alive) -> diagnosis {
-         alive = whole_box();
+     [](whole_box&) -> diagnosis {
          make_sparse_file(log_file, 6000000);
          return {"warning", "logs",
                  "/tmp/utm_log/utm_libips_log has 6000000 bytes, though it should be moved to "
@@ -395,8 +358,7 @@ const broken_box boxes[] = {
                  "remove /tmp/utm_log/utm_libips_log2 if it cannot be replaced, or this log"};
      }},
     {"folder_in_place_of_a_log",
-     [](kept& alive) -> diagnosis {
-         alive = whole_box();
+     [](whole_box&) -> diagnosis {
          fs::create_directories(log_file);
          return {"warning", "logs", "/tmp/utm_log/utm_libips_log is not a file, so no failure of its family is logged",
                  "remove it"};
@@ -412,8 +374,8 @@ int status_of(const diagnosis& one)
 
 TEST_P(doctor_on, finds_it_alone)
 {
-    kept alive;
-    const diagnosis one = GetParam().make(alive);
+    whole_box box(GetParam().without);
+    const diagnosis one = GetParam().spoil(box);
     const int status = status_of(one);
     EXPECT_EQ(utmctl(GetParam().line),
               (run_result{status, one.severity + ": " + one.what + "; " + one.remedy + "\n", ""}));
@@ -424,8 +386,6 @@ TEST_P(doctor_on, finds_it_alone)
                         R"(,"result":[{"severity":")" + one.severity + R"(","what":")" + one.what + R"(","remedy":")" +
                         one.remedy + R"(","check":")" + one.check + R"("}],"errors":[]})" + "\n",
                     ""}));
-    while (!alive.empty())
-        alive.pop_back();
 }
 
 INSTANTIATE_TEST_SUITE_P(broken_boxes, doctor_on, testing::ValuesIn(boxes),

@@ -17,7 +17,7 @@ namespace fs = std::filesystem;
 
 TEST(doctor, is_silent_on_a_healthy_box)
 {
-    const kept alive = whole_box();
+    const whole_box box;
     EXPECT_EQ(utmctl(doctor_line), (run_result{0, "nothing wrong\n", ""}));
     EXPECT_EQ(utmctl("-q " + std::string(doctor_line)), (run_result{0, "", ""}));
     EXPECT_EQ(utmctl("-j " + std::string(doctor_line)), (run_result{0, done_line("doctor", "[]"), ""}));
@@ -25,7 +25,7 @@ TEST(doctor, is_silent_on_a_healthy_box)
 
 TEST(doctor, is_silent_on_a_box_in_use)
 {
-    const kept alive = whole_box();
+    const whole_box box;
     register_ids({{0, 7}, {256, 70}, {512, 70}, {513, 71}});
     ASSERT_EQ(utm_uuid_set("home"), 0);
     make_sparse_file(log_file, 5242881);
@@ -40,7 +40,7 @@ TEST(doctor, is_silent_on_a_box_in_use)
 
 TEST(doctor, tells_all_that_is_wrong_by_the_worst_status)
 {
-    const kept alive = box_without(ips.path);
+    const whole_box box(ips.path);
     chmod("/tmp", 0777);
     EXPECT_EQ(
         utmctl(doctor_line),
@@ -54,7 +54,7 @@ TEST(doctor, tells_all_that_is_wrong_by_the_worst_status)
 
 TEST(doctor, tells_the_worst_first)
 {
-    const kept alive = whole_box();
+    const whole_box box;
     chmod(ips.path, 0755);
     register_ids({{0, 7}, {256, 70}});
     EXPECT_EQ(utmctl(doctor_line),
@@ -81,7 +81,7 @@ TEST(doctor, tells_a_box_without_any_daemon_in_one_line)
 
 TEST(doctor, tells_other_users_what_takes_root)
 {
-    const kept alive = whole_box();
+    const whole_box box;
     chmod("/tmp", 0777);
     chmod(ips.path, 0755);
     const std::string not_sticky = "warning: /tmp is not sticky, so any user may remove the daemons' sockets and the "
@@ -103,7 +103,7 @@ TEST(doctor, tells_other_users_what_takes_root)
 // A box whose logs belong to the superuser is as it should be.
 TEST(doctor, notes_that_a_user_may_not_write_the_logs)
 {
-    const kept alive = whole_box();
+    const whole_box box;
     fs::create_directory(log_folder);
     chmod(log_folder, 0755);
     write_file(log_file, "");
@@ -121,7 +121,7 @@ TEST(doctor, notes_that_a_user_may_not_write_the_logs)
 
 TEST(doctor, names_who_waits_for_a_lock)
 {
-    const kept alive = whole_box();
+    const whole_box box;
     const stopped_lock_holder holder;
     running_utmctl waiting("registry show");
     const pid_t worker = waiting.worker();
@@ -139,7 +139,7 @@ TEST(doctor, names_who_waits_for_a_lock)
 
 TEST(doctor, an_empty_registry_of_an_older_library_is_a_note)
 {
-    const kept alive = whole_box();
+    const whole_box box;
     set_slots({});
     const int id = shmget(ftok(key_file, 'a'), 0, 0);
     const replaced_key_file replaced;
@@ -154,7 +154,7 @@ TEST(doctor, an_empty_registry_of_an_older_library_is_a_note)
 
 TEST(doctor, an_empty_registry_that_was_never_cleared_is_a_note)
 {
-    const kept alive = whole_box();
+    const whole_box box;
     set_slots({});
     EXPECT_EQ(utmctl(doctor_line),
               (run_result{0,
@@ -180,7 +180,7 @@ run_result doctor_with_library(const std::string& text, const std::string& other
 
 TEST(doctor, compares_library_and_tool)
 {
-    const kept alive = whole_box();
+    const whole_box box;
     const std::string version = nlohmann::json::parse(utmctl("-j version").out)["result"]["version"];
     const std::string other = std::string(version.size(), '9');
     const std::string subject = "utmctl " + version + " runs with a library ";
@@ -203,7 +203,7 @@ TEST(doctor, compares_library_and_tool)
 // Only a superuser can give files away; nobody else can meet a foreign owner of his own making.
 TEST(doctor, distrusts_the_files_of_other_users)
 {
-    const kept alive = whole_box();
+    const whole_box box;
     fs::create_directory(log_folder);
     const bool given = chown(log_folder, 1000, 1000) == 0 && chown(ips.path, 1000, 1000) == 0;
     EXPECT_EQ(utmctl(doctor_line),
@@ -246,7 +246,7 @@ TEST(doctor, changes_nothing_on_a_fresh_box)
 
 TEST(doctor, changes_nothing_on_a_box_in_use)
 {
-    const kept alive = whole_box();
+    const whole_box box;
     register_ids({{0, 7}});
     semaphore();
     const std::vector<std::string> paths = all_paths();
