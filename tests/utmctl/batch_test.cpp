@@ -193,7 +193,7 @@ TEST(batch, a_rehearsal_goes_on_to_the_last_line)
 {
     const run_result result = batch("registry check profile 8\nregistry show\n", "--dry-run");
     EXPECT_EQ(result.status, 6);
-    EXPECT_EQ(std::count(result.out.begin(), result.out.end(), '\n'), 2) << result;
+    EXPECT_EQ(line_count(result.out), 2) << result;
     EXPECT_EQ(result.err, std::string("utmctl: line 1: profile 8 is not registered: the ID registry does not hold it; "
                                       "'utmctl registry show' tells what it holds\n") +
                               rehearsed_apart);

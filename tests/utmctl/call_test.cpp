@@ -23,13 +23,6 @@ namespace {
 
 using json = nlohmann::ordered_json;
 
-json result_of(const std::string& line)
-{
-    const run_result result = utmctl("-j " + line);
-    EXPECT_EQ(result.status, 0) << line << "\n" << result;
-    return json::parse(result.out).at("result");
-}
-
 run_result failed(int status, const std::string& sentence)
 {
     return refused(status, sentence + "\n");
@@ -240,10 +233,10 @@ TEST(call, tells_the_words_of_arguments_in_its_help)
                             "  a list         to be released: how many entries a list that is made for the call has, "
                             "or null\n\nExample:\n"),
               std::string::npos);
-    const json words = json::parse(utmctl("-j help call").out)["result"]["words"];
+    const json words = result_of("help call")["words"];
     ASSERT_EQ(words.size(), 7U);
     EXPECT_EQ(words[0], json({{"word", "a number"}, {"meaning", "decimal, or hexadecimal after 0x"}}));
-    EXPECT_EQ(json::parse(utmctl("-j help version").out)["result"]["words"], json::array());
+    EXPECT_EQ(result_of("help version")["words"], json::array());
 }
 
 TEST(call, sends_negative_numbers)
@@ -337,7 +330,7 @@ TEST(call, tells_a_list_that_broke_off)
 
 TEST(call, tells_what_a_function_prints)
 {
-    const json told = json::parse(utmctl("-j call utm_ir_db_get_whitelist").out);
+    const json told = told_by("call utm_ir_db_get_whitelist");
     EXPECT_EQ(told["result"]["printed"], json::array({"connect failed"}));
     EXPECT_EQ(told["exit"], 4);
 }

@@ -73,7 +73,7 @@ TEST(doctor, tells_a_box_without_any_daemon_in_one_line)
                           "error: none of the seven daemons runs here: not one of their sockets exists; run this on "
                           "the gateway, or start the daemons\n",
                           ""}));
-    const auto found = nlohmann::json::parse(utmctl("-j " + std::string(doctor_line)).out)["result"];
+    const auto found = told_by(doctor_line)["result"];
     ASSERT_EQ(found.size(), 7U) << found;
     for (const auto& one : found)
         EXPECT_EQ(one["check"], "sockets");
@@ -181,7 +181,7 @@ run_result doctor_with_library(const std::string& text, const std::string& other
 TEST(doctor, compares_library_and_tool)
 {
     const whole_box box;
-    const std::string version = nlohmann::json::parse(utmctl("-j version").out)["result"]["version"];
+    const std::string version = result_of("version")["version"];
     const std::string other = std::string(version.size(), '9');
     const std::string subject = "utmctl " + version + " runs with a library ";
     const std::string remedy = "; install utmctl and library from one version\n";
@@ -239,9 +239,9 @@ TEST(doctor, changes_nothing_on_a_fresh_box)
     EXPECT_EQ(all_paths(), paths);
     EXPECT_EQ(std::count(paths.begin(), paths.end(), log_folder), 0);
     const std::string headings_alone = content_of("/proc/sysvipc/shm");
-    EXPECT_EQ(std::count(headings_alone.begin(), headings_alone.end(), '\n'), 1);
+    EXPECT_EQ(line_count(headings_alone), 1);
     const std::string no_locks = content_of("/proc/sysvipc/sem");
-    EXPECT_EQ(std::count(no_locks.begin(), no_locks.end(), '\n'), 1);
+    EXPECT_EQ(line_count(no_locks), 1);
 }
 
 TEST(doctor, changes_nothing_on_a_box_in_use)

@@ -43,11 +43,9 @@ snapshot shared_memory_now()
 
 json steps_of(const std::string& line)
 {
-    const run_result result = utmctl("-j --dry-run " + line);
-    EXPECT_EQ(result.status, 0) << result;
-    const json told = json::parse(result.out);
-    EXPECT_EQ(told["result"]["dry_run"], true);
-    return told["result"]["steps"];
+    const json result = result_of("--dry-run " + line);
+    EXPECT_EQ(result["dry_run"], true);
+    return result["steps"];
 }
 
 // The steps of this kind, with these members of each.

@@ -204,7 +204,7 @@ TEST(engine_deeds, any_other_number_is_a_refusal_of_ips_and_av)
     EXPECT_EQ(utmctl("ips reset --yes"), refused(1, "the IPS engine was not reset: the IPS daemon (/tmp/utm_ips) "
                                                     "refused with result 5; the daemon's own log tells the reason\n"));
     EXPECT_EQ(utmctl("av flush --yes").status, 1);
-    EXPECT_EQ(nlohmann::json::parse(utmctl("-j av flush --yes").out)["result"]["answer"], 6);
+    EXPECT_EQ(told_by("av flush --yes")["result"]["answer"], 6);
 }
 
 // The device-identification daemon says yes with other numbers than 0 to some operations.
@@ -213,7 +213,7 @@ TEST(engine_deeds, some_answers_of_devid_are_no_refusal)
     const engine_daemon daemon(devid, answer_with(reply_of(devid, 1)));
     for (const char* line : {"devid cache-size 1", "devid flush --yes", "devid debug off", "devid show-kernel-list"}) {
         EXPECT_EQ(utmctl(line).status, 0) << line;
-        EXPECT_EQ(nlohmann::json::parse(utmctl(std::string("-j ") + line).out)["result"]["answer"], 1) << line;
+        EXPECT_EQ(result_of(line)["answer"], 1) << line;
     }
     for (const char* line : {"devid switch on", "devid reset --yes", "devid ignore eth1 0"})
         EXPECT_EQ(utmctl(line).status, 1) << line;

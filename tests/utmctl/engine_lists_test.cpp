@@ -205,7 +205,7 @@ TEST_P(engine_list, that_breaks_off_is_shown_as_far_as_it_came)
     EXPECT_EQ(squeezed(result.out), squeezed(one.text_of_first));
     EXPECT_EQ(result.err, std::string("utmctl: ") + one.subject + " were listed in part, the first 1: " +
                               one.from.name + " " + closed.cause + "; " + next_after(closed, one.from) + "\n");
-    const auto value = json::parse(utmctl(std::string("-j ") + one.line).out);
+    const json value = told_by(one.line);
     EXPECT_EQ(value["exit"], 8);
     EXPECT_EQ(value["result"]["complete"], false);
     EXPECT_EQ(value["result"]["entries"].size(), 1U);
@@ -234,9 +234,9 @@ TEST(engine_lists, the_limit_of_rules_is_told)
     const engine_daemon daemon(ips, send_records({rule_record("drop-telnet"), reply_of(ips, minus_one)}));
     EXPECT_EQ(utmctl("ips rules"),
               (run_result{0, "RULE\ndrop-telnet\nthe IPS engine holds as many rules as it can\n", ""}));
-    const auto value = json::parse(utmctl("-j ips rules").out);
-    EXPECT_EQ(value["result"]["limit_reached"], true);
-    EXPECT_EQ(value["result"]["complete"], true);
+    const json result = result_of("ips rules");
+    EXPECT_EQ(result["limit_reached"], true);
+    EXPECT_EQ(result["complete"], true);
 }
 
 TEST(engine_lists, texts_are_bounded_and_made_safe)
@@ -247,9 +247,9 @@ TEST(engine_lists, texts_are_bounded_and_made_safe)
     EXPECT_EQ(utmctl("--no-headers av cache").out,
               "\\x1b[2J" + std::string(29, 'k') + " " + std::string(32, 'v') + "\n");
     EXPECT_EQ(utmctl("-j av cache").out.find('\033'), std::string::npos);
-    const auto value = json::parse(utmctl("-j av cache").out);
-    EXPECT_EQ(value["result"]["entries"][0]["key"], key + std::string(29, 'k'));
-    EXPECT_EQ(value["result"]["entries"][0]["value"], std::string(32, 'v'));
+    const json result = result_of("av cache");
+    EXPECT_EQ(result["entries"][0]["key"], key + std::string(29, 'k'));
+    EXPECT_EQ(result["entries"][0]["value"], std::string(32, 'v'));
 }
 
 struct filter_case {
@@ -302,7 +302,7 @@ TEST(engine_lists, raw_devices_show_what_the_daemon_defines)
     const engine_daemon daemon(devid, send_records({record, reply_of(devid, minus_one)}));
     const std::string hex = hex_of({record.begin() + 24, record.begin() + 24 + 352});
     EXPECT_EQ(squeezed(utmctl("--no-headers devid devices --raw").out), "mac ip br-lan name Phone 7 " + hex + "\n");
-    EXPECT_EQ(json::parse(utmctl("-j devid devices --raw").out)["result"]["entries"][0]["raw"], hex);
+    EXPECT_EQ(result_of("devid devices --raw")["entries"][0]["raw"], hex);
 }
 
 TEST(engine_lists, a_hundred_thousand_devices_come_in_order)
@@ -366,7 +366,7 @@ TEST(engine_status, that_is_refused)
         const std::string message =
             one.subject + std::string(" was not read: ") + one.from.name + " refused with result -1; " + refusal.next;
         EXPECT_EQ(utmctl(one.line), refused(1, message + "\n"));
-        EXPECT_EQ(json::parse(utmctl(std::string("-j ") + one.line).out)["result"], json({{"answer", -1}}));
+        EXPECT_EQ(told_by(one.line)["result"], json({{"answer", -1}}));
     }
     const engine_daemon av_daemon(av, send_records({status_reply(av, 9)}));
     EXPECT_EQ(utmctl("av status").status, 1);
@@ -379,10 +379,10 @@ TEST(engine_status, of_ips_is_the_whole_reply)
     sim::bytes reply(ips.reply_size);
     put_u32(reply, 4, 0x01020304);
     const engine_daemon daemon(ips, send_records({reply}));
-    const auto value = json::parse(utmctl("-j ips status --raw").out);
-    EXPECT_EQ(value["result"]["words"].size(), 79U);
-    EXPECT_EQ(value["result"]["words"][1], 0x01020304);
-    EXPECT_EQ(value["result"]["raw"], hex_of(reply));
+    const json result = result_of("ips status --raw");
+    EXPECT_EQ(result["words"].size(), 79U);
+    EXPECT_EQ(result["words"][1], 0x01020304);
+    EXPECT_EQ(result["raw"], hex_of(reply));
     EXPECT_TRUE(utmctl("ips status").out.starts_with("WORD    VALUE\n   0        0\n   1 16909060\n"));
     EXPECT_TRUE(utmctl("ips status --raw").out.starts_with("0000  00000000040302010000000000000000\n0010  "));
     EXPECT_EQ(daemon.requests().front(), request_to(ips, {{0, 2}}));
@@ -394,7 +394,7 @@ TEST(engine_status, of_ips_comes_with_a_refusal_too)
     EXPECT_EQ(utmctl("ips status --raw").err, "utmctl: the status of the IPS engine was not read: the IPS daemon "
                                               "(/tmp/utm_ips) refused with result 3; " +
                                                   std::string(refusal.next) + "\n");
-    const auto value = json::parse(utmctl("-j ips status").out);
+    const json value = told_by("ips status");
     EXPECT_EQ(value["exit"], 1);
     EXPECT_EQ(value["result"]["words"][78], 3);
 }
@@ -450,7 +450,7 @@ TEST(engine_readings, timestamp)
     put_u32(reply, 380, 1);
     const engine_daemon daemon(devid, send_records({reply}));
     EXPECT_EQ(utmctl("devid timestamp"), (run_result{0, "4294967303\n", ""}));
-    EXPECT_EQ(json::parse(utmctl("-j devid timestamp").out)["result"], json({{"timestamp", 4294967303}}));
+    EXPECT_EQ(result_of("devid timestamp"), json({{"timestamp", 4294967303}}));
     EXPECT_EQ(daemon.requests().front(), request_to(devid, {{0, 6}}));
 }
 
@@ -474,7 +474,7 @@ TEST(engine_readings, version)
     {
         const engine_daemon daemon(ir, send_records({version_reply(2, 1, 15)}));
         EXPECT_EQ(utmctl("ir version"), (run_result{0, "2.1.15\n", ""}));
-        EXPECT_EQ(json::parse(utmctl("-j ir version").out)["result"], json({{"version", "2.1.15"}}));
+        EXPECT_EQ(result_of("ir version"), json({{"version", "2.1.15"}}));
         EXPECT_EQ(daemon.requests().front(), request_to(ir, {{0, 19}}));
     }
     const engine_daemon none(ir, send_records({version_reply(0, 5, 0)}));

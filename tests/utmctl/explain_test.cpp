@@ -16,7 +16,7 @@ const std::string log_path = "/tmp/utm_log/utm_libappcf_config_log";
 
 json explanation_of(const std::string& line)
 {
-    return json::parse(utmctl("-j --explain " + line).out).at("explanation");
+    return told_by("--explain " + line).at("explanation");
 }
 
 TEST(explain, nothing_to_explain)

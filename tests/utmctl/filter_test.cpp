@@ -104,7 +104,7 @@ TEST(filter, status_shows_files_and_daemon)
 {
     const config_daemons daemons;
     utmctl("cf safe-browsing on");
-    const auto value = nlohmann::json::parse(utmctl("-j cf status").out)["result"];
+    const auto value = told_by("cf status")["result"];
     EXPECT_EQ(value["safe_browsing"], 1);
     EXPECT_EQ(value["web_category"], nullptr);
     EXPECT_EQ(value["filter"], "on");
@@ -133,7 +133,7 @@ TEST(dump, of_the_content_filter_is_printed_and_parted)
     EXPECT_NE(result.out.find("\n====Dump user profile ID[shared memory]\nUser profile ID[0] = 7 - bind cf id = 70\n"),
               std::string::npos)
         << result;
-    const auto value = nlohmann::json::parse(utmctl("-j cf dump /tmp/dump").out)["result"];
+    const auto value = told_by("cf dump /tmp/dump")["result"];
     EXPECT_EQ(value["file"], "/tmp/dump");
     ASSERT_EQ(value["sections"].size(), 4U);
     EXPECT_EQ(value["sections"][0]["heading"], nullptr);
@@ -183,7 +183,7 @@ TEST(dump, that_breaks_off_is_done_in_part)
                       "the dump of the content filter was written to /dev/null in part: the file (/dev/null) does not "
                       "hold what the registry holds; see what 'utmctl registry show' tells, then run the command "
                       "again\n"));
-    const auto value = nlohmann::json::parse(utmctl("-j app dump /dev/null").out);
+    const auto value = told_by("app dump /dev/null");
     EXPECT_EQ(value["exit"], 8);
     EXPECT_EQ(value["result"].dump(), R"({"file":"/dev/null","sections":[]})");
 }
@@ -264,9 +264,9 @@ TEST(reset, stops_at_the_first_step_that_fails)
                           "utmctl: application control was not switched off, and the rest of the reset was left out: "
                           "the application daemon (/dev/utm_app_config_socket) refused with error code 3; the daemon's "
                           "own log tells the reason\n"}));
-    const auto value = nlohmann::json::parse(utmctl("-j reset --yes").out)["result"];
+    const auto value = told_by("reset --yes")["result"];
     ASSERT_EQ(value.size(), 5U);
-    EXPECT_EQ(value[4].dump(), R"({"status":"refused","step":"application_control"})");
+    EXPECT_EQ(value[4].dump(), R"({"step":"application_control","status":"refused"})");
 }
 
 TEST(reset, without_the_content_filter)

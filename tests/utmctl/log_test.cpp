@@ -94,9 +94,9 @@ TEST(logs, brackets_in_a_traced_text_end_no_message)
                       "response->cf.domain_browse->domain: [.exampleutm_cf_.example"
                       "response->cf.domain_browse->domain: d]e.example"
                       "[send_utm_config_event]error code = 3\n");
-    const auto told = nlohmann::json::parse(utmctl("-j log config").out);
+    const auto result = result_of("log config");
     std::vector<std::pair<std::string, nlohmann::json>> messages;
-    for (const auto& entry : told["result"]["entries"])
+    for (const auto& entry : result["entries"])
         messages.emplace_back(entry["text"], entry["function"]);
     EXPECT_EQ(messages, (decltype(messages){{"response->cf.domain_browse->domain: a[b]c.example", nullptr},
                                             {"response->cf.domain_browse->domain: [.example", nullptr},
@@ -176,8 +176,7 @@ TEST(logs, json_tells_function_and_line)
 TEST(logs, what_the_library_writes_is_understood)
 {
     EXPECT_EQ(utmctl("ips switch on").status, 4);
-    const auto told = nlohmann::json::parse(utmctl("-j log ips").out);
-    const auto& entry = told["result"]["entries"].at(0);
+    const auto entry = result_of("log ips")["entries"].at(0);
     EXPECT_EQ(entry["function"], "connect_ips");
     EXPECT_EQ(entry["text"], "connect_ips(" + std::to_string(entry["line"].get<int>()) + ") connect failed. Error");
 }
@@ -226,21 +225,13 @@ TEST(logs, a_message_that_repeats_stands_once)
     write_log(ips, "one\none\ntwo\none\n");
     EXPECT_EQ(utmctl("log ips").out, "ips: one (2 times)\nips: two\nips: one\n");
     EXPECT_EQ(utmctl("log ips --lines 3").out, "ips: one\nips: two\nips: one\n");
-    EXPECT_EQ(nlohmann::json::parse(utmctl("-j log ips").out)["result"]["entries"].size(), 4U);
+    EXPECT_EQ(result_of("log ips")["entries"].size(), 4U);
 }
 
 TEST(logs, those_without_messages_are_told_in_one_line)
 {
     write_log(ips, "one\n");
     EXPECT_EQ(utmctl("log"), (run_result{0, "ips: one\n", "utmctl: no messages yet: config, devid, common\n"}));
-}
-
-std::string wait_for_lines(const captured& out, ptrdiff_t count)
-{
-    std::string text;
-    while (text = out.text(), std::count(text.begin(), text.end(), '\n') < count)
-        usleep(1000);
-    return text;
 }
 
 TEST(logs, following_goes_on_over_a_rotation)
@@ -251,15 +242,15 @@ TEST(logs, following_goes_on_over_a_rotation)
     std::string shown;
     for (int number = 2; number <= 11; ++number)
         shown += "ips: " + std::to_string(number) + "\n";
-    EXPECT_EQ(wait_for_lines(out, 10), shown);
+    EXPECT_EQ(out.lines(10), shown);
     append(ips, "12\n");
     shown += "ips: 12\n";
-    EXPECT_EQ(wait_for_lines(out, 11), shown);
+    EXPECT_EQ(out.lines(11), shown);
     append(ips, "13\n");
     std::filesystem::rename(ips, ips + std::string("2"));
     append(ips, "14\n");
     shown += "ips: 13\nips: 14\n";
-    EXPECT_EQ(wait_for_lines(out, 13), shown);
+    EXPECT_EQ(out.lines(13), shown);
     kill(log.process(), SIGINT);
     EXPECT_EQ(log.wait(), (run_result{0, "", ""}));
     EXPECT_EQ(out.text(), shown);
@@ -272,14 +263,14 @@ TEST(logs, following_shows_the_log_written_to_last_last)
     const captured out;
     running_utmctl log("log -q -f", out.fd());
     append(devid, "1\n");
-    EXPECT_EQ(wait_for_lines(out, 1), "devid: 1\n");
+    EXPECT_EQ(out.lines(1), "devid: 1\n");
     kill(log.process(), SIGSTOP);
     waitpid(log.process(), nullptr, WUNTRACED);
     append(devid, "2\n");
     append(ips, "3\n");
     std::filesystem::last_write_time(ips, std::filesystem::last_write_time(devid) + std::chrono::seconds(1));
     kill(log.process(), SIGCONT);
-    EXPECT_EQ(wait_for_lines(out, 3), "devid: 1\ndevid: 2\nips: 3\n");
+    EXPECT_EQ(out.lines(3), "devid: 1\ndevid: 2\nips: 3\n");
     kill(log.process(), SIGINT);
     EXPECT_EQ(log.wait(), (run_result{0, "", ""}));
 }

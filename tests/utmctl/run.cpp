@@ -1,5 +1,6 @@
 #include "tests/utmctl/run.h"
 
+#include <algorithm>
 #include <csignal>
 #include <fstream>
 #include <gtest/gtest.h>
@@ -52,6 +53,11 @@ std::string done_line(const std::string& command, const std::string& result)
     return R"({"command":")" + command + R"(","status":"done","exit":0,"result":)" + result + R"(,"errors":[]})" + "\n";
 }
 
+ptrdiff_t line_count(const std::string& text)
+{
+    return std::count(text.begin(), text.end(), '\n');
+}
+
 std::string command_of(const std::string& line)
 {
     return line.substr(0, line.find(' ', line.find(' ') + 1));
@@ -74,6 +80,14 @@ std::string captured::text() const
     std::string text(static_cast<size_t>(lseek(fd_, 0, SEEK_END)), '\0');
     EXPECT_EQ(pread(fd_, text.data(), text.size(), 0), static_cast<ssize_t>(text.size()));
     return text;
+}
+
+std::string captured::lines(ptrdiff_t count) const
+{
+    std::string all;
+    while (all = text(), line_count(all) < count)
+        usleep(1000);
+    return all;
 }
 
 running_utmctl::running_utmctl(const std::string& line, int standard_output)
@@ -100,6 +114,18 @@ run_result running_utmctl::wait()
 run_result utmctl(const std::string& line)
 {
     return running_utmctl(line).wait();
+}
+
+nlohmann::ordered_json told_by(const std::string& line)
+{
+    return nlohmann::ordered_json::parse(utmctl("-j " + line).out);
+}
+
+nlohmann::ordered_json result_of(const std::string& line)
+{
+    const run_result result = utmctl("-j " + line);
+    EXPECT_EQ(result.status, 0) << line << "\n" << result;
+    return nlohmann::ordered_json::parse(result.out).at("result");
 }
 
 std::optional<run_result> utmctl_of_another_user(const std::string& line)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <nlohmann/json.hpp>
 #include <optional>
 #include <ostream>
 #include <string>
@@ -20,6 +21,8 @@ std::ostream& operator<<(std::ostream& stream, const run_result& result);
 // What it prints with -j when all is done.
 std::string done_line(const std::string& command, const std::string& result);
 
+ptrdiff_t line_count(const std::string& text);
+
 // The words of the command, without the arguments.
 std::string command_of(const std::string& line);
 
@@ -36,6 +39,7 @@ public:
 
     int fd() const { return fd_; }
     std::string text() const;
+    std::string lines(ptrdiff_t count) const; // the text, when it has so many
 
 private:
     int fd_;
@@ -58,6 +62,10 @@ private:
 
 // Runs utmctl with the words of the line; 'one word' is one.
 run_result utmctl(const std::string& line);
+
+// What it tells with -j; and the result alone, of a command that succeeds.
+nlohmann::ordered_json told_by(const std::string& line);
+nlohmann::ordered_json result_of(const std::string& line);
 
 // The same for a user without rights; nothing where only the superuser may run it, or nobody else exists.
 std::optional<run_result> utmctl_of_another_user(const std::string& line);

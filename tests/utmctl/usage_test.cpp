@@ -118,12 +118,12 @@ TEST(usage, no_command_gets_help_and_no_success)
     EXPECT_EQ(utmctl("profile"),
               (run_result{2, utmctl("help profile").out,
                           "utmctl: incomplete command 'profile'; 'utmctl help profile' lists its commands\n"}));
-    EXPECT_EQ(nlohmann::json::parse(utmctl("-j profile").out)["exit"], 2);
+    EXPECT_EQ(told_by("profile")["exit"], 2);
 }
 
-nlohmann::json command_told(const std::string& line)
+nlohmann::ordered_json command_told(const std::string& line)
 {
-    return nlohmann::json::parse(utmctl("-j " + line).out)["command"];
+    return told_by(line)["command"];
 }
 
 TEST(usage, a_refusal_names_the_command_as_far_as_it_is_known)
@@ -242,11 +242,11 @@ TEST(usage, help_on_one_command)
 TEST(usage, every_command_prints_one_json_value)
 {
     const config_daemons daemons;
-    const auto help = nlohmann::json::parse(utmctl("-j help").out);
+    const auto help = result_of("help");
     const std::string text = utmctl("help").out;
-    EXPECT_EQ(help["result"]["exit_statuses"].size(), 12U);
-    ASSERT_GE(help["result"]["commands"].size(), 14U);
-    for (const auto& command : help["result"]["commands"]) {
+    EXPECT_EQ(help["exit_statuses"].size(), 12U);
+    ASSERT_GE(help["commands"].size(), 14U);
+    for (const auto& command : help["commands"]) {
         const std::string words = command["command"];
         const std::string usage = command["usage"];
         EXPECT_NE(text.find("\n  " + usage.substr(strlen("utmctl "))), std::string::npos) << usage;

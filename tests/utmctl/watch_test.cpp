@@ -25,13 +25,7 @@ public:
     explicit running_watch(const std::string& line) : watch_("watch --interval 0.01 " + line, out_.fd()) {}
 
     // Waits until so many lines were printed, and returns them.
-    std::string lines(ptrdiff_t count) const
-    {
-        std::string text;
-        while (text = out_.text(), std::count(text.begin(), text.end(), '\n') < count)
-            usleep(1000);
-        return without_times(text);
-    }
+    std::string lines(ptrdiff_t count) const { return without_times(out_.lines(count)); }
 
     // Ends it with a signal, and returns what was printed on standard error.
     run_result end(int signal)
