@@ -382,17 +382,21 @@ TEST(call, runs_no_command_where_one_text_is_missing)
 }
 
 // A command that wants --yes calls a function that wants it, too.
+// But for the command that takes the marker away itself, without which the function clears nothing.
 TEST(call, is_as_careful_as_the_commands)
 {
     std::map<std::string, bool> destroys;
     for (const json& function : result_of("describe"))
         destroys[function["function"]] = !function["destroys"].is_null();
-    for (const json& command : result_of("help")["commands"]) {
-        if (command["destroys"].is_null())
-            continue;
+    const json help = result_of("help");
+    std::vector<std::string> destroying_themselves;
+    for (const json& command : help["commands"]) {
         const std::vector<std::string> functions = command["functions"];
-        EXPECT_TRUE(std::ranges::any_of(functions, [&](const auto& one) { return destroys.at(one); })) << command;
+        if (!command["destroys"].is_null() &&
+            std::ranges::none_of(functions, [&](const auto& one) { return destroys.at(one); }))
+            destroying_themselves.push_back(command["command"]);
     }
+    EXPECT_EQ(destroying_themselves, std::vector<std::string>{"registry clear"});
 }
 
 // A daemon's working folder is another one.
