@@ -25,21 +25,38 @@ std::string done_at(int line, const std::string& command, const std::string& res
     return R"({"line":)" + std::to_string(line) + "," + done_line(command, result).substr(1);
 }
 
-// What a line that failed prints, before and with its problem.
-std::string failed_at(int line, const std::string& command, const std::string& status, int exit,
-                      const std::string& result, const std::string& what, const std::string& culprits,
-                      const std::string& joint, const std::string& next)
+struct failure {
+    int line;
+    std::string command; // none: it is not known
+    std::string status;
+    int exit;
+    std::string result = "null";
+    std::string what;
+    std::string cause; // what the ID registry did, if it has to do with it
+    std::string next;
+};
+
+// What a line that failed prints.
+std::string failed_at(const failure& one)
 {
-    return R"({"line":)" + std::to_string(line) + R"(,"command":)" + command + R"(,"status":")" + status +
-           R"(","exit":)" + std::to_string(exit) + R"(,"result":)" + result + R"(,"errors":[{"status":")" + status +
-           R"(","message":")" + what + joint + "; " + next + R"(","what":")" + what + R"(","culprits":[)" + culprits +
-           R"(],"next":")" + next + "\"}]}\n";
+    const std::string command = one.command.empty() ? "null" : "\"" + one.command + "\"";
+    const std::string culprit =
+        one.cause.empty() ? "" : R"({"name":"the ID registry","path":null,"cause":")" + one.cause + "\"}";
+    const std::string because = one.cause.empty() ? "" : ": the ID registry " + one.cause;
+    return R"({"line":)" + std::to_string(one.line) + R"(,"command":)" + command + R"(,"status":")" + one.status +
+           R"(","exit":)" + std::to_string(one.exit) + R"(,"result":)" + one.result + R"(,"errors":[{"status":")" +
+           one.status + R"(","message":")" + one.what + because + "; " + one.next + R"(","what":")" + one.what +
+           R"(","culprits":[)" + culprit + R"(],"next":")" + one.next + "\"}]}\n";
 }
 
-const std::string eight_unknown =
-    failed_at(5, R"("registry check")", "unknown-identifier", 6, R"({"kind":"profile","id":8,"registered":false})",
-              "profile 8 is not registered", R"({"name":"the ID registry","path":null,"cause":"does not hold it"})",
-              ": the ID registry does not hold it", "'utmctl registry show' tells what it holds");
+const std::string eight_unknown = failed_at({.line = 5,
+                                             .command = "registry check",
+                                             .status = "unknown-identifier",
+                                             .exit = 6,
+                                             .result = R"({"kind":"profile","id":8,"registered":false})",
+                                             .what = "profile 8 is not registered",
+                                             .cause = "does not hold it",
+                                             .next = "'utmctl registry show' tells what it holds"});
 
 constexpr char day[] = "# the day begins\n"
                        "registry reserve profile 7 # the first\r\n"
@@ -65,10 +82,13 @@ TEST(batch, the_first_failure_ends_it)
 
 TEST(batch, it_keeps_going_where_that_is_wanted)
 {
-    const std::string taken =
-        failed_at(6, R"("registry reserve")", "refused", 1, "null", "profile 7 was not reserved",
-                  R"({"name":"the ID registry","path":null,"cause":"holds it already"})",
-                  ": the ID registry holds it already", "choose another identifier, or none to get one from the clock");
+    const std::string taken = failed_at({.line = 6,
+                                         .command = "registry reserve",
+                                         .status = "refused",
+                                         .exit = 1,
+                                         .what = "profile 7 was not reserved",
+                                         .cause = "holds it already",
+                                         .next = "choose another identifier, or none to get one from the clock"});
     EXPECT_EQ(batch(day, "--keep-going"),
               (run_result{6,
                           before_eight + eight_unknown + taken +
@@ -125,12 +145,18 @@ TEST(batch, wrong_lines_are_refused_before_anything_is_run)
               "utmctl: the batch was not run: 12 lines are wrong; put them right, or give --yes to the batch, then run "
               "it again\n");
     EXPECT_TRUE(result.out.starts_with(
-        failed_at(2, R"("registry")", "usage", 2, "null", "unknown command 'registry cheek'", "", "",
-                  "did you mean 'registry check'? 'utmctl help registry' lists the commands")))
+        failed_at({.line = 2,
+                   .command = "registry",
+                   .status = "usage",
+                   .exit = 2,
+                   .what = "unknown command 'registry cheek'",
+                   .next = "did you mean 'registry check'? 'utmctl help registry' lists the commands"})))
         << result.out;
-    EXPECT_NE(result.out.find(failed_at(6, "null", "usage", 2, "null",
-                                        "the line cannot be taken apart: a single quote is not closed", "", "",
-                                        "see 'utmctl help batch'")),
+    EXPECT_NE(result.out.find(failed_at({.line = 6,
+                                         .status = "usage",
+                                         .exit = 2,
+                                         .what = "the line cannot be taken apart: a single quote is not closed",
+                                         .next = "see 'utmctl help batch'"})),
               std::string::npos)
         << result.out;
     EXPECT_EQ(all_slots()[0], 0U);
