@@ -1,12 +1,12 @@
 #include "kqutm/devid.h"
 
+#include "tests/engines/bad_arguments.h"
 #include "tests/engines/engines.h"
 #include "tests/sandbox/printed.h"
 #include "tests/wrap/wrap.h"
 
 #include <cerrno>
 #include <csignal>
-#include <map>
 
 namespace {
 
@@ -162,13 +162,6 @@ TEST_P(devid_control, short_reply_never_succeeds)
     }
 }
 
-struct bad_argument {
-    const char* what;
-    const char* name;
-    int32_t (*call)();
-    const char* text;
-};
-
 // Deliberate: a bad debug flag is refused with the text of activate.
 const bad_argument bad_arguments[] = {
     {"switch_2", "utm_devid_activate", [] { return utm_devid_activate(2); }, "wrong activate range"},
@@ -192,11 +185,7 @@ const bad_argument bad_arguments[] = {
 TEST_P(devid_control, line_numbers_tell_messages_apart)
 {
     const std::string name = control_.name;
-    std::map<std::string, int32_t (*)()> refused; // by the text
-    for (const auto& one : bad_arguments) {
-        if (one.name == name)
-            refused[one.text] = one.call;
-    }
+    const auto refused = refused_calls(bad_arguments, name);
     expect_line_numbers_of_their_own(UTM_DEVID_LOG, name, 4 + refused.size(), [&] {
         for (const auto& [text, call] : refused)
             call();
@@ -210,14 +199,7 @@ INSTANTIATE_TEST_SUITE_P(arguments, devid_bad_argument, testing::ValuesIn(bad_ar
 
 TEST_P(devid_bad_argument, is_refused_before_any_connection)
 {
-    wrap::plan plan;
-    const std::string printed = printed_by([] {
-        EXPECT_EQ(GetParam().call(), -1);
-        EXPECT_EQ(errno, EINVAL);
-    });
-    EXPECT_EQ(printed, "");
-    EXPECT_EQ(plan.count("socket"), 0);
-    EXPECT_EQ(devid_log(), line_of(GetParam().name, GetParam().text));
+    expect_refused_unconnected(GetParam(), devid_log);
 }
 
 TEST(devid_values, at_the_ends_of_their_ranges_are_sent)

@@ -1,5 +1,6 @@
 #include "kqutm/ips.h"
 
+#include "tests/engines/bad_arguments.h"
 #include "tests/engines/engines.h"
 #include "tests/sandbox/printed.h"
 #include "tests/wrap/wrap.h"
@@ -7,7 +8,6 @@
 #include <cerrno>
 #include <climits>
 #include <csignal>
-#include <map>
 
 namespace {
 
@@ -156,14 +156,7 @@ TEST_P(ips_operation, bytes_beyond_the_reply_are_not_read)
     EXPECT_EQ(operation_.call(), 0);
 }
 
-struct refusal {
-    const char* what;
-    const char* name;
-    int32_t (*call)();
-    const char* text;
-};
-
-const refusal refusals[] = {
+const bad_argument bad_arguments[] = {
     {"switch_2", "utm_ips_activate", [] { return utm_ips_activate(2); }, "activate parameter error"},
     {"switch_negative", "utm_ips_activate", [] { return utm_ips_activate(UINT32_MAX); }, "activate parameter error"},
     {"whitelist_null", "utm_ips_set_whitelist", [] { return utm_ips_set_whitelist(nullptr, 0); },
@@ -183,11 +176,7 @@ const refusal refusals[] = {
 TEST_P(ips_operation, line_numbers_tell_messages_apart)
 {
     const std::string name = operation_.name;
-    std::map<std::string, int32_t (*)()> refused; // by the text
-    for (const auto& one : refusals) {
-        if (one.name == name)
-            refused[one.text] = one.call;
-    }
+    const auto refused = refused_calls(bad_arguments, name);
     expect_line_numbers_of_their_own(UTM_IPS_LOG, name, 4 + refused.size(), [&] {
         for (const auto& [text, call] : refused)
             call();
@@ -195,20 +184,13 @@ TEST_P(ips_operation, line_numbers_tell_messages_apart)
     });
 }
 
-class ips_refusal : public testing::TestWithParam<refusal> {};
-INSTANTIATE_TEST_SUITE_P(arguments, ips_refusal, testing::ValuesIn(refusals),
+class ips_bad_argument : public testing::TestWithParam<bad_argument> {};
+INSTANTIATE_TEST_SUITE_P(arguments, ips_bad_argument, testing::ValuesIn(bad_arguments),
                          [](const auto& test) { return std::string(test.param.what); });
 
-TEST_P(ips_refusal, comes_before_any_connection)
+TEST_P(ips_bad_argument, is_refused_before_any_connection)
 {
-    wrap::plan plan;
-    const std::string printed = printed_by([] {
-        EXPECT_EQ(GetParam().call(), -1);
-        EXPECT_EQ(errno, EINVAL);
-    });
-    EXPECT_EQ(printed, "");
-    EXPECT_EQ(plan.count("socket"), 0);
-    EXPECT_EQ(ips_log(), line_of(GetParam().name, GetParam().text));
+    expect_refused_unconnected(GetParam(), ips_log);
 }
 
 TEST(ips, highest_values_are_accepted)
