@@ -28,8 +28,12 @@ gives() {
         --scenario "$examples/home.json" -- "$2"
 }
 
-# needs PROGRAM: the libraries that it is linked to.
-needs() { readelf -dW "$1" | sed -n 's/.*(NEEDED).*\[\(.*\)\]/\1/p' | sort | tr '\n' ' '; }
+# expect_needed PROGRAM LIBRARIES
+expect_needed() {
+    local needed
+    needed=$(tests/check/needed "$place/$1")
+    [[ $needed == "$2" ]] || fail "$1: $needed"
+}
 
 cmake --install "$build" --prefix "$place/usr" >/dev/null
 
@@ -58,9 +62,9 @@ echo "The C driver alone, shared and static, and opened at run time"
 gcc -std=c99 "${cflags[@]}" "$examples/household.c" "${libs[@]}" -o "$place/shared"
 gcc -std=c99 "${cflags[@]}" "$examples/household.c" "$library/libkqutm.a" -o "$place/static"
 gcc -std=c99 "${cflags[@]}" "$examples/optional.c" -o "$place/optional"
-[[ $(needs "$place/shared") == "libc.so.6 libkqutm.so.1 " ]] || fail "shared: $(needs "$place/shared")"
-[[ $(needs "$place/static") == "libc.so.6 " ]] || fail "static: $(needs "$place/static")"
-[[ $(needs "$place/optional") == "libc.so.6 " ]] || fail "optional: $(needs "$place/optional")"
+expect_needed shared "libkqutm.so.1 libc.so.6"
+expect_needed static libc.so.6
+expect_needed optional libc.so.6
 gives household "$place/shared"
 gives household "$place/static"
 gives optional "$place/optional"

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # The library is small, quick to load, and frugal with its caller's stack. Usage: footprint.sh LIBRARY, for x86-64 or
-# 64-bit Arm. Prints each figure with its limit, if it has one; what the library needs is libc, and on 64-bit Arm its loader.
+# 64-bit Arm, from the root of the sources. Prints each figure with its limit, if it has one; what the library needs is
+# libc, and on 64-bit Arm its loader.
 set -euo pipefail
 
 library=$1
@@ -44,7 +45,7 @@ printf 'bytes of names: %d\n' "$(bytes_of '\.dynsym' '\.dynstr' '\.gnu\.hash' '\
 at_most "bytes of state" 64 "$(bytes_of '\.bss')"
 at_most "relocations" 160 "$(wc -l <<<"$relocations")"
 at_most "relative relocations" 24 "$(grep -c '_RELATIV' <<<"$relocations")"
-needed=$(readelf -dW "$library" | sed -n 's/.*(NEEDED).*\[\(.*\)\]/\1/p' | paste -sd ' ')
+needed=$(tests/check/needed "$library")
 printf 'needed libraries: %s\n' "$needed"
 [[ $needed == "$may_need" ]] || failed=1
 
