@@ -87,7 +87,8 @@ TEST(hpp_operations, a_text_that_would_be_cut_is_not_sent)
         ASSERT_FALSE(result);
         EXPECT_EQ(result.error().code(), std::errc::invalid_argument);
     }
-    EXPECT_FALSE(kqutm::devid::devices_by_ip("192.168.100.2000"));
+    EXPECT_FALSE(kqutm::devid::devices_by_ip(std::string(46, ':')));
+    EXPECT_FALSE(kqutm::devid::devices_by_mac(std::string(32, ':')));
     EXPECT_FALSE(exists("/tmp/utm_log")) << "no operation has tried to reach its daemon";
 }
 
@@ -97,9 +98,35 @@ TEST(hpp_operations, an_engine_tells_its_own_result)
     const engine_daemon devid(devid_path, records{devid_reply(5)});
     EXPECT_EQ(kqutm::ips::reset().error().returned, 5);
     EXPECT_TRUE(kqutm::ips::reset().error().refused());
-    EXPECT_TRUE(kqutm::devid::flush_cache()) << "-1 alone is a refusal";
     EXPECT_EQ(kqutm::devid::reset().error().returned, 5);
     EXPECT_EQ(kqutm::ir::activate(true).error().returned, UTM_IR_NO_CONNECTION);
+}
+
+TEST(hpp_operations, where_minus_one_alone_is_a_refusal_the_daemons_number_is_the_value)
+{
+    const engine_daemon devid(devid_path, records{devid_reply(5)});
+    EXPECT_EQ(*kqutm::devid::flush_cache(), 5);
+    EXPECT_EQ(*kqutm::devid::set_max_cache_size(10), 5);
+    EXPECT_EQ(*kqutm::devid::set_debug(true), 5);
+    EXPECT_EQ(*kqutm::devid::show_kernel_list(), 5);
+}
+
+TEST(hpp_operations, a_refusal_by_minus_one_is_a_cause)
+{
+    const engine_daemon devid(devid_path, records{devid_reply(-1)});
+    const auto flushed = kqutm::devid::flush_cache();
+    ASSERT_FALSE(flushed);
+    EXPECT_TRUE(flushed.error().refused());
+    EXPECT_EQ(flushed.error().returned, -1);
+}
+
+TEST(hpp_operations, a_switch_of_limits_may_have_more_values_than_two)
+{
+    const config_daemons daemons;
+    EXPECT_TRUE(kqutm::limits::set_enabled(children, true));
+    EXPECT_EQ(daemons.request_of(app_path)[16], 1);
+    EXPECT_TRUE(kqutm::limits::set_enabled(children, 5));
+    EXPECT_EQ(daemons.request_of(app_path)[16], 5);
 }
 
 TEST(hpp_operations, a_uuid_fits_whatever_its_length)
@@ -170,6 +197,40 @@ TEST(hpp_operations, a_registry_that_cannot_be_locked_gives_no_snapshot)
     plan.fail("semop", 1, EIDRM);
     EXPECT_EQ(kqutm::registry_snapshot().error().error, EIDRM);
     EXPECT_EQ(plan.count("semop"), 1);
+}
+
+TEST(hpp_operations, a_semaphore_that_another_process_has_just_made_is_found_at_the_second_look)
+{
+    ASSERT_EQ(init_utm_id_shm(), 0);
+    wrap::plan plan;
+    plan.fail("semget", 1, ENOENT);
+    plan.fail("semget", 2, EEXIST);
+    EXPECT_TRUE(kqutm::registry_lock());
+    EXPECT_EQ(plan.count("semget"), 3);
+    EXPECT_EQ(semaphore_value(), 1);
+}
+
+// It exists, and every look for it fails.
+TEST(hpp_operations, a_semaphore_that_is_closed_is_looked_for_twice)
+{
+    wrap::plan plan;
+    for (const int look : {1, 3})
+        plan.fail("semget", look, EACCES);
+    for (const int creation : {2, 4})
+        plan.fail("semget", creation, EEXIST);
+    const kqutm::registry_lock lock;
+    EXPECT_FALSE(lock);
+    EXPECT_FALSE(lock.is_open());
+    EXPECT_EQ(plan.count("semget"), 4);
+}
+
+TEST(hpp_operations, a_semaphore_that_cannot_be_locked_is_open)
+{
+    wrap::plan plan;
+    plan.fail("semop", 1, EIDRM);
+    const kqutm::registry_lock lock;
+    EXPECT_FALSE(lock);
+    EXPECT_TRUE(lock.is_open());
 }
 
 } // namespace

@@ -90,6 +90,17 @@ TEST(hpp_types, a_result_holds_the_cause_of_its_failure)
     EXPECT_TRUE((cause{.error = EREMOTEIO}.refused()));
 }
 
+TEST(hpp_types, the_value_of_a_result_is_made_into_another)
+{
+    const auto text_of_number = [](int number) { return std::to_string(number); };
+    EXPECT_EQ(*kqutm::result(5).transform(text_of_number), "5");
+    const kqutm::result<std::string> failed =
+        kqutm::result<int>(cause{.returned = -3, .error = ETIMEDOUT}).transform(text_of_number);
+    ASSERT_FALSE(failed);
+    EXPECT_EQ(failed.error().returned, -3);
+    EXPECT_EQ(failed.error().error, ETIMEDOUT);
+}
+
 TEST(hpp_types, a_result_asked_for_what_it_does_not_hold_ends_the_program)
 {
     const kqutm::result<int> failed{cause()};

@@ -16,12 +16,12 @@ namespace kqutm {
 
 namespace detail {
 
-/* What an engine's operation returned where -1 alone is a failure. */
-inline result<done> unless_minus_one(int returned)
+/* What an engine's operation returned where -1 alone is a failure: the daemon's own number. */
+inline result<int32_t> unless_minus_one(int32_t returned)
 {
     if (returned == -1)
         return failed();
-    return done();
+    return returned;
 }
 
 } // namespace detail
@@ -106,9 +106,10 @@ inline result<list<utm_device>> devices()
     return detail::streamed(utm_devid_get_device_list);
 }
 
+/* The daemon gets 15 characters of it; with the gateway's own addresses, also of IPv6, the whole is compared. */
 inline result<list<utm_device>> devices_by_ip(const std::string& ip)
 {
-    return detail::devices_by(ip, 15, utm_devid_get_device_list_by_ip);
+    return detail::devices_by(ip, 45, utm_devid_get_device_list_by_ip);
 }
 
 inline result<list<utm_device>> devices_by_interface(const std::string& name)
@@ -136,12 +137,15 @@ inline result<std::array<uint32_t, 3>> status()
     return std::to_array(words.words);
 }
 
-inline result<done> set_max_cache_size(uint32_t megabytes)
+/* This and the three others with a number tell what the daemon answered, whose meaning it defines: -1 alone is a
+ * refusal.
+ */
+inline result<int32_t> set_max_cache_size(uint32_t megabytes)
 {
     return detail::unless_minus_one(utm_devid_cache_set_max_size(megabytes));
 }
 
-inline result<done> flush_cache()
+inline result<int32_t> flush_cache()
 {
     return detail::unless_minus_one(utm_devid_flush_cache_list());
 }
@@ -154,12 +158,12 @@ inline result<uint64_t> latest_timestamp()
     return timestamp;
 }
 
-inline result<done> set_debug(bool on)
+inline result<int32_t> set_debug(bool on)
 {
     return detail::unless_minus_one(utm_devid_debug(on));
 }
 
-inline result<done> show_kernel_list()
+inline result<int32_t> show_kernel_list()
 {
     return detail::unless_minus_one(utm_devid_show_all_list());
 }

@@ -93,10 +93,10 @@ inline result<uint32_t> read(profile_id id, int32_t (*operation)(uint32_t, uint3
 
 } // namespace detail
 
-/* Limits, extension, weekdays and figures are in units that the application daemon defines. */
-inline result<done> set_enabled(profile_id id, bool on)
+/* Limits, extension, weekdays, figures and switches but 0 and 1 are what the application daemon takes them for. */
+inline result<done> set_enabled(profile_id id, int32_t value)
 {
-    return detail::status(utm_user_profile_set_daily_limit_enable(detail::number(id), on));
+    return detail::status(utm_user_profile_set_daily_limit_enable(detail::number(id), value));
 }
 
 inline result<uint32_t> enabled(profile_id id)

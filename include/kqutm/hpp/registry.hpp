@@ -26,14 +26,15 @@ template <utm_id_kind kind> result<bool> is_registered(identifier<kind> id)
 
 /*
  * Holds the registry lock for as long as it lives; the kernel gives it back when the process ends. The wait for it has
- * no limit, and is taken up again when a signal ends it.
+ * no limit, and is taken up again when a signal ends it. Where another process has just made the semaphore, it is
+ * looked for a second time.
  *
  * A thread that holds it and calls what takes it too waits for itself, for ever. Such are another registry_lock,
  * is_registered, registry_snapshot, and every operation that looks into the registry.
  */
 class registry_lock {
 public:
-    registry_lock() : semaphore_(init_utm_id_config_sem()), held_(semaphore_ >= 0 && lock(semaphore_)) {}
+    registry_lock() : semaphore_(open()), held_(is_open() && lock(semaphore_)) {}
     ~registry_lock()
     {
         const int error = errno;
@@ -46,7 +47,17 @@ public:
 
     explicit operator bool() const { return held_; }
 
+    /* Whether there is a semaphore at all; else it could be neither found nor made. */
+    bool is_open() const { return semaphore_ >= 0; }
+
 private:
+    /* One that is closed to this process exists at every look, so that no third one helps. */
+    static int open()
+    {
+        const int semaphore = init_utm_id_config_sem();
+        return semaphore < 0 && errno == EEXIST ? init_utm_id_config_sem() : semaphore;
+    }
+
     static bool lock(int semaphore)
     {
         int returned;

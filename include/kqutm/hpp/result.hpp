@@ -5,7 +5,9 @@
 #include <cerrno>
 #include <cstddef>
 #include <cstdlib>
+#include <functional>
 #include <system_error>
+#include <type_traits>
 #include <utility>
 #include <variant>
 
@@ -49,6 +51,14 @@ public:
     Value value_or(Value other) && { return *this ? *std::move(*this) : std::move(other); }
 
     cause error() const { return checked<1>(held_); }
+
+    /* The result of what make makes of the value; a cause stays as it is. */
+    template <class Make> auto transform(Make make) const -> result<std::invoke_result_t<Make, const Value&>>
+    {
+        if (!*this)
+            return error();
+        return std::invoke(make, checked<0>(held_));
+    }
 
 private:
     template <std::size_t index, class Held> static auto& checked(Held& held)
