@@ -5,9 +5,13 @@
 #include "tests/utmctl/profile_texts.h"
 #include "tests/utmctl/run.h"
 
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
 
 namespace {
 
@@ -92,6 +96,23 @@ TEST(profile_create, create_with_no_daemon_at_all_tells_all_three)
     EXPECT_EQ(utmctl("profile create 7"),
               refused(4, std::string("profile 7 was not created: ") + cf_missing + ", and " + app_missing + ", and " +
                              user_profile_missing + "; start each of these daemons, then run the command again\n"));
+}
+
+// It is there, but takes no connection of this kind: something else has made it.
+TEST(profile_create, create_with_a_socket_of_the_wrong_type)
+{
+    const config_daemons daemons({.cf = absent});
+    const int other = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    sockaddr_un address = {.sun_family = AF_UNIX, .sun_path = {}};
+    strcpy(address.sun_path, cf_path);
+    ASSERT_EQ(bind(other, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+    EXPECT_EQ(utmctl("profile create 7"),
+              (run_result{8, "7\n",
+                          "utmctl: profile 7 was created in part (accepted by the application and user-profile "
+                          "daemons; not in the registry): the content-filter daemon (/dev/utm_cf_config_socket) cannot "
+                          "be reached: Protocol wrong type for socket; start the content-filter daemon again, then " +
+                              clean_up(7)}));
+    close(other);
 }
 
 // What refuses may have the profile already: to create it again is not enough.

@@ -46,7 +46,7 @@ std::optional<std::string_view> transport_text(std::string_view line)
 // A line names an error by its text, of which these want a remedy of their own.
 int error_named(std::string_view text, int usual)
 {
-    for (const int error : {ECONNREFUSED, EACCES, ECONNRESET}) {
+    for (const int error : {ECONNREFUSED, EPROTOTYPE, EACCES, ECONNRESET}) {
         if (text == strerror(error))
             return error;
     }
