@@ -67,5 +67,5 @@ run_result utmctl(const std::string& line);
 nlohmann::ordered_json told_by(const std::string& line);
 nlohmann::ordered_json result_of(const std::string& line);
 
-// The same for a user without rights; nothing where only the superuser may run it, or nobody else exists.
+// The same for a user without rights; nothing where nobody else exists. Fails the test where others may not execute it.
 std::optional<run_result> utmctl_of_another_user(const std::string& line);
