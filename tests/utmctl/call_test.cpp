@@ -171,6 +171,15 @@ TEST(call, names_who_holds_the_lock_that_it_waits_for)
               refused(3, "utm_id_config_lock did not return: " + of_registry.told_within("0.1")));
 }
 
+TEST(call, what_only_reads_may_be_run_again_when_it_did_not_get_the_lock)
+{
+    const stopped_lock_holder holder;
+    EXPECT_EQ(utmctl("--timeout 0.1 call check_shm_utm_id 7 1"),
+              refused(3, "check_shm_utm_id did not return: " + holder.told_within("0.1")));
+    const std::string changing = utmctl("--timeout 0.1 call reset_utm_id_shm 7 1").err;
+    EXPECT_NE(changing.find("then see what 'utmctl registry show' tells\n"), std::string::npos) << changing;
+}
+
 TEST(call, tells_of_a_daemon_that_may_have_acted)
 {
     const sim::scripted_daemon app(app_path, sim::script{sim::receive(), sim::await_close()});

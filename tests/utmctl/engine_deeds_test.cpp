@@ -1,10 +1,13 @@
 #include "tests/utmctl/engines.h"
 #include "tests/utmctl/run.h"
 
+#include <cstring>
 #include <fcntl.h>
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
+#include <sys/socket.h>
+#include <sys/un.h>
 #include <unistd.h>
 
 // The commands that an engine answers with a number or a status.
@@ -217,6 +220,31 @@ TEST(engine_deeds, some_answers_of_devid_are_no_refusal)
     }
     for (const char* line : {"devid switch on", "devid reset --yes", "devid ignore eth1 0"})
         EXPECT_EQ(utmctl(line).status, 1) << line;
+}
+
+// Takes connections, but no request.
+int deaf_listener(const char* path)
+{
+    const int listener = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+    sockaddr_un address = {.sun_family = AF_UNIX, .sun_path = {}};
+    strcpy(address.sun_path, path);
+    EXPECT_EQ(bind(listener, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+    EXPECT_EQ(listen(listener, 8), 0);
+    return listener;
+}
+
+TEST(engine_deeds, whether_a_daemon_that_does_not_answer_is_stopped_is_looked_up_once)
+{
+    const int listener = deaf_listener(devid.path);
+    EXPECT_EQ(utmctl("devid switch on"),
+              refused(3, "device identification was not switched on: " + std::string(devid.name) +
+                             " did not answer in time; find out why the device-identification daemon hangs, or start "
+                             "it again, then run the command again\n"));
+    int connections = 0;
+    for (int client; (client = accept(listener, nullptr, nullptr)) >= 0; ++connections)
+        close(client);
+    EXPECT_EQ(connections, 2) << "that of the library, and that of the look";
+    close(listener);
 }
 
 TEST(engine_deeds, what_is_lost_wants_yes)

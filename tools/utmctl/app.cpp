@@ -1,5 +1,3 @@
-#include "kqutm/app.h"
-
 #include "tools/utmctl/app_entries.h"
 #include "tools/utmctl/arguments.h"
 #include "tools/utmctl/config_deed.h"
@@ -13,43 +11,43 @@ namespace {
 
 constexpr const config_daemon& application = config_daemons[UTM_CONFIG_TARGET_APP];
 
-// Null stands for the daemon's own file.
-template <auto call> int32_t move_statistics(const request& asked)
+// Without a file the daemon takes its own.
+template <auto call> kqutm::result<kqutm::done> move_statistics(const request& asked)
 {
-    return asked.has("FILE") ? call(path_of(asked.one("FILE")).c_str()) : call(nullptr);
+    return call(asked.has("FILE") ? path_of(asked.one("FILE")) : UTM_APP_STATISTICS_FILE);
 }
 
 constexpr config_change activate = {application, "application control", "set to {SWITCH}", [](const request& asked) {
-                                        return utm_app_activate(switch_of(asked.one("SWITCH")));
+                                        return kqutm::applications::activate(switch_of(asked.one("SWITCH")));
                                     }};
-constexpr config_change debug = {application, "application control's debug value", "set to {VALUE}",
-                                 [](const request& asked) { return utm_app_debug(switch_of(asked.one("VALUE"))); }};
+constexpr config_change debug = {
+    application, "application control's debug value", "set to {VALUE}",
+    [](const request& asked) { return kqutm::applications::set_debug(switch_of(asked.one("VALUE"))); }};
 constexpr config_change set_interval = {
-    application, "the export interval", "set to {INTERVAL}",
-    [](const request& asked) { return utm_app_set_export_interval(whole_of<int32_t>(asked.one("INTERVAL"))); }};
+    application, "the export interval", "set to {INTERVAL}", [](const request& asked) {
+        return kqutm::applications::set_export_interval(whole_of<int32_t>(asked.one("INTERVAL")));
+    }};
 constexpr config_change update_signature = {
     application, "the signature file {FILE}", "taken over",
-    [](const request& asked) { return utm_app_update_signature(path_of(asked.one("FILE")).c_str()); }};
+    [](const request& asked) { return kqutm::applications::update_signature(path_of(asked.one("FILE"))); }};
 constexpr config_change import_statistics = {application, "the statistics file", "imported",
-                                             move_statistics<utm_app_import_statistics>};
+                                             move_statistics<kqutm::applications::import_statistics>};
 constexpr config_change export_statistics = {application, "the statistics file", "written",
-                                             move_statistics<utm_app_export_statistics>};
-constexpr dump_kind whole_dump = {"the dump of application control", application, utm_app_dump_all};
+                                             move_statistics<kqutm::applications::export_statistics>};
+constexpr dump_kind whole_dump = {"the dump of application control", application, kqutm::applications::dump};
 
-json read_status(const request&)
+kqutm::result<json> read_status(const request&)
 {
-    uint32_t values[3] = {};
-    if (utm_app_daemon_status(&values[0], &values[1], &values[2]) != 0)
-        return {};
-    return {{"first", values[0]}, {"second", values[1]}, {"third", values[2]}};
+    return kqutm::applications::daemon_status().transform([](const auto& values) {
+        return json{{"first", values[0]}, {"second", values[1]}, {"third", values[2]}};
+    });
 }
 
-json read_interval(const request&)
+kqutm::result<json> read_interval(const request&)
 {
-    uint32_t interval = 0;
-    if (utm_app_get_export_interval(&interval) != 0)
-        return {};
-    return {{"interval", interval}};
+    return kqutm::applications::export_interval().transform([](uint32_t interval) {
+        return json{{"interval", interval}};
+    });
 }
 
 constexpr shown_member status_values[] = {{"first", {"FIRST"}}, {"second", {"SECOND"}}, {"third", {"THIRD"}}};

@@ -10,9 +10,9 @@ namespace {
 
 constexpr const config_daemon& application = config_daemons[UTM_CONFIG_TARGET_APP];
 
-uint32_t policy_of(const request& asked)
+kqutm::app_policy_id policy_of(const request& asked)
 {
-    return static_cast<uint32_t>(id_of(asked.one("POLICY")));
+    return id_of<kqutm::app_policy_id>(asked.one("POLICY"));
 }
 
 std::string name_of_policy(const request& asked)
@@ -23,7 +23,15 @@ std::string name_of_policy(const request& asked)
 void empty_policy(const request& asked, const char* participle)
 {
     exchange({name_of_policy(asked), participle}, application, asked.timeout,
-             [&] { return accepted(utm_app_policy_config_init_block(policy_of(asked), nullptr, 0)); });
+             [&] { return as_json(kqutm::applications::set_entries(policy_of(asked), {})); });
+}
+
+std::vector<kqutm::applications::entry> entries_in(std::span<const text_entry> record)
+{
+    std::vector<kqutm::applications::entry> entries(record.size());
+    for (size_t at = 0; at < record.size(); ++at)
+        std::ranges::copy(parse_hex(record[at].text).value(), entries[at].begin());
+    return entries;
 }
 
 // The entries that one record carries, so that it is known which of them the daemon refused.
@@ -33,11 +41,8 @@ void add_record(const request& asked, std::span<const text_entry> record)
     const deed_words words = {"the record of " + std::to_string(record.size()) + " entries from '" + first.text + "'" +
                                   place_of(first, asked) + " of " + name_of_policy(asked),
                               "added"};
-    const std::vector<uint8_t> bytes = bytes_of({record.begin(), record.end()});
-    exchange(words, application, asked.timeout, [&] {
-        return accepted(
-            utm_app_policy_config_block(policy_of(asked), bytes.data(), static_cast<int32_t>(record.size())));
-    });
+    exchange(words, application, asked.timeout,
+             [&] { return as_json(kqutm::applications::add_entries(policy_of(asked), entries_in(record))); });
 }
 
 std::string counted(size_t entries)
@@ -59,7 +64,7 @@ constexpr entry_work adding = {"added", "added to", " before it stayed", false};
 
 outcome told_of(const entry_work& work, const request& asked, size_t sent)
 {
-    return {.result = {{"policy", policy_of(asked)}, {work.member, sent}},
+    return {.result = {{"policy", policy_of(asked).number()}, {work.member, sent}},
             .confirmations = {counted(sent) + " " + work.participle + " " + name_of_policy(asked)}};
 }
 
@@ -105,5 +110,5 @@ outcome add_entries(const request& asked)
 outcome clear_entries(const request& asked)
 {
     empty_policy(asked, "emptied");
-    return {.result = {{"policy", policy_of(asked)}}, .confirmations = {name_of_policy(asked) + " emptied"}};
+    return {.result = {{"policy", policy_of(asked).number()}}, .confirmations = {name_of_policy(asked) + " emptied"}};
 }

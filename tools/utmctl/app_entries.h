@@ -1,6 +1,6 @@
 #pragma once
 
-#include "kqutm/app.h"
+#include "kqutm.hpp"
 
 #include "tools/utmctl/hex.h"
 #include "tools/utmctl/text_list.h"

@@ -1,13 +1,7 @@
 #include "tools/utmctl/arguments.h"
 #include "tools/utmctl/lookup.h"
-#include "tools/utmctl/number.h"
-
-#include "kqutm/registry.h"
-
-#include "operations/text.h"
 
 #include <algorithm>
-#include <cstdio>
 
 namespace {
 
@@ -50,7 +44,7 @@ std::string check_any(const std::string&)
 
 std::string check_id(const std::string& text)
 {
-    if (number_of<int32_t>(text).value_or(0) > 0)
+    if (id_or_none<kqutm::profile_id>(text))
         return "";
     return in_quotes(text) + " is not an identifier, a whole number from 1 to 2147483647";
 }
@@ -64,14 +58,14 @@ std::string check_registered_id(const std::string& text)
 
 std::string check_id_or_zero(const std::string& text)
 {
-    if (number_of<int32_t>(text).value_or(-1) >= 0)
+    if (check_id(text).empty() || number_of<int64_t>(text) == 0)
         return "";
     return in_quotes(text) + " is not an identifier, a whole number from 1 to 2147483647, or 0 for one from the clock";
 }
 
 std::string check_mac(const std::string& text)
 {
-    return operations::parse_mac(text) ? "" : in_quotes(text) + " is not a MAC address such as 02:42:ac:11:00:05";
+    return kqutm::mac_address::parse(text) ? "" : in_quotes(text) + " is not a MAC address such as 02:42:ac:11:00:05";
 }
 
 std::string check_state(const std::string& text)
@@ -113,22 +107,9 @@ uint32_t registered_id_of(const std::string& text)
     return number_of<uint32_t>(text).value();
 }
 
-int32_t id_of(const std::string& text)
+kqutm::mac_address mac_of(const std::string& text)
 {
-    return number_of<int32_t>(text).value();
-}
-
-mac_address mac_of(const std::string& text)
-{
-    return operations::parse_mac(text).value();
-}
-
-std::string normal_mac(const std::string& text)
-{
-    const mac_address mac = mac_of(text);
-    char normal[18];
-    snprintf(normal, sizeof normal, "%02x:%02x:%02x:%02x:%02x:%02x", mac[0], mac[1], mac[2], mac[3], mac[4], mac[5]);
-    return normal;
+    return kqutm::mac_address::parse(text).value();
 }
 
 bool is_on(const std::string& state)

@@ -8,7 +8,9 @@
 
 namespace {
 
-constexpr service av = {"anti-virus", UTM_AV_SOCKET};
+using kqutm::text_of;
+
+constexpr engine_service av = {{"anti-virus", UTM_AV_SOCKET}};
 
 constexpr char engine[] = "the anti-virus engine";
 
@@ -20,16 +22,15 @@ constexpr argument entry_and_operation[] = {
     {"OPERATION", occurs::once, check_whole<0, 1>, "0 or 1; the daemon defines which is which"},
 };
 
-constexpr deed_row switching = {av, engine, "switched {STATE}", call_with_state<utm_av_activate>, tells_answer};
-constexpr deed_row debugging = {av, "debugging of the anti-virus engine", "switched {STATE}",
-                                call_with_state<utm_av_debug>, tells_answer};
-constexpr deed_row sizing = {av, "the scan cache", "limited to {LIMIT}",
-                             call_with_number<utm_av_cache_set_max_size, cache_limit>, tells_answer};
-constexpr deed_row setting_whitelist = {av, "{ENTRY}", "set in the whitelist with operation {OPERATION}",
-                                        call_with_text_and_number<utm_av_set_whitelist, entry_and_operation>,
-                                        tells_answer};
-constexpr deed_row resetting = {av, engine, "reset", call<utm_av_reset>, tells_answer};
-constexpr deed_row flushing = {av, engine, "flushed", call<utm_av_flush>, tells_answer};
+constexpr engine_deed switching = {av, engine, "switched {STATE}", call_with_state<kqutm::av::activate>};
+constexpr engine_deed debugging = {av, "debugging of the anti-virus engine", "switched {STATE}",
+                                   call_with_state<kqutm::av::set_debug>};
+constexpr engine_deed sizing = {av, "the scan cache", "limited to {LIMIT}",
+                                call_with_number<kqutm::av::set_max_cache_size, cache_limit>};
+constexpr engine_deed setting_whitelist = {av, "{ENTRY}", "set in the whitelist with operation {OPERATION}",
+                                           call_with_text_and_number<kqutm::av::set_whitelist, entry_and_operation>};
+constexpr engine_deed resetting = {av, engine, "reset", call<kqutm::av::reset>};
+constexpr engine_deed flushing = {av, engine, "flushed", call<kqutm::av::flush>};
 
 constexpr status_row status = {av, "the status of the anti-virus engine", 1,
                                read_words<utm_av_status, utm_av_show_status>, is_not_zero};
@@ -53,7 +54,7 @@ constexpr command commands[] = {
     {"cache-size", cache_limit, {perform<sizing>, "utm_av_cache_set_max_size"}, "limit the scan cache"},
     {"cache",
      {},
-     {show_list<cache, utm_av_show_cache>, "utm_av_show_cache"},
+     {show_list<cache, kqutm::av::cache>, "utm_av_show_cache"},
      "list the scan cache, the newest entry first",
      nullptr,
      "av cache --json"},
@@ -63,7 +64,7 @@ constexpr command commands[] = {
      "set an entry in the whitelist",
      nullptr,
      "av set-whitelist 275a021bbfb6489e54d471899f7db9d1 0"},
-    {"whitelist", {}, {show_list<whitelist, utm_av_show_whitelist>, "utm_av_show_whitelist"}, "list the whitelist"},
+    {"whitelist", {}, {show_list<whitelist, kqutm::av::whitelist>, "utm_av_show_whitelist"}, "list the whitelist"},
     {"debug", state, {perform<debugging>, "utm_av_debug"}, "switch the daemon's debug output on or off"},
     {"reset", {}, {perform<resetting>, "utm_av_reset"}, "set the engine back", "the engine's settings"},
     {"flush", {}, {perform<flushing>, "utm_av_flush"}, "flush the engine", "what the daemon flushes", "av flush --yes"},

@@ -102,8 +102,9 @@ awaited awaited_by(const function_row& function, const texts& given, const std::
         whom.registry_lock |= deed.starts_with("registry");
         whom.uuid_lock |= deed.starts_with("system: common segment");
     }
-    if (whom.uuid_lock)
-        whom.without_lock = what; // it is taken first
+    const bool only_reads = whom.daemons.empty() && !changes_registry;
+    if (whom.uuid_lock || only_reads)
+        whom.without_lock = what; // the lock of the UUID is taken before anything is done
     const operations::signature parsed = function.parsed();
     if (parsed.count == 1 && parsed.parameters.front().name == "semid")
         await_semaphore(whom, static_cast<int>(operations::parse_whole(given.front()).value()), what);
@@ -130,16 +131,14 @@ json lines_of(const std::string& text)
     return lines;
 }
 
-// Runs in the worker, and leaves errno as the function left it.
+// Runs in the worker.
 json carry_out(const function_row& function, const texts& given)
 {
     const operations::call_result result = function.by_words.call(given);
-    json told = {{"function", function.name()},
-                 {"returned", result.returned},
-                 {"errno", nullptr},
-                 {"outputs", outputs_of(function, result)}};
-    errno = result.error;
-    return told;
+    return {{"function", function.name()},
+            {"returned", result.returned},
+            {"errno", result.error},
+            {"outputs", outputs_of(function, result)}};
 }
 
 bool returns_nothing(const function_row& function)
@@ -200,12 +199,13 @@ outcome call_function(const request& asked)
     const std::string what = std::string(function.name()) + " did not return";
     const call_result call = call_in_worker(
         what, asked.timeout, [&] { return carry_out(function, given); }, awaited_by(function, given, what));
-    const std::optional<problem> failed = failure_of(asked_for, call.value["returned"], call.error);
-    outcome result = {.result = call.value};
-    if (failed && call.error != 0)
-        result.result["errno"] = errno_name(call.error);
+    outcome result = {.result = *call.result};
+    const json returned = result.result["returned"];
+    const int error = result.result["errno"];
+    const std::optional<problem> failed = failure_of(asked_for, returned, error);
+    result.result["errno"] = failed && error != 0 ? json(errno_name(error)) : json();
     result.result["printed"] = lines_of(call.printed);
-    tell(function, result, operations::has_failed(function, call.value["returned"], call.error));
+    tell(function, result, operations::has_failed(function, returned, error));
     if (failed) {
         result.status = failed->status;
         result.problems = {*failed};

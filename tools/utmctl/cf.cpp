@@ -1,5 +1,3 @@
-#include "kqutm/cf.h"
-
 #include "tools/utmctl/arguments.h"
 #include "tools/utmctl/cf_lists.h"
 #include "tools/utmctl/cf_switches.h"
@@ -12,35 +10,44 @@
 #include "tools/utmctl/policy.h"
 #include "tools/utmctl/registry_view.h"
 
+#include <algorithm>
+
 namespace {
 
 constexpr const config_daemon& content_filter = config_daemons[UTM_CONFIG_TARGET_CF];
 
-constexpr config_change debug = {content_filter, "the content filter's debug value", "set to {VALUE}",
-                                 [](const request& asked) { return utm_cf_debug(switch_of(asked.one("VALUE"))); }};
-constexpr config_change flush = {
-    content_filter, "the content filter", "flushed with type {TYPE}",
-    [](const request& asked) { return utm_cf_global_flush(whole_of<int32_t>(asked.one("TYPE"))); }};
-
-int32_t flush_given_policy(const request& asked)
+std::optional<kqutm::cf_policy_id> policy_of(const request& asked)
 {
-    return utm_cf_policy_flush(whole_of<int32_t>(asked.one("TYPE")), id_of(asked.one("POLICY")));
+    return id_or_none<kqutm::cf_policy_id>(asked.one("POLICY"));
 }
 
-constexpr config_change flush_policy_0 = {content_filter, "policy 0, whatever the daemon takes that for,",
-                                          "flushed with type {TYPE}", flush_given_policy};
-constexpr config_change flush_one_policy = {content_filter, "content-filter policy {POLICY}",
-                                            "flushed with type {TYPE}", flush_given_policy};
-constexpr dump_kind whole_dump = {"the dump of the content filter", content_filter, utm_cf_dump_all};
+int32_t type_of(const request& asked)
+{
+    return whole_of<int32_t>(asked.one("TYPE"));
+}
+
+constexpr config_change debug = {
+    content_filter, "the content filter's debug value", "set to {VALUE}",
+    [](const request& asked) { return kqutm::filter::set_debug(switch_of(asked.one("VALUE"))); }};
+constexpr config_change flush = {content_filter, "the content filter", "flushed with type {TYPE}",
+                                 [](const request& asked) { return kqutm::filter::flush(type_of(asked)); }};
+// No policy for the layer.
+constexpr config_change flush_policy_0 = {
+    content_filter, "policy 0, whatever the daemon takes that for,", "flushed with type {TYPE}",
+    [](const request& asked) { return unless_not_zero(utm_cf_policy_flush(type_of(asked), 0)); }};
+constexpr config_change flush_one_policy = {
+    content_filter, "content-filter policy {POLICY}", "flushed with type {TYPE}",
+    [](const request& asked) { return kqutm::filter::flush(type_of(asked), *policy_of(asked)); }};
+constexpr dump_kind whole_dump = {"the dump of the content filter", content_filter, kqutm::filter::dump};
 
 void demand_policy(const request& asked, const std::string& what)
 {
-    demand_registered(read_registry(what, asked.timeout), kind_of(cf_policies.word), id_of(asked.one("POLICY")), what);
+    demand_registered(read_registry(what, asked.timeout), *policy_of(asked), what);
 }
 
 outcome flush_policy(const request& asked)
 {
-    if (id_of(asked.one("POLICY")) == 0)
+    if (!policy_of(asked))
         return change(flush_policy_0, asked);
     demand_policy(asked, "content-filter policy " + asked.one("POLICY") + " was not flushed");
     return change(flush_one_policy, asked);
@@ -49,23 +56,24 @@ outcome flush_policy(const request& asked)
 constexpr argument block_pieces = {"BLOCK", occurs::any_number, check_hex<1, UTM_CF_BLOCK_SIZE>,
                                    "the 128 bytes as hexadecimal digits, in one or more pieces"};
 
-std::vector<uint8_t> block_of(const request& asked, const std::string& what)
+kqutm::filter::category_block block_of(const request& asked, const std::string& what)
 {
-    std::vector<uint8_t> block = bytes_of(texts_of(asked, block_pieces, what));
-    if (block.size() != UTM_CF_BLOCK_SIZE)
-        refuse_arguments(asked, "a category block has 128 bytes, not " + std::to_string(block.size()));
+    const std::vector<uint8_t> bytes = bytes_of(texts_of(asked, block_pieces, what));
+    kqutm::filter::category_block block = {};
+    if (bytes.size() != block.size())
+        refuse_arguments(asked, "a category block has 128 bytes, not " + std::to_string(bytes.size()));
+    std::ranges::copy(bytes, block.begin());
     return block;
 }
 
 outcome set_block(const request& asked)
 {
-    const int32_t policy = id_of(asked.one("POLICY"));
-    const deed_words words = {"the category block of content-filter policy " + std::to_string(policy), "set"};
-    const std::vector<uint8_t> block = block_of(asked, not_done(words));
+    const kqutm::cf_policy_id policy = *policy_of(asked);
+    const deed_words words = {"the category block of " + named(policy), "set"};
+    const kqutm::filter::category_block block = block_of(asked, not_done(words));
     demand_policy(asked, not_done(words));
-    exchange(words, content_filter, asked.timeout,
-             [&] { return accepted(utm_cf_policy_config_block(policy, block.data())); });
-    return {.result = {{"policy", policy}, {"block", hex_of(block)}}, .confirmations = {done(words)}};
+    exchange(words, content_filter, asked.timeout, [&] { return as_json(kqutm::filter::set_block(policy, block)); });
+    return {.result = {{"policy", policy.number()}, {"block", hex_of(block)}}, .confirmations = {done(words)}};
 }
 
 constexpr argument policy = {"POLICY", occurs::once, check_id, "the identifier of the content-filter policy"};

@@ -1,7 +1,5 @@
 #include "tools/utmctl/cf_lists.h"
 
-#include "kqutm/cf.h"
-
 #include "tools/utmctl/arguments.h"
 #include "tools/utmctl/config_deed.h"
 #include "tools/utmctl/progress.h"
@@ -10,27 +8,43 @@ namespace {
 
 constexpr const config_daemon& content_filter = config_daemons[UTM_CONFIG_TARGET_CF];
 
-template <auto call> int32_t of_no_policy(int32_t, const char* url)
+using kqutm::filter::list_of_domains;
+using kqutm::filter::list_of_urls;
+
+kqutm::cf_policy_id policy_of(const request& asked)
 {
-    return call(url);
+    return id_of<kqutm::cf_policy_id>(asked.one("POLICY"));
 }
 
-// The policy whose list is changed; 0 where there is none.
-int32_t policy_of(const request& asked)
+std::string owner_of_list(const request& asked)
 {
-    return asked.values.contains("POLICY") ? id_of(asked.one("POLICY")) : 0;
+    return asked.values.contains("POLICY") ? " of " + named(policy_of(asked)) : "";
 }
 
-std::string owner_of(int32_t policy)
+template <list_of_urls list> kqutm::result<kqutm::done> add_to(const request&, const std::string& url)
 {
-    return policy == 0 ? "" : " of content-filter policy " + std::to_string(policy);
+    return kqutm::filter::add(list, url);
+}
+
+template <list_of_urls list> kqutm::result<kqutm::done> remove_from(const request&, const std::string& url)
+{
+    return kqutm::filter::remove(list, url);
+}
+
+template <list_of_domains list> kqutm::result<kqutm::done> add_to(const request& asked, const std::string& text)
+{
+    return kqutm::filter::add(policy_of(asked), list, text);
+}
+
+template <list_of_domains list> kqutm::result<kqutm::done> remove_from(const request& asked, const std::string& text)
+{
+    return kqutm::filter::remove(policy_of(asked), list, text);
 }
 
 // What becomes of the texts of one command.
 struct list_work {
     const list_change& row;
     const request& asked;
-    int32_t policy;
     size_t changed = 0;
     outcome sum = {.result = json::array()};
 };
@@ -44,11 +58,11 @@ json json_of(const text_entry& entry, exit_status status)
 bool change_one(list_work& work, const text_entry& entry)
 {
     const deed_words words = {work.row.noun + (" " + in_quotes(entry.text)) + place_of(entry, work.asked) +
-                                  owner_of(work.policy),
+                                  owner_of_list(work.asked),
                               work.row.participle};
     try {
         exchange(words, content_filter, work.asked.timeout,
-                 [&] { return accepted(work.row.call(work.policy, entry.text.c_str())); });
+                 [&] { return as_json(work.row.call(work.asked, entry.text)); });
         ++work.changed;
         add(work.sum, {.result = json_of(entry, exit_status::done)});
         return true;
@@ -74,26 +88,25 @@ void tell_left_out(list_work& work, size_t left_out)
 
 } // namespace
 
-constinit const list_change add_trusted_url = {urls, "trusted URL", "added", of_no_policy<utm_cf_add_trusted_url>};
-constinit const list_change del_trusted_url = {urls, "trusted URL", "deleted", of_no_policy<utm_cf_del_trusted_url>};
-constinit const list_change add_forbidden_url = {urls, "forbidden URL", "added",
-                                                 of_no_policy<utm_cf_add_forbidden_url>};
+constinit const list_change add_trusted_url = {urls, "trusted URL", "added", add_to<list_of_urls::trusted>};
+constinit const list_change del_trusted_url = {urls, "trusted URL", "deleted", remove_from<list_of_urls::trusted>};
+constinit const list_change add_forbidden_url = {urls, "forbidden URL", "added", add_to<list_of_urls::forbidden>};
 constinit const list_change del_forbidden_url = {urls, "forbidden URL", "deleted",
-                                                 of_no_policy<utm_cf_del_forbidden_url>};
-constinit const list_change add_trusted_domain = {domains, "trusted domain", "added", utm_cf_policy_add_trusted_domain};
+                                                 remove_from<list_of_urls::forbidden>};
+constinit const list_change add_trusted_domain = {domains, "trusted domain", "added", add_to<list_of_domains::trusted>};
 constinit const list_change del_trusted_domain = {domains, "trusted domain", "deleted",
-                                                  utm_cf_policy_del_trusted_domain};
+                                                  remove_from<list_of_domains::trusted>};
 constinit const list_change add_forbidden_domain = {domains, "forbidden domain", "added",
-                                                    utm_cf_policy_add_forbidden_domain};
+                                                    add_to<list_of_domains::forbidden>};
 constinit const list_change del_forbidden_domain = {domains, "forbidden domain", "deleted",
-                                                    utm_cf_policy_del_forbidden_domain};
-constinit const list_change add_keyword = {keywords, "keyword", "added", utm_cf_policy_add_domain_keyword};
-constinit const list_change del_keyword = {keywords, "keyword", "deleted", utm_cf_policy_del_domain_keyword};
+                                                    remove_from<list_of_domains::forbidden>};
+constinit const list_change add_keyword = {keywords, "keyword", "added", add_to<list_of_domains::keywords>};
+constinit const list_change del_keyword = {keywords, "keyword", "deleted", remove_from<list_of_domains::keywords>};
 
 // Every text is tried, unless the daemon is out of reach: then each further one would only cost its time.
 outcome change_list(const list_change& row, const request& asked)
 {
-    list_work work = {.row = row, .asked = asked, .policy = policy_of(asked)};
+    list_work work = {.row = row, .asked = asked};
     const std::vector<text_entry> entries =
         texts_of(asked, row.texts, std::string("no ") + row.noun + " was " + row.participle);
     progress shown(entries.size());
@@ -104,6 +117,6 @@ outcome change_list(const list_change& row, const request& asked)
         }
     }
     if (work.changed > 0)
-        work.sum.confirmations = {counted(work.changed, row.noun) + owner_of(work.policy) + " " + row.participle};
+        work.sum.confirmations = {counted(work.changed, row.noun) + owner_of_list(asked) + " " + row.participle};
     return std::move(work.sum);
 }

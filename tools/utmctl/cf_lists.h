@@ -3,6 +3,8 @@
 #include "tools/utmctl/text_argument.h"
 #include "tools/utmctl/text_list.h"
 
+#include "kqutm.hpp"
+
 // The content filter's lists: URLs, which belong to no policy, and the domains and keywords of a policy.
 
 // What one command does to each of its texts.
@@ -10,7 +12,7 @@ struct list_change {
     const argument& texts;
     const char* noun; // of one text
     const char* participle;
-    int32_t (*call)(int32_t policy, const char* text); // policy is 0 where none was asked for
+    kqutm::result<kqutm::done> (*call)(const request& asked, const std::string& text);
 };
 
 inline constexpr argument urls = {"URL", occurs::any_number, check_text<2047>, "URLs of up to 2047 characters"};

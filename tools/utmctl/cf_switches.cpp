@@ -1,7 +1,5 @@
 #include "tools/utmctl/cf_switches.h"
 
-#include "kqutm/cf.h"
-
 #include "tools/utmctl/arguments.h"
 #include "tools/utmctl/config_deed.h"
 #include "tools/utmctl/file_path.h"
@@ -105,7 +103,7 @@ problem unopened_problem(const std::string& what, const std::string& path, int e
 }
 
 call_result call_without_lock(const deed_words& words, const request& asked, const std::vector<service>& daemons,
-                              const std::function<json()>& body)
+                              const std::function<kqutm::result<json>()>& body)
 {
     return call_in_worker(maybe_done(words), asked.timeout, body, {.daemons = daemons, .registry_lock = false});
 }
@@ -131,7 +129,7 @@ problem engine_problem(const filter_engine& engine, const deed_words& words, int
         return unopened_problem(not_done(words) + ", though its file may say so", path, error);
     const std::string state =
         std::string(" (") + engine.file + " has the new value; the filter as a whole is " + state_of_filter() + ")";
-    return config_problem(not_done(words) + state, content_filter, error, log);
+    return exchange_problem(not_done(words) + state, content_filter, failed_exchange_with(content_filter, error, log));
 }
 
 // The value is in the engine's file, and the filter as a whole has followed, before the daemon answers.
@@ -141,11 +139,11 @@ outcome switch_engine(const filter_engine& engine, const request& asked)
     const deed_words words = {engine.name, switched(value)};
     const log_watch log(UTM_APPCF_LOG);
     const call_result call =
-        call_without_lock(words, asked, {content_filter}, [&] { return accepted(engine.call(value)); });
+        call_without_lock(words, asked, {content_filter}, [&] { return as_json(unless_not_zero(engine.call(value))); });
     outcome told = done_by_shell(words, {{"switch", value}, {"filter", state_of_filter()}}, call.printed);
-    if (call.value.is_null()) {
+    if (!call.result) {
         told.confirmations.clear();
-        told.problems = {engine_problem(engine, words, call.error, log.lines())};
+        told.problems = {engine_problem(engine, words, call.result.error().error, log.lines())};
         told.status = told.problems.front().status;
     }
     return told;
@@ -155,9 +153,10 @@ outcome follow_engines(const request& asked)
 {
     const deed_words words = {"the filter as a whole", "switched as its engines are"};
     const log_watch log(UTM_APPCF_LOG);
-    const call_result call = call_without_lock(words, asked, {}, [] { return accepted(utm_cf_activate()); });
-    if (call.value.is_null())
-        throw failure(unopened_problem(not_done(words), unopened_file(log.lines()), call.error));
+    const call_result call =
+        call_without_lock(words, asked, {}, [] { return as_json(kqutm::filter::follow_engines()); });
+    if (!call.result)
+        throw failure(unopened_problem(not_done(words), unopened_file(log.lines()), call.result.error().error));
     return done_by_shell({words.subject, switched(filter_is_on() ? 1 : 0)}, {{"filter", state_of_filter()}},
                          call.printed);
 }
@@ -166,7 +165,7 @@ outcome switch_kernel(const request& asked)
 {
     const int32_t mode = switch_of(asked.one("MODE"));
     const deed_words words = {"the kernel's filter", switched(mode)};
-    const call_result call = call_without_lock(words, asked, {}, [mode] { return accepted(__utm_cf_activate(mode)); });
+    const call_result call = call_without_lock(words, asked, {}, [mode] { return json(__utm_cf_activate(mode)); });
     return done_by_shell(words, {{"mode", mode}}, call.printed);
 }
 
@@ -175,9 +174,9 @@ outcome set_redirect_page(const request& asked)
     const std::string text = asked.has("TEXT") ? asked.one("TEXT") : "";
     const deed_words words = {"the redirect page", text.empty() ? "cleared" : "set"};
     const call_result call =
-        call_without_lock(words, asked, {}, [&] { return accepted(utm_cf_redirect_page(text.c_str())); });
-    if (call.value.is_null())
-        tell_no_page(not_done(words), call.error);
+        call_without_lock(words, asked, {}, [&] { return as_json(kqutm::filter::set_redirect_page(text)); });
+    if (!call.result)
+        tell_no_page(not_done(words), call.result.error().error);
     return {.result = {{"page", text}}, .confirmations = {done(words)}};
 }
 

@@ -35,36 +35,32 @@ json asked_for(const request& asked)
 
 } // namespace
 
-problem config_problem(const std::string& what, const config_daemon& daemon, int error,
-                       const std::vector<std::string>& log)
+failed_exchange failed_exchange_with(const config_daemon& daemon, int error, const std::vector<std::string>& log)
 {
-    problem why = exchange_problem(what, daemon, error);
+    failed_exchange failed = failed_exchange_with(daemon, error);
     const std::vector<failed_exchange> logged = failed_exchanges(log);
     // The log tells no more of one that did not answer, nor that it is stopped.
-    if (!logged.empty() && logged.back().status == why.status && why.status != exit_status::no_answer)
-        why.culprits.front().cause = logged.back().cause;
-    return why;
+    if (!logged.empty() && logged.back().status == failed.status && failed.status != exit_status::no_answer)
+        failed.cause = logged.back().cause;
+    return failed;
 }
 
-call_result exchange(const deed_words& words, const config_daemon& daemon, double timeout,
-                     const std::function<json()>& body)
+exchanged exchange(const deed_words& words, const config_daemon& daemon, double timeout,
+                   const std::function<kqutm::result<json>()>& operation)
 {
     const log_watch log(UTM_APPCF_LOG);
-    call_result call = call_in_worker(maybe_done(words), timeout, body, {.daemons = {daemon}, .registry_lock = false});
-    if (call.value.is_null())
-        throw failure(config_problem(not_done(words), daemon, call.error, log.lines()));
-    return call;
-}
-
-json accepted(int32_t returned)
-{
-    return returned == 0 ? json(true) : json();
+    call_result call =
+        call_in_worker(maybe_done(words), timeout, operation, {.daemons = {daemon}, .registry_lock = false});
+    if (!call.result)
+        throw failure(exchange_problem(not_done(words), daemon,
+                                       failed_exchange_with(daemon, call.result.error().error, log.lines())));
+    return {*std::move(call.result), std::move(call.printed)};
 }
 
 outcome change(const config_change& row, const request& asked)
 {
     const deed_words words = {filled_in(row.subject, asked), filled_in(row.participle, asked)};
-    exchange(words, row.daemon, asked.timeout, [&] { return accepted(row.call(asked)); });
+    exchange(words, row.daemon, asked.timeout, [&] { return as_json(row.call(asked)); });
     return {.result = asked_for(asked), .confirmations = {done(words)}};
 }
 

@@ -7,24 +7,25 @@
 
 // Operations that are one exchange with a config daemon, as rows of tables.
 
-// The problem of an operation that failed with errno, told in full where the lines that the diagnostic log gained
-// meanwhile tell more.
-problem config_problem(const std::string& what, const config_daemon& daemon, int error,
-                       const std::vector<std::string>& log);
+// How an operation failed with errno, told in full where the lines that the diagnostic log gained meanwhile tell more.
+failed_exchange failed_exchange_with(const config_daemon& daemon, int error, const std::vector<std::string>& log);
 
-// Calls the library in a worker. Throws a failure when the body returns null, as it does for an operation that failed.
-call_result exchange(const deed_words& words, const config_daemon& daemon, double timeout,
-                     const std::function<json()>& body);
+// What an exchange handed back that did not fail, and what was printed meanwhile.
+struct exchanged {
+    json value;
+    std::string printed;
+};
 
-// What a body returns for an operation that returned this.
-json accepted(int32_t returned);
+// Calls the library in a worker. Throws a failure when the operation failed.
+exchanged exchange(const deed_words& words, const config_daemon& daemon, double timeout,
+                   const std::function<kqutm::result<json>()>& operation);
 
 // A change. {NAME} in its words stands for the argument of that name.
 struct config_change {
     const config_daemon& daemon;
     const char* subject;
     const char* participle;
-    int32_t (*call)(const request& asked);
+    kqutm::result<kqutm::done> (*call)(const request& asked);
 };
 
 outcome change(const config_change& row, const request& asked);
@@ -34,13 +35,13 @@ template <const config_change& row> outcome change(const request& asked)
     return change(row, asked);
 }
 
-// A reading. The call returns null when it failed, an array of objects for a list, and an object for anything else;
-// one that has but one member to show is shown as a line.
+// A reading: an array of objects for a list, and an object for anything else; one that has but one member to show is
+// shown as a line.
 struct config_reading {
     const config_daemon& daemon;
     const char* subject;
     std::span<const shown_member> members;
-    json (*call)(const request& asked);
+    kqutm::result<json> (*call)(const request& asked);
 };
 
 outcome read(const config_reading& row, const request& asked);

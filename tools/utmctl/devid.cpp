@@ -11,7 +11,9 @@
 
 namespace {
 
-constexpr service devid = {"device-identification", UTM_DEVID_SOCKET};
+using kqutm::text_of;
+
+constexpr engine_service devid = {{"device-identification", UTM_DEVID_SOCKET}};
 
 constexpr char engine[] = "device identification";
 
@@ -24,27 +26,18 @@ constexpr argument interface_and_operation[] = {
 };
 
 // Some of the daemon's answers mean a refusal unless they are 0, others only when they are -1.
-constexpr deed_row switching = {devid, engine, "switched {STATE}", call_with_state<utm_devid_activate>, tells_answer};
-constexpr deed_row sizing = {devid,
-                             "the cache of the devices",
-                             "limited to {MB} MB",
-                             call_with_number<utm_devid_cache_set_max_size, cache_size>,
-                             tells_answer,
-                             is_minus_one};
-constexpr deed_row flushing = {
-    devid, "the cache of the devices", "flushed", call<utm_devid_flush_cache_list>, tells_answer, is_minus_one};
-constexpr deed_row debugging = {devid,
-                                "debugging of device identification",
-                                "switched {STATE}",
-                                call_with_state<utm_devid_debug>,
-                                tells_answer,
-                                is_minus_one};
-constexpr deed_row showing_kernel_list = {
-    devid, "the kernel-side list", "shown by the daemon", call<utm_devid_show_all_list>, tells_answer, is_minus_one};
-constexpr deed_row resetting = {devid, engine, "reset", call<utm_devid_reset>, tells_answer};
-constexpr deed_row ignoring = {devid, "ignore operation {OPERATION}", "carried out on interface {INTERFACE}",
-                               call_with_text_and_number<utm_devid_set_ignore_iface, interface_and_operation>,
-                               tells_answer};
+constexpr engine_deed switching = {devid, engine, "switched {STATE}", call_with_state<kqutm::devid::activate>};
+constexpr engine_deed sizing = {devid, "the cache of the devices", "limited to {MB} MB",
+                                call_with_number<kqutm::devid::set_max_cache_size, cache_size>};
+constexpr engine_deed flushing = {devid, "the cache of the devices", "flushed", call<kqutm::devid::flush_cache>};
+constexpr engine_deed debugging = {devid, "debugging of device identification", "switched {STATE}",
+                                   call_with_state<kqutm::devid::set_debug>};
+constexpr engine_deed showing_kernel_list = {devid, "the kernel-side list", "shown by the daemon",
+                                             call<kqutm::devid::show_kernel_list>};
+constexpr engine_deed resetting = {devid, engine, "reset", call<kqutm::devid::reset>};
+constexpr engine_deed ignoring = {
+    devid, "ignore operation {OPERATION}", "carried out on interface {INTERFACE}",
+    call_with_text_and_number<kqutm::devid::set_ignored_interface, interface_and_operation>};
 
 constexpr status_row status = {devid, "the status of device identification", 1,
                                read_words<utm_devid_status, utm_devid_get_status>, is_minus_one};
@@ -74,29 +67,23 @@ constexpr list_row<utm_device> devices = {devid, "the devices", device_fields, r
 // One of the daemon's filters, each an option of its own.
 struct filter {
     const char* option;
-    utm_device* (*query)(const char* value);
-    std::string (*sent)(const std::string& given);
+    kqutm::result<kqutm::list<utm_device>> (*query)(const std::string& given);
 };
 
-std::string as_given(const std::string& value)
-{
-    return value;
-}
-
 constexpr filter filters[] = {
-    {"--ip", utm_devid_get_device_list_by_ip, as_given},
-    {"--interface", utm_devid_get_device_list_by_interface, as_given},
-    {"--mac", utm_devid_get_device_list_by_mac, normal_mac},
+    {"--ip", kqutm::devid::devices_by_ip},
+    {"--interface", kqutm::devid::devices_by_interface},
+    {"--mac", [](const std::string& given) { return kqutm::devid::devices_by_mac(mac_of(given).text()); }},
 };
 
 outcome list_devices(const request& asked)
 {
-    std::function<utm_device*()> query = utm_devid_get_device_list;
+    std::function<kqutm::result<kqutm::list<utm_device>>()> query = kqutm::devid::devices;
     size_t given = 0;
     for (const filter& one : filters) {
         if (!asked.has(one.option))
             continue;
-        query = [&] { return one.query(one.sent(asked.one(one.option)).c_str()); };
+        query = [&] { return one.query(asked.one(one.option)); };
         ++given;
     }
     if (given > 1)
@@ -105,16 +92,15 @@ outcome list_devices(const request& asked)
     return fetch_list(devices, query, asked.timeout, asked.has("--raw"));
 }
 
-// A timestamp of 0 is a failure, unless errno is 0: a whole answer came.
 outcome show_timestamp(const request& asked)
 {
     const std::string what = "the time of the latest change was not read";
-    const call_result call = call_in_worker(what, asked.timeout, [] { return json(utm_devid_get_latest_timestamp()); },
-                                            {.daemons = {devid}, .registry_lock = false});
-    const uint64_t timestamp = call.value;
-    if (timestamp == 0 && call.error != 0)
-        throw failure(exchange_problem(what, devid, call.error));
-    return {.result = {{"timestamp", timestamp}}, .lines = {std::to_string(timestamp)}};
+    const auto timestamp = call_in_worker(what, asked.timeout, [] { return as_json(kqutm::devid::latest_timestamp()); },
+                                          {.daemons = {devid}, .registry_lock = false})
+                               .result;
+    if (!timestamp)
+        throw failure(exchange_problem(what, devid, failed_exchange_with(devid, timestamp.error().error)));
+    return {.result = {{"timestamp", *timestamp}}, .lines = {cell_of(*timestamp)}};
 }
 
 constexpr argument one_filter[] = {

@@ -134,9 +134,9 @@ json headings_of(const request& asked)
 
 std::vector<std::string> rehearsed_headings(const request& asked)
 {
-    return call_in_worker(asked.words + " was not rehearsed", glance, [&] { return headings_of(asked); },
-                          {.daemons = {}, .registry_lock = false})
-        .value;
+    return *call_in_worker(asked.words + " was not rehearsed", glance, [&] { return headings_of(asked); },
+                           {.daemons = {}, .registry_lock = false})
+                .result;
 }
 
 outcome dry_run(const request& asked)
@@ -144,9 +144,9 @@ outcome dry_run(const request& asked)
     if (const char* deed = idle_deed(asked.words))
         return {.result = {{"dry_run", true}, {"steps", json::array()}},
                 .confirmations = {asked.words + " " + deed + "; nothing would be changed"}};
-    const json rehearsed = call_in_worker(asked.words + " was not rehearsed", asked.timeout,
-                                          [&] { return rehearse(asked); }, {.daemons = {}, .registry_lock = false})
-                               .value;
+    const json rehearsed = *call_in_worker(asked.words + " was not rehearsed", asked.timeout,
+                                           [&] { return rehearse(asked); }, {.daemons = {}, .registry_lock = false})
+                                .result;
     outcome told = {.status = rehearsed["status"],
                     .result = {{"dry_run", true}, {"steps", rehearsed["steps"]}},
                     .lines = lines_of(rehearsed["steps"]),

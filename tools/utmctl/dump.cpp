@@ -58,8 +58,7 @@ outcome dump(const dump_kind& kind, const request& asked)
     const std::string path = path_of(asked.one("FILE"));
     const deed_words words = {kind.subject, "written to " + path};
     read_registry(not_done(words), asked.timeout);
-    const call_result call =
-        exchange(words, kind.daemon, asked.timeout, [&] { return accepted(kind.call(path.c_str())); });
+    const exchanged call = exchange(words, kind.daemon, asked.timeout, [&] { return as_json(kind.call(path)); });
     const std::vector<std::string> lines = lines_of(path);
     outcome told = done_by_shell(words, {{"file", path}, {"sections", sections_of(lines)}}, call.printed);
     told.lines = lines;

@@ -2,39 +2,47 @@
 
 #include "tools/utmctl/arguments.h"
 #include "tools/utmctl/command.h"
+#include "tools/utmctl/engine_deed.h"
 #include "tools/utmctl/file_path.h"
 #include "tools/utmctl/number.h"
 
 // Operations of the engines as the call of a deed, by the arguments that they take.
 
-template <auto operation> int32_t call(const request&)
+// Most operations succeed with 0 alone.
+inline kqutm::result<int32_t> number_in(const kqutm::result<kqutm::done>& result)
 {
-    return operation();
+    return result.transform([](kqutm::done) { return int32_t{0}; });
+}
+inline kqutm::result<int32_t> number_in(const kqutm::result<int32_t>& result)
+{
+    return result;
 }
 
-template <auto operation> int32_t call_with_state(const request& asked)
+template <auto operation> kqutm::result<int32_t> call(const request&)
 {
-    return operation(is_on(asked.one("STATE")));
+    return number_in(operation());
+}
+
+template <auto operation> kqutm::result<int32_t> call_with_state(const request& asked)
+{
+    return number_in(operation(is_on(asked.one("STATE"))));
 }
 
 // Where taken are the arguments of the command.
-template <auto operation, const auto& taken> int32_t call_with_number(const request& asked)
+template <auto operation, const auto& taken> kqutm::result<int32_t> call_with_number(const request& asked)
 {
-    return operation(whole_of<uint32_t>(asked.one(taken[0].name)));
+    return number_in(operation(whole_of<uint32_t>(asked.one(taken[0].name))));
 }
 
-template <auto operation, const auto& taken> int32_t call_with_text_and_number(const request& asked)
+template <auto operation, const auto& taken> kqutm::result<int32_t> call_with_text_and_number(const request& asked)
 {
-    return operation(asked.one(taken[0].name).c_str(), whole_of<uint32_t>(asked.one(taken[1].name)));
+    return number_in(operation(asked.one(taken[0].name), whole_of<uint32_t>(asked.one(taken[1].name))));
 }
 
-template <auto operation> int32_t call_with_path(const request& asked)
+template <auto operation> kqutm::result<int32_t> call_with_path(const request& asked)
 {
-    return operation(path_of(asked.one("PATH")).c_str());
+    return number_in(operation(path_of(asked.one("PATH"))));
 }
-
-// The daemon's own number comes back.
-constexpr bool tells_answer = true;
 
 inline constexpr argument state[] = {
     {"STATE", occurs::once, check_state, "on or off"},

@@ -1,44 +1,22 @@
 #include "tools/utmctl/engine_list.h"
 
-namespace {
-
-// What the library leaves in errno when a stream breaks off. After a whole list errno means nothing of the kind.
-bool broke_off(int error)
+outcome told_of_list(const service& daemon, const std::string& subject, const std::vector<shown_member>& members,
+                     const kqutm::result<json>& list)
 {
-    switch (error) {
-    case ETIMEDOUT:
-    case ENODATA:
-    case EPROTO:
-    case EINTR:
-    case ECONNRESET:
-    case ENOMEM:
-        return true;
-    default:
-        return false;
-    }
-}
-
-bool is_whole(const list_end& end)
-{
-    return end.asked ? !broke_off(end.error) : end.error == 0;
-}
-
-} // namespace
-
-void tell_end(outcome& listed, const service& daemon, const std::string& subject, const list_end& end)
-{
-    const bool whole = is_whole(end);
-    listed.result["complete"] = whole;
-    if (whole)
-        return;
-    const bool in_part = end.entries > 0;
+    const json entries = list ? list->at("entries") : json::array();
+    const int error = list ? list->at("error").get<int>() : list.error().error;
+    outcome told = {.result = {{"entries", entries}, {"complete", error == 0}}};
+    const bool in_part = !entries.empty();
+    if (error == 0 || in_part)
+        told.rows = table_of(entries, members);
+    if (error == 0)
+        return told;
     const std::string what =
-        in_part ? " were listed in part, the first " + std::to_string(end.entries) : std::string(" were not listed");
-    problem why = exchange_problem(subject + what, daemon, end.error);
+        in_part ? " were listed in part, the first " + std::to_string(entries.size()) : std::string(" were not listed");
+    problem why = exchange_problem(subject + what, daemon, failed_exchange_with(daemon, error));
     if (in_part)
         why.status = exit_status::done_in_part;
-    else
-        listed.rows.reset();
-    listed.status = why.status;
-    listed.problems.push_back(std::move(why));
+    told.status = why.status;
+    told.problems = {std::move(why)};
+    return told;
 }

@@ -1,12 +1,10 @@
 #pragma once
 
-#include "tools/utmctl/deed.h"
+#include "tools/utmctl/engine_deed.h"
 #include "tools/utmctl/json_table.h"
 #include "tools/utmctl/worker.h"
 
-#include <cerrno>
-#include <cstdlib>
-#include <cstring>
+#include <functional>
 
 // The lists that the engines' daemons send, as tables and as JSON.
 
@@ -23,84 +21,38 @@ template <class Node> struct list_row {
     std::span<const list_field<Node>> raw_fields = {}; // shown besides with --raw
 };
 
-// What is known of a list whose stream has ended: a number of entries, and the errno of the operation.
-struct list_end {
-    bool asked; // there is a list, even if it is empty
-    size_t entries;
-    int error;
-};
-
-// Adds the problem of a list that did not come, or not to its end.
-void tell_end(outcome& listed, const service& daemon, const std::string& subject, const list_end& end);
-
-// A text of a record, which may fill its field without a terminator.
-template <size_t size> std::string text_of(const char (&field)[size])
-{
-    return {field, strnlen(field, size)};
-}
-
-// The nodes of a circular list as they lie in memory, and the list released.
-template <class Node> json pack(Node* list, int error)
-{
-    json packed = {{"asked", list != nullptr}, {"error", error}};
-    std::vector<uint8_t> bytes;
-    while (list != nullptr && list->next != list) {
-        Node* first = list->next;
-        const auto* data = reinterpret_cast<const uint8_t*>(first);
-        bytes.insert(bytes.end(), data, data + sizeof(Node));
-        list->next = first->next;
-        free(first);
-    }
-    free(list);
-    packed["nodes"] = json::binary(std::move(bytes));
-    return packed;
-}
-
-template <class Node> std::vector<Node> unpack(const json& packed)
-{
-    const json::binary_t& bytes = packed["nodes"].get_binary();
-    std::vector<Node> nodes(bytes.size() / sizeof(Node));
-    if (!nodes.empty())
-        memcpy(static_cast<void*>(nodes.data()), bytes.data(), bytes.size());
-    return nodes;
-}
-
-template <class Node>
-outcome tell_list(const std::vector<Node>& nodes, const std::vector<const list_field<Node>*>& fields)
+// A list as it travels from the worker: its entries, and the errno that tells why there are no more.
+template <class Node> json json_of(const kqutm::list<Node>& list, const std::vector<list_field<Node>>& fields)
 {
     json entries = json::array();
-    for (const Node& node : nodes) {
+    for (const Node& node : list) {
         json& entry = entries.emplace_back(json::object());
-        for (const auto* field : fields)
-            entry[field->name] = field->of(node);
+        for (const list_field<Node>& field : fields)
+            entry[field.name] = field.of(node);
     }
-    std::vector<shown_member> members;
-    for (const auto* field : fields)
-        members.push_back({field->name, field->shown});
-    return {.result = {{"entries", entries}}, .rows = table_of(entries, members)};
+    return {{"entries", std::move(entries)}, {"error", list.broken_off().value_or(kqutm::cause()).error}};
 }
+
+// What came of such a list: its entries as far as they came, and the problem of one that came in part or not at all.
+outcome told_of_list(const service& daemon, const std::string& subject, const std::vector<shown_member>& members,
+                     const kqutm::result<json>& list);
 
 // Fetches a list in a worker, and tells it as far as it came.
 template <class Node>
-outcome fetch_list(const list_row<Node>& row, const std::function<Node*()>& fetch, double timeout, bool raw = false)
+outcome fetch_list(const list_row<Node>& row, const std::function<kqutm::result<kqutm::list<Node>>()>& fetch,
+                   double timeout, bool raw = false)
 {
-    const call_result call = call_in_worker(std::string(row.subject) + " were not listed", timeout,
-                                            [&] {
-                                                Node* list = fetch();
-                                                return pack(list, errno);
-                                            },
-                                            {.daemons = {row.daemon}, .registry_lock = false});
-    const std::vector<Node> nodes = unpack<Node>(call.value);
-    std::vector<const list_field<Node>*> fields;
-    for (const auto& field : row.fields)
-        fields.push_back(&field);
-    for (const auto& field : row.raw_fields) {
-        if (raw)
-            fields.push_back(&field);
-    }
-    outcome listed = tell_list(nodes, fields);
-    tell_end(listed, row.daemon, row.subject, {call.value["asked"], nodes.size(), call.value["error"]});
-    return listed;
+    std::vector<list_field<Node>> fields(row.fields.begin(), row.fields.end());
+    if (raw)
+        fields.insert(fields.end(), row.raw_fields.begin(), row.raw_fields.end());
+    std::vector<shown_member> members;
+    for (const list_field<Node>& field : fields)
+        members.push_back({field.name, field.shown});
+    const auto as_json = [&](const kqutm::list<Node>& list) { return json_of(list, fields); };
+    const call_result call =
+        call_in_worker(std::string(row.subject) + " were not listed", timeout,
+                       [&] { return fetch().transform(as_json); }, {.daemons = {row.daemon}, .registry_lock = false});
+    return told_of_list(row.daemon, row.subject, members, call.result);
 }
 
 // A list without arguments as the run function of a command.

@@ -60,22 +60,31 @@ json read_in_worker(const status_row& row)
 
 } // namespace
 
+bool is_not_zero(int32_t returned)
+{
+    return returned != 0;
+}
+
+bool is_minus_one(int32_t returned)
+{
+    return returned == -1;
+}
+
 outcome show_status(const status_row& row, const request& asked)
 {
     const std::string what = std::string(row.subject) + " was not read";
-    const json reading = call_in_worker(what, asked.timeout, [&] { return read_in_worker(row); },
-                                        {.daemons = {row.daemon}, .registry_lock = false})
-                             .value;
-    const int error = reading["error"];
-    const int32_t returned = reading["returned"];
-    const std::optional<int32_t> answer = answer_in(returned, error);
+    const json reading = *call_in_worker(what, asked.timeout, [&] { return read_in_worker(row); },
+                                         {.daemons = {row.daemon}, .registry_lock = false})
+                              .result;
+    const kqutm::cause cause = {.returned = reading["returned"], .error = reading["error"]};
+    const std::optional<int32_t> answer = answer_in(cause);
     outcome told = {.result = {{"answer", answer ? json(*answer) : json()}}};
     const json::binary_t& block = reading["block"].get_binary();
     if (answer && !block.empty())
         tell_block(told, row, block, asked.has("--raw"));
-    if (!row.refuses(returned))
+    if (!row.refuses(cause.returned))
         return told;
-    told.problems.push_back(exchange_problem(what, row.daemon, error, answer));
+    told.problems = {exchange_problem(what, row.daemon, failed_exchange_with(row.daemon, cause.error, answer))};
     told.status = told.problems.front().status;
     return told;
 }

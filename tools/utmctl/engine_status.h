@@ -1,13 +1,17 @@
 #pragma once
 
-#include "tools/utmctl/deed.h"
+#include "tools/utmctl/engine_deed.h"
 
-// The status of an engine: a block whose meaning the daemon defines, shown as words of 32 bits, or as bytes.
+// The status of an engine: a block whose meaning the daemon defines, shown as words of 32 bits, or as bytes. It is
+// shown whatever number the daemon answers with it, so that it is read from the records of the C interface.
 
 struct status_reading {
     int32_t returned;
     std::vector<uint8_t> block = {}; // empty when the daemon gave none
 };
+
+bool is_not_zero(int32_t returned);
+bool is_minus_one(int32_t returned);
 
 struct status_row {
     const service& daemon;

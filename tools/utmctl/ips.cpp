@@ -12,28 +12,27 @@
 
 namespace {
 
-constexpr service ips = {"IPS", UTM_IPS_SOCKET};
+using kqutm::text_of;
+
+constexpr engine_service ips = {{"IPS", UTM_IPS_SOCKET}};
 
 constexpr argument rule_and_action[] = {
     {"RULE", occurs::once, check_text<10>, "the rule's identifier, up to 10 characters"},
     {"ACTION", occurs::once, check_whole<0, 1>, "0 or 1; the daemon defines which is which"},
 };
 
-constexpr deed_row switching = {ips, "the IPS engine", "switched {STATE}", call_with_state<utm_ips_activate>,
-                                tells_answer};
-constexpr deed_row setting_whitelist = {ips, "rule {RULE}", "set in the whitelist with action {ACTION}",
-                                        call_with_text_and_number<utm_ips_set_whitelist, rule_and_action>,
-                                        tells_answer};
-constexpr deed_row setting_blacklist = {ips, "rule {RULE}", "set in the blacklist with action {ACTION}",
-                                        call_with_text_and_number<utm_ips_set_blacklist, rule_and_action>,
-                                        tells_answer};
-constexpr deed_row updating_signature = {ips, "the signature file {PATH}", "loaded",
-                                         call_with_path<utm_ips_update_signature>, tells_answer};
-constexpr deed_row debugging = {ips, "debugging of the IPS engine", "switched {STATE}", call_with_state<utm_ips_debug>,
-                                tells_answer};
-constexpr deed_row resetting = {ips, "the IPS engine", "reset", call<utm_ips_reset>, tells_answer};
-constexpr deed_row flushing = {ips, "the IPS engine", "flushed with mode {MODE}",
-                               call_with_number<utm_ips_flush, flush_mode>, tells_answer};
+constexpr engine_deed switching = {ips, "the IPS engine", "switched {STATE}", call_with_state<kqutm::ips::activate>};
+constexpr engine_deed setting_whitelist = {ips, "rule {RULE}", "set in the whitelist with action {ACTION}",
+                                           call_with_text_and_number<kqutm::ips::set_whitelist, rule_and_action>};
+constexpr engine_deed setting_blacklist = {ips, "rule {RULE}", "set in the blacklist with action {ACTION}",
+                                           call_with_text_and_number<kqutm::ips::set_blacklist, rule_and_action>};
+constexpr engine_deed updating_signature = {ips, "the signature file {PATH}", "loaded",
+                                            call_with_path<kqutm::ips::update_signature>};
+constexpr engine_deed debugging = {ips, "debugging of the IPS engine", "switched {STATE}",
+                                   call_with_state<kqutm::ips::set_debug>};
+constexpr engine_deed resetting = {ips, "the IPS engine", "reset", call<kqutm::ips::reset>};
+constexpr engine_deed flushing = {ips, "the IPS engine", "flushed with mode {MODE}",
+                                  call_with_number<kqutm::ips::flush, flush_mode>};
 
 status_reading read_status()
 {
@@ -64,7 +63,7 @@ outcome list_rules(const request& asked)
 {
     constexpr char limit_reached[] = "Reach maximum customizelist rule number";
     const log_watch log(UTM_IPS_LOG);
-    outcome listed = fetch_list(rules, {utm_ips_show_customizelist}, asked.timeout);
+    outcome listed = fetch_list(rules, {kqutm::ips::rules}, asked.timeout);
     const std::vector<std::string> lines = log.lines();
     const bool full =
         std::any_of(lines.begin(), lines.end(), [&](const std::string& line) { return line.ends_with(limit_reached); });

@@ -5,21 +5,19 @@
 #include "tools/utmctl/families.h"
 #include "tools/utmctl/file_path.h"
 
-#include <cstdlib>
-
 namespace {
 
-constexpr service ir = {"IR", UTM_IR_SOCKET};
+constexpr engine_service ir = {{"IR", UTM_IR_SOCKET}, false};
 
-template <auto operation> int32_t set_entry(const request& asked)
+template <auto operation> kqutm::result<int32_t> set_entry(const request& asked)
 {
-    return operation(whole_of<uint32_t>(asked.one("VALUE")), whole_of<uint16_t>(asked.one("SECOND")),
-                     whole_of<int32_t>(asked.one("OPERATION")));
+    return number_in(operation(whole_of<uint32_t>(asked.one("VALUE")), whole_of<uint16_t>(asked.one("SECOND")),
+                               whole_of<int32_t>(asked.one("OPERATION"))));
 }
 
-int32_t set_max_size(const request& asked)
+kqutm::result<int32_t> set_max_size(const request& asked)
 {
-    return utm_ir_db_set_max_size_mb(whole_of<int32_t>(asked.one("MB")));
+    return number_in(kqutm::ir::set_max_size(whole_of<int32_t>(asked.one("MB"))));
 }
 
 constexpr char engine[] = "the IR engine";
@@ -29,22 +27,23 @@ constexpr argument value[] = {
     {"VALUE", occurs::once, check_whole<0, UINT32_MAX>, "a number that the daemon defines"},
 };
 
-constexpr deed_row switching = {ir, engine, "switched {STATE}", call_with_state<utm_ir_activate>};
-constexpr deed_row debugging = {ir, "debugging of the IR engine", "switched {STATE}", call_with_state<utm_ir_debug>};
-constexpr deed_row sizing = {ir, "the IR database", "limited to {MB} MB", set_max_size};
-constexpr deed_row setting_frequency = {ir, "the frequency of update checks", "set to {VALUE}",
-                                        call_with_number<utm_ir_db_set_update_check_freq, value>};
-constexpr deed_row setting_category = {ir, "the threat category", "set to {VALUE}",
-                                       call_with_number<utm_ir_db_set_threat_category, value>};
-constexpr deed_row setting_whitelist = {ir, entry, "set in the whitelist with operation {OPERATION}",
-                                        set_entry<utm_ir_db_set_whitelist>};
-constexpr deed_row setting_blacklist = {ir, entry, "set in the blacklist with operation {OPERATION}",
-                                        set_entry<utm_ir_db_set_blacklist>};
-constexpr deed_row loading = {ir, "the database file {PATH}", "loaded", call_with_path<utm_ir_load_db>};
-constexpr deed_row flushing = {ir, "the IR database", "flushed with mode {MODE}",
-                               call_with_number<utm_ir_flush, flush_mode>};
+constexpr engine_deed switching = {ir, engine, "switched {STATE}", call_with_state<kqutm::ir::activate>};
+constexpr engine_deed debugging = {ir, "debugging of the IR engine", "switched {STATE}",
+                                   call_with_state<kqutm::ir::set_debug>};
+constexpr engine_deed sizing = {ir, "the IR database", "limited to {MB} MB", set_max_size};
+constexpr engine_deed setting_frequency = {ir, "the frequency of update checks", "set to {VALUE}",
+                                           call_with_number<kqutm::ir::set_update_frequency, value>};
+constexpr engine_deed setting_category = {ir, "the threat category", "set to {VALUE}",
+                                          call_with_number<kqutm::ir::set_threat_category, value>};
+constexpr engine_deed setting_whitelist = {ir, entry, "set in the whitelist with operation {OPERATION}",
+                                           set_entry<kqutm::ir::set_whitelist>};
+constexpr engine_deed setting_blacklist = {ir, entry, "set in the blacklist with operation {OPERATION}",
+                                           set_entry<kqutm::ir::set_blacklist>};
+constexpr engine_deed loading = {ir, "the database file {PATH}", "loaded", call_with_path<kqutm::ir::load>};
+constexpr engine_deed flushing = {ir, "the IR database", "flushed with mode {MODE}",
+                                  call_with_number<kqutm::ir::flush, flush_mode>};
 // The library does not tell which of the two steps failed.
-constexpr deed_row resetting = {ir, engine, "flushed and switched off", call<utm_ir_reset>};
+constexpr engine_deed resetting = {ir, engine, "flushed and switched off", call<kqutm::ir::reset>};
 
 constexpr list_field<utm_ir_entry> entry_fields[] = {
     {"value", {"VALUE"}, [](const utm_ir_entry& one) -> json { return one.value; }},
@@ -53,24 +52,15 @@ constexpr list_field<utm_ir_entry> entry_fields[] = {
 constexpr list_row<utm_ir_entry> whitelist = {ir, "the whitelist entries", entry_fields};
 constexpr list_row<utm_ir_entry> blacklist = {ir, "the blacklist entries", entry_fields};
 
-json read_version()
-{
-    char* version = utm_ir_show_db_status();
-    if (version == nullptr)
-        return {};
-    const std::string text = version;
-    free(version);
-    return text;
-}
-
 outcome show_version(const request& asked)
 {
     const std::string what = "the version of the IR database was not read";
-    const call_result call =
-        call_in_worker(what, asked.timeout, read_version, {.daemons = {ir}, .registry_lock = false});
-    if (!call.value.is_string())
-        throw failure(exchange_problem(what, ir, call.error));
-    return {.result = {{"version", call.value}}, .lines = {call.value}};
+    const auto version = call_in_worker(what, asked.timeout, [] { return as_json(kqutm::ir::version()); },
+                                        {.daemons = {ir}, .registry_lock = false})
+                             .result;
+    if (!version)
+        throw failure(exchange_problem(what, ir, failed_exchange_with(ir, version.error().error)));
+    return {.result = {{"version", *version}}, .lines = {*version}};
 }
 
 std::string check_max_size(const std::string& text)
@@ -115,11 +105,11 @@ constexpr command commands[] = {
      "set an entry in the blacklist"},
     {"whitelist",
      {},
-     {show_list<whitelist, utm_ir_db_get_whitelist>, "utm_ir_db_get_whitelist"},
+     {show_list<whitelist, kqutm::ir::whitelist>, "utm_ir_db_get_whitelist"},
      "list the whitelist",
      nullptr,
      "ir whitelist --json"},
-    {"blacklist", {}, {show_list<blacklist, utm_ir_db_get_blacklist>, "utm_ir_db_get_blacklist"}, "list the blacklist"},
+    {"blacklist", {}, {show_list<blacklist, kqutm::ir::blacklist>, "utm_ir_db_get_blacklist"}, "list the blacklist"},
     {"load", database_path, {perform<loading>, "utm_ir_load_db"}, "have the daemon load a database file"},
     {"debug", state, {perform<debugging>, "utm_ir_debug"}, "switch the daemon's debugging on or off"},
     {"reset",

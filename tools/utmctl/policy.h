@@ -4,22 +4,25 @@
 #include "tools/utmctl/command.h"
 #include "tools/utmctl/config_daemons.h"
 
-#include "kqutm/registry.h"
-
 // The two kinds of policies, which are created and bound alike: in the registry, and in the daemon that holds them.
 
 struct policy_kind {
     const char* word; // of its kind of identifier
     const config_daemon& daemon;
-    int32_t (*create)(int32_t id);
-    int32_t (*bind)(int32_t profile, int32_t policy);
+    kqutm::result<json> (*create)(const request& asked);
+    kqutm::result<json> (*bind)(const request& asked);
 };
 
 extern const policy_kind cf_policies;
 extern const policy_kind app_policies;
 
 // Throws a failure, which starts with what, when the registry does not hold the identifier.
-void demand_registered(const utm_id_registry& registry, const id_kind& kind, int32_t id, const std::string& what);
+void demand_registered(const utm_id_registry& registry, const id_kind& kind, uint32_t id, const std::string& what);
+template <utm_id_kind kind>
+void demand_registered(const utm_id_registry& registry, kqutm::identifier<kind> id, const std::string& what)
+{
+    demand_registered(registry, kind_of_number(kind), static_cast<uint32_t>(id.number()), what);
+}
 
 outcome create_policy(const policy_kind& kind, const request& asked);
 outcome bind_policy(const policy_kind& kind, const request& asked);

@@ -167,6 +167,14 @@ int stopped_process_of(const service& who)
     return seen.is_stopped() ? seen.process : 0;
 }
 
+void look_for_stopped_process(failed_exchange& failed, const service& who)
+{
+    if (failed.status != exit_status::no_answer)
+        return;
+    failed.stopped = stopped_process_of(who);
+    failed.cause += told_of_process(failed.stopped);
+}
+
 std::string told_of_process(int process)
 {
     switch (process > 0 ? state_of_process(process) : process_state::alive) {

@@ -54,6 +54,9 @@ std::vector<probe> look_at_all(const std::vector<const watched_daemon*>& daemons
 // The process that listens at the daemon's socket, where it is stopped; else 0.
 int stopped_process_of(const service& who);
 
+// Adds to an exchange that had no answer that the daemon's process is stopped, where it is.
+void look_for_stopped_process(failed_exchange& failed, const service& who);
+
 // ": process 4711 (name) is stopped", or empty: what the process behind a socket tells of a daemon that does not work.
 std::string told_of_process(int process);
 

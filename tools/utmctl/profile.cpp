@@ -1,18 +1,17 @@
 #include "tools/utmctl/profile.h"
 
-#include "kqutm/profile.h"
-
 #include "tools/utmctl/arguments.h"
 #include "tools/utmctl/registry_table.h"
 #include "tools/utmctl/registry_view.h"
+#include "tools/utmctl/worker.h"
 
 #include <cerrno>
 
 namespace {
 
-std::string profile_name(int32_t id)
+std::string profile_name(const std::optional<kqutm::profile_id>& id)
 {
-    return id == 0 ? "the profile" : "profile " + std::to_string(id);
+    return id ? named(*id) : "the profile";
 }
 
 problem unknown_profile(const std::string& what)
@@ -26,7 +25,7 @@ problem unknown_profile(const std::string& what)
 // A failure with ENOENT is a profile that is not registered, unless the registry knew it: then a socket is missing.
 bool was_unknown(const profile_evidence& evidence)
 {
-    return evidence.error == ENOENT && !is_registered(evidence.before, UTM_ID_USER_PROFILE, evidence.id);
+    return evidence.error == ENOENT && !is_registered(evidence.before, evidence.id);
 }
 
 outcome work_on_registered(const profile_step& step, const operation& work, const json& result, double timeout)
@@ -43,31 +42,31 @@ outcome work_on_registered(const profile_step& step, const operation& work, cons
     }
 }
 
-outcome delete_one(int32_t id, double timeout)
+outcome delete_one(kqutm::profile_id id, double timeout)
 {
     const profile_step step = {{profile_name(id), "deleted"}, id, judge_delete};
     outcome deleted = work_on_registered(
-        step, [id] { return utm_user_profile_delete(id); }, {{"id", id}}, timeout);
+        step, [id] { return as_json(kqutm::profiles::remove(id)); }, {{"id", id.number()}}, timeout);
     if (deleted.status == exit_status::done)
         deleted.confirmations.push_back(done(step));
     return deleted;
 }
 
 struct device_change {
-    int32_t (*operation)(int32_t id, const uint8_t* mac);
+    kqutm::result<kqutm::done> (*operation)(kqutm::profile_id id, const kqutm::mac_address& device);
     const char* participle;
 };
 
-constexpr device_change adding = {utm_user_profile_add_dev, "added to"};
-constexpr device_change removing = {utm_user_profile_del_dev, "removed from"};
+constexpr device_change adding = {kqutm::profiles::add_device, "added to"};
+constexpr device_change removing = {kqutm::profiles::remove_device, "removed from"};
 
-outcome change_device(const device_change& change, int32_t id, const std::string& device, double timeout)
+outcome change_device(const device_change& change, kqutm::profile_id id, const std::string& device, double timeout)
 {
-    const mac_address mac = mac_of(device);
     const std::string participle = std::string(change.participle) + " " + profile_name(id);
     const profile_step step = {{device, participle}, id, judge_device};
     outcome changed = work_on_registered(
-        step, [&] { return change.operation(id, mac.data()); }, {{"id", id}, {"mac", device}}, timeout);
+        step, [&] { return as_json(change.operation(id, mac_of(device))); }, {{"id", id.number()}, {"mac", device}},
+        timeout);
     if (changed.status == exit_status::done)
         changed.confirmations.push_back(done(step));
     return changed;
@@ -77,36 +76,44 @@ outcome change_devices(const device_change& change, const request& asked)
 {
     outcome sum = {.result = json::array()};
     for (const std::string& mac : asked.all("MAC"))
-        add(sum, change_device(change, id_of(asked.one("ID")), mac, asked.timeout));
+        add(sum, change_device(change, profile_of(asked), mac, asked.timeout));
     return sum;
 }
 
 outcome flushed_one(const profile_evidence& evidence)
 {
     const profile_step step = {{profile_name(evidence.id), "deleted"}, evidence.id, judge_flushed};
-    outcome flushed = told(step, judge_flushed(evidence), evidence, {{"id", evidence.id}});
+    outcome flushed = told(step, judge_flushed(evidence), evidence, {{"id", evidence.id->number()}});
     if (flushed.status == exit_status::done)
         flushed.confirmations.push_back(done(step));
     return flushed;
+}
+
+// The layer would look the identifier up once more, which may leave a line in the log that is read as evidence.
+kqutm::result<json> create(const std::optional<kqutm::profile_id>& id)
+{
+    const int32_t created = utm_user_profile_create(id ? id->number() : 0);
+    if (created == -1)
+        return kqutm::cause{.error = errno};
+    return json(created);
 }
 
 } // namespace
 
 outcome create_profile(const request& asked)
 {
-    const int32_t id = asked.has("ID") ? id_of(asked.one("ID")) : 0;
-    const profile_step step = {{profile_name(id), "created"}, id, judge_create};
+    const std::optional<kqutm::profile_id> wanted = new_id_of<kqutm::profile_id>(asked);
+    const profile_step step = {{profile_name(wanted), "created"}, wanted, judge_create};
     const profile_report report = carry_out(
-        step, [id] { return utm_user_profile_create(id); }, asked.timeout);
-    const json result = {{"id", report.evidence.id > 0 ? json(report.evidence.id) : json()}};
+        step, [&] { return create(wanted); }, asked.timeout);
+    const std::optional<kqutm::profile_id>& id = report.evidence.id;
+    const json result = {{"id", id ? json(id->number()) : json()}};
     if (const auto why = creation_refusal(report.call, not_done(step)))
         return refused(result, *why);
-    const int32_t created_id = report.call.returned;
-    const profile_step named =
-        created_id > 0 ? profile_step{{profile_name(created_id), "created"}, 0, judge_create} : step;
-    outcome created = told(named, judge_create(report.evidence), report.evidence, result);
-    if (created_id > 0)
-        created.lines.push_back(std::to_string(created_id));
+    const profile_step known = {{profile_name(id), "created"}, id, judge_create};
+    outcome created = told(known, judge_create(report.evidence), report.evidence, result);
+    if (report.call.result)
+        created.lines = {std::to_string(id->number())};
     return created;
 }
 
@@ -114,7 +121,7 @@ outcome delete_profiles(const request& asked)
 {
     outcome sum = {.result = json::array()};
     for (const std::string& id : asked.all("ID"))
-        add(sum, delete_one(id_of(id), asked.timeout));
+        add(sum, delete_one(id_of<kqutm::profile_id>(id), asked.timeout));
     return sum;
 }
 
@@ -137,8 +144,8 @@ outcome flushed_profiles(profile_evidence evidence)
 {
     outcome sum = {.result = json::array()};
     for (const uint32_t id : evidence.before.profiles) {
-        evidence.id = static_cast<int32_t>(id);
-        if (evidence.id > 0)
+        evidence.id = kqutm::profile_id::of(id);
+        if (evidence.id)
             add(sum, flushed_one(evidence));
     }
     if (sum.result.empty())
@@ -148,8 +155,9 @@ outcome flushed_profiles(profile_evidence evidence)
 
 outcome flush_profiles(const request& asked)
 {
-    const profile_step step = {{"every profile", "deleted"}, 0, judge_flushed};
-    const profile_report report = carry_out(step, utm_user_profile_flush, asked.timeout);
+    const profile_step step = {{"every profile", "deleted"}, std::nullopt, judge_flushed};
+    const profile_report report = carry_out(
+        step, [] { return as_json(kqutm::profiles::flush()); }, asked.timeout);
     if (report.evidence.error)
         throw failure(
             registry_problem(not_done(step), "cannot be used: its segment cannot be attached", *report.evidence.error));

@@ -14,8 +14,7 @@ using targets = std::vector<size_t>;
 void place(profile_answers& answers, size_t target, failed_exchange failure)
 {
     answers.given[target] = answer::failed;
-    if (failure.status == exit_status::no_answer)
-        failure.cause += told_of_process(stopped_process_of(config_daemons[target]));
+    look_for_stopped_process(failure, config_daemons[target]);
     answers.failures[target] = std::move(failure);
 }
 
@@ -105,7 +104,7 @@ profile_answers with_status(profile_answers answers)
 
 bool is_registered(const profile_evidence& evidence)
 {
-    return is_registered(evidence.after, UTM_ID_USER_PROFILE, evidence.id);
+    return is_registered(evidence.after, evidence.id);
 }
 
 // A daemon that accepts the deletion of a profile frees the policy of its kind that is bound to it.
@@ -116,7 +115,7 @@ answer told_by_binding(const profile_evidence& evidence, size_t target)
     const auto& after = filter ? evidence.after.cf_bindings : evidence.after.app_bindings;
     const auto& profiles = evidence.before.profiles;
     const auto slot =
-        std::find(std::begin(profiles), std::end(profiles), static_cast<uint32_t>(evidence.id)) - profiles;
+        std::find(std::begin(profiles), std::end(profiles), static_cast<uint32_t>(evidence.id->number())) - profiles;
     if (slot == UTM_ID_SLOTS || static_cast<int32_t>(before[slot]) <= 0)
         return answer::open;
     return after[slot] == 0 ? answer::accepted : answer::failed;
@@ -171,9 +170,9 @@ bool is_about_application(const failed_exchange& failure)
 }
 
 // The failures that belong to one profile, by the number in the operation's own line.
-std::vector<failed_exchange> failures_of(const std::vector<failed_exchange>& all, int32_t id)
+std::vector<failed_exchange> failures_of(const std::vector<failed_exchange>& all, kqutm::profile_id id)
 {
-    const std::string mark = "(id = " + std::to_string(id) + ")";
+    const std::string mark = "(id = " + std::to_string(id.number()) + ")";
     std::vector<failed_exchange> own;
     std::copy_if(all.begin(), all.end(), std::back_inserter(own),
                  [&](const failed_exchange& one) { return one.report.ends_with(mark); });
@@ -200,7 +199,7 @@ profile_answers judge_create(profile_evidence evidence)
 profile_answers judge_delete(profile_evidence evidence)
 {
     profile_answers answers;
-    evidence.failures = failures_of(evidence.failures, evidence.id);
+    evidence.failures = failures_of(evidence.failures, *evidence.id);
     place_deciding(answers, UTM_CONFIG_TARGET_USER_PROFILE, evidence);
     place_by_registry(answers, {UTM_CONFIG_TARGET_CF, UTM_CONFIG_TARGET_APP}, evidence);
     return with_status(answers);
@@ -209,7 +208,7 @@ profile_answers judge_delete(profile_evidence evidence)
 profile_answers judge_device(profile_evidence evidence)
 {
     profile_answers answers;
-    evidence.failures = failures_of(evidence.failures, evidence.id);
+    evidence.failures = failures_of(evidence.failures, *evidence.id);
     place_deciding(answers, UTM_CONFIG_TARGET_USER_PROFILE, evidence);
     for (const failed_exchange& one : evidence.failures)
         place(answers, is_about_application(one) ? UTM_CONFIG_TARGET_APP : UTM_CONFIG_TARGET_CF, one);
@@ -220,7 +219,7 @@ profile_answers judge_device(profile_evidence evidence)
 profile_answers judge_flushed(profile_evidence evidence)
 {
     profile_answers answers;
-    evidence.failures = failures_of(evidence.failures, evidence.id);
+    evidence.failures = failures_of(evidence.failures, *evidence.id);
     if (evidence.failures.empty() && is_registered(evidence)) {
         answers.given.fill(answer::open);
         answers.passed_over = true;

@@ -2,7 +2,7 @@
 
 #include "tools/utmctl/profile_answers.h"
 
-#include "kqutm/registry.h"
+#include "kqutm.hpp"
 
 #include <optional>
 
@@ -10,7 +10,7 @@
 // others' answers follow from the log and from the registry, or stay open.
 
 struct profile_evidence {
-    int32_t id;
+    std::optional<kqutm::profile_id> id;
     std::optional<int> error;              // errno, when the operation failed
     std::vector<failed_exchange> failures; // as the log tells them
     bool log_works;                        // else a log without failures proves nothing

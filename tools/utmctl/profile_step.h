@@ -9,11 +9,11 @@
 // One operation on one profile: how it is told, how its answers are judged, and what came of it.
 
 struct profile_step : deed_words {
-    int32_t id; // 0: the operation chooses one
+    std::optional<kqutm::profile_id> id; // none: the operation chooses one
     profile_answers (*judge)(profile_evidence);
 };
 
-using operation = std::function<int32_t()>;
+using operation = std::function<kqutm::result<json>()>;
 
 struct profile_report {
     watched_call call;

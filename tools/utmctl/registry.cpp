@@ -1,7 +1,6 @@
-#include "kqutm/registry.h"
-
 #include "tools/utmctl/arguments.h"
 #include "tools/utmctl/families.h"
+#include "tools/utmctl/json_table.h"
 #include "tools/utmctl/registry_audit.h"
 #include "tools/utmctl/registry_table.h"
 #include "tools/utmctl/registry_view.h"
@@ -28,14 +27,14 @@ problem unknown_problem(const std::string& what)
 outcome check(const request& asked)
 {
     const id_kind& kind = kind_of(asked.one("KIND"));
-    const int32_t id = id_of(asked.one("ID"));
+    const uint32_t id = registered_id_of(asked.one("ID"));
     const std::string what = named(kind, id) + " was not looked up";
     // The library's own check reads a registry that it cannot lock as one that holds the identifier.
     read_registry(what, asked.timeout);
-    const call_result call =
-        call_in_worker(what, asked.timeout, [&] { return check_shm_utm_id(static_cast<uint32_t>(id), kind.number); },
-                       {.without_lock = what});
-    const bool registered = call.value == 0;
+    const bool registered =
+        *call_in_worker(what, asked.timeout, [&] { return json(check_shm_utm_id(id, kind.number) == 0); },
+                        {.without_lock = what})
+             .result;
     outcome told = {.result = {{"kind", kind.word}, {"id", id}, {"registered", registered}}};
     if (registered) {
         told.confirmations = {named(kind, id) + " is registered"};
@@ -59,24 +58,26 @@ outcome check(const request& asked)
                        : "release one that is not needed any more"});
 }
 
-int clear_and_reserve(int32_t id, const id_kind& kind)
+kqutm::result<json> clear_and_reserve(uint32_t id, const id_kind& kind)
 {
-    return init_utm_id_shm() == -1 ? -1 : get_unique_id(static_cast<uint32_t>(id), kind.number);
+    const int reserved = init_utm_id_shm() == -1 ? -1 : get_unique_id(id, kind.number);
+    if (reserved == -1)
+        return kqutm::cause{.error = errno};
+    return json(reserved);
 }
 
 outcome reserve(const request& asked)
 {
     const id_kind& kind = kind_of(asked.one("KIND"));
-    const int32_t id = asked.has("ID") ? id_of(asked.one("ID")) : 0;
+    const uint32_t id = asked.has("ID") ? registered_id_of(asked.one("ID")) : 0;
     const std::string subject = id == 0 ? std::string("an identifier") : named(kind, id);
     const std::string what = subject + " was not reserved";
     read_registry(what, asked.timeout);
     const call_result call =
         call_in_worker(subject + " may have been reserved", asked.timeout, [&] { return clear_and_reserve(id, kind); });
-    const int reserved = call.value;
-    if (reserved == -1)
-        tell_not_reserved(what, call.error);
-    return {.result = {{"kind", kind.word}, {"id", reserved}}, .lines = {std::to_string(reserved)}};
+    if (!call.result)
+        tell_not_reserved(what, call.result.error().error);
+    return {.result = {{"kind", kind.word}, {"id", *call.result}}, .lines = {cell_of(*call.result)}};
 }
 
 // Releasing a policy frees its number both as a content-filter and as an application policy.
@@ -100,10 +101,13 @@ outcome release(const request& asked)
     if (!is_registered(before, kind.number, id))
         throw failure(unknown_problem(what));
     const std::string maybe = named(kind, id) + " may have been released";
-    const call_result call = call_in_worker(maybe, asked.timeout, [&] { return reset_utm_id_shm(id, kind.number); });
+    const auto freed = call_in_worker(maybe, asked.timeout, [&] {
+                           return with_errno(unless_not_zero(reset_utm_id_shm(id, kind.number)));
+                       }).result;
     const utm_id_registry after = read_registry_again(maybe, asked.timeout);
-    if (call.value != 0 || is_registered(after, kind.number, id))
-        throw failure(registry_problem(what, "did not take the change", call.error));
+    if (!freed || is_registered(after, kind.number, id))
+        throw failure(
+            registry_problem(what, "did not take the change", freed ? freed->get<int>() : freed.error().error));
     outcome released = {.result = {{"id", id}, {"released", freed_kinds(before, after, id)}}};
     for (const std::string& word : freed_kinds(before, after, id))
         released.confirmations.push_back(named(kind_of(word), id) + " released");
@@ -123,9 +127,9 @@ outcome initialise(const std::string& participle, double timeout, bool remove_ma
         throw failure(registry_problem(what, std::string("keeps its marker ") + UTM_ID_MARKER, errno));
     if (registry_was_cleared())
         return {.result = {{"cleared", false}}, .confirmations = {empty ? nothing_to_clear : in_use}};
-    const call_result call = call_in_worker(maybe, timeout, init_utm_id_shm);
-    if (call.value != 0)
-        throw failure(registry_problem(what, "cannot be cleared", call.error));
+    const call_result call = call_in_worker(maybe, timeout, [] { return as_json(unless_not_zero(init_utm_id_shm())); });
+    if (!call.result)
+        throw failure(registry_problem(what, "cannot be cleared", call.result.error().error));
     if (!is_empty(read_registry_again(maybe, timeout)))
         throw failure(registry_problem(what, "was not cleared, or somebody uses it already", 0));
     return {.result = {{"cleared", true}}, .confirmations = {"the registry was cleared"}};

@@ -16,13 +16,6 @@ constexpr char key_file[] = KQUTM_IPC_KEY_FILE;
 
 using slots = std::vector<uint32_t>;
 
-// A process that loses the race to create the semaphore finds it at the second look.
-int open_lock()
-{
-    int semaphore = init_utm_id_config_sem();
-    return semaphore < 0 && errno == EEXIST ? init_utm_id_config_sem() : semaphore;
-}
-
 json failed_step(const char* cause)
 {
     const int error = errno;
@@ -37,22 +30,20 @@ json copy_of(const utm_id_registry& registry)
 
 json read_under_lock()
 {
-    const int semaphore = open_lock();
-    if (semaphore < 0)
-        return failed_step("cannot be used: its semaphore cannot be opened");
-    if (utm_id_config_lock(semaphore) != 0)
-        return failed_step("cannot be used: its semaphore cannot be locked");
+    const kqutm::registry_lock lock;
+    if (!lock)
+        return failed_step(lock.is_open() ? "cannot be used: its semaphore cannot be locked"
+                                          : "cannot be used: its semaphore cannot be opened");
     const utm_id_registry* registry = attach_utm_id_data_shm();
     json reading =
         registry == nullptr ? failed_step("cannot be used: its segment cannot be attached") : copy_of(*registry);
     detach_utm_id_data_shm(registry);
-    utm_id_config_unlock(semaphore);
     return reading;
 }
 
 utm_id_registry read(const std::string& what, double seconds, const awaited& whom)
 {
-    const json reading = call_in_worker(what, seconds, read_under_lock, whom).value;
+    const json reading = *call_in_worker(what, seconds, read_under_lock, whom).result;
     if (!reading.contains("slots"))
         throw failure(registry_problem(what, reading["cause"], reading["error"]));
     utm_id_registry registry;
@@ -132,10 +123,10 @@ std::span<const uint32_t, UTM_ID_SLOTS> ids_of(const utm_id_registry& registry, 
     }
 }
 
-bool is_registered(const utm_id_registry& registry, uint32_t kind, int64_t id)
+bool is_registered(const utm_id_registry& registry, uint32_t kind, uint32_t id)
 {
     auto ids = ids_of(registry, kind);
-    return std::find(ids.begin(), ids.end(), static_cast<uint32_t>(id)) != ids.end();
+    return std::find(ids.begin(), ids.end(), id) != ids.end();
 }
 
 bool is_empty(const utm_id_registry& registry)

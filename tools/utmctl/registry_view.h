@@ -2,7 +2,7 @@
 
 #include "tools/utmctl/outcome.h"
 
-#include "kqutm/registry.h"
+#include "kqutm.hpp"
 
 #include <span>
 
@@ -19,7 +19,12 @@ utm_id_registry registry_without_lock();
 
 bool registry_was_cleared(); // since the gateway started
 std::span<const uint32_t, UTM_ID_SLOTS> ids_of(const utm_id_registry& registry, uint32_t kind);
-bool is_registered(const utm_id_registry& registry, uint32_t kind, int64_t id);
+bool is_registered(const utm_id_registry& registry, uint32_t kind, uint32_t id);
+template <utm_id_kind kind>
+bool is_registered(const utm_id_registry& registry, const std::optional<kqutm::identifier<kind>>& id)
+{
+    return id && is_registered(registry, kind, static_cast<uint32_t>(id->number()));
+}
 bool is_empty(const utm_id_registry& registry);
 
 // The problem of an identifier that the registry does not take: EEXIST, or ENOSPC.

@@ -48,14 +48,9 @@ bool only_daemon_knows(int error)
     return error == EREMOTEIO || error == 0;
 }
 
-std::string remedy_now(const std::vector<service>& daemons, int error)
+std::string remedy_now(const failed_daemons& failed)
 {
-    for (const service& one : daemons) {
-        const int stopped = error == ETIMEDOUT ? stopped_process_of(one) : 0;
-        if (stopped != 0)
-            return continuing(stopped);
-    }
-    return remedy_for(daemons, error);
+    return failed.stopped != 0 ? continuing(failed.stopped) : remedy_for(failed.daemons, failed.error);
 }
 
 uid_t user_of(int process)
@@ -88,14 +83,19 @@ std::string remedy_for(const std::vector<service>& daemons, int error)
     return remedy_for(names_of(daemons), error);
 }
 
-std::string next_after(const std::vector<service>& daemons, int error)
+failed_daemons which_failed(const service& daemon, const failed_exchange& failed)
 {
-    if (only_daemon_knows(error))
-        return log_tells;
-    return error == EACCES ? remedy_for(daemons, error) : next_after(daemons, error, "run the command again");
+    return {.daemons = {daemon}, .error = failed.error, .stopped = failed.stopped};
 }
 
-std::string next_after(const std::vector<service>& daemons, int error, const std::string& step)
+std::string next_after(const failed_daemons& failed)
 {
-    return only_daemon_knows(error) ? log_tells + ("; " + step) : remedy_now(daemons, error) + ", then " + step;
+    if (only_daemon_knows(failed.error))
+        return log_tells;
+    return failed.error == EACCES ? remedy_now(failed) : next_after(failed, "run the command again");
+}
+
+std::string next_after(const failed_daemons& failed, const std::string& step)
+{
+    return only_daemon_knows(failed.error) ? log_tells + ("; " + step) : remedy_now(failed) + ", then " + step;
 }

@@ -20,7 +20,15 @@ std::string remedy_for(const service& who, const probe& seen);
 // For daemons whose exchanges failed alike, with errno. Of none it is not known which one it was.
 std::string remedy_for(const std::vector<service>& daemons, int error);
 
+struct failed_daemons {
+    std::vector<service> daemons;
+    int error;
+    int stopped = 0; // the process of one of them, which keeps it from answering
+};
+
+failed_daemons which_failed(const service& daemon, const failed_exchange& failed);
+
 // The same or, for one that is stopped, how it goes on, and what to do then. A daemon that refuses would refuse the
 // same again.
-std::string next_after(const std::vector<service>& daemons, int error);
-std::string next_after(const std::vector<service>& daemons, int error, const std::string& step);
+std::string next_after(const failed_daemons& failed);
+std::string next_after(const failed_daemons& failed, const std::string& step);

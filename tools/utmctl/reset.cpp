@@ -1,5 +1,3 @@
-#include "kqutm/profile.h"
-
 #include "tools/utmctl/cf_switches.h"
 #include "tools/utmctl/config_deed.h"
 #include "tools/utmctl/families.h"
@@ -49,9 +47,10 @@ outcome profiles_step(const profile_report& report)
 problem step_problem(const reset_step& step, const watched_call& call)
 {
     const deed_words words = {step.subject, step.participle};
+    const config_daemon& daemon = config_daemons[step.target];
     problem why = step.engine != nullptr
-                      ? engine_problem(*step.engine, words, call.error, call.log)
-                      : config_problem(not_done(words), config_daemons[step.target], call.error, call.log);
+                      ? engine_problem(*step.engine, words, call.error(), call.log)
+                      : exchange_problem(not_done(words), daemon, failed_exchange_with(daemon, call.error(), call.log));
     why.what += ", and the rest of the reset was left out";
     return why;
 }
@@ -77,7 +76,7 @@ outcome broken_off(const watched_call& call)
             .problems = {{.status = exit_status::done_in_part,
                           .what = "the reset was broken off",
                           .culprits = {{"the diagnostic log", UTM_APPCF_LOG,
-                                        std::string("does not tell at which step: ") + strerror(call.error)}},
+                                        std::string("does not tell at which step: ") + strerror(call.error())}},
                           .next = "make it writable, then run the command again"}}};
 }
 
@@ -103,13 +102,14 @@ void add_steps(outcome& sum, const watched_call& call)
 
 outcome reset(const request& asked)
 {
-    const profile_step whole = {{"the configuration", "reset"}, 0, judge_flushed};
-    const profile_report report = carry_out(whole, utm_user_profile_cf_app_policy_reset, asked.timeout);
+    const profile_step whole = {{"the configuration", "reset"}, std::nullopt, judge_flushed};
+    const profile_report report = carry_out(
+        whole, [] { return as_json(kqutm::profiles::reset_all()); }, asked.timeout);
     if (tells_failure_of(report.call.log, "utm_user_profile_flush"))
-        throw failure(registry_problem(not_done(whole), "cannot be used", report.call.error));
+        throw failure(registry_problem(not_done(whole), "cannot be used", report.call.error()));
     outcome sum = {.result = json::array()};
     add(sum, profiles_step(report));
-    if (report.call.returned == -1 && failed_step(report.call) == nullptr)
+    if (!report.call.result && failed_step(report.call) == nullptr)
         add(sum, broken_off(report.call));
     else
         add_steps(sum, report.call);

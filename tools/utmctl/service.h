@@ -16,6 +16,7 @@ struct failed_exchange {
     std::string cause;  // completes "the application daemon (SOCKET) ..."
     std::string report; // the line that the operation itself wrote about it
     int error = 0;      // the errno that stands for it
+    int stopped = 0;    // the daemon's process, where that is stopped
 };
 
 std::string name_of(const service& daemon); // "the application daemon"

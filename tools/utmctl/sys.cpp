@@ -16,13 +16,19 @@ std::string cause_of(const std::string& printed)
                            : "cannot be changed: " + in_quotes(printed.substr(0, printed.find('\n')));
 }
 
+json record(bool on)
+{
+    kqutm::record_debug_events(on);
+    return {};
+}
+
 // The library returns the same whether or not it worked, so the file alone tells.
 outcome switch_debug_events(const request& asked)
 {
     const bool on = is_on(asked.one("STATE"));
     const std::string switched = "switched " + asked.one("STATE");
     const call_result call = call_in_worker("the recording of debug events may have been " + switched, asked.timeout,
-                                            [on] { return utm_notify_debug(on ? 1 : 0); }, {.registry_lock = false});
+                                            [on] { return record(on); }, {.registry_lock = false});
     const bool is = access(UTM_DEBUG_EVENT_FILE, F_OK) == 0;
     if (is != on)
         throw failure({.status = exit_status::refused,
@@ -56,13 +62,14 @@ outcome run(const request& asked)
     const call_result call =
         call_in_worker("the shell's command did not end", asked.timeout, [&] { return output_of(command_line); },
                        {.registry_lock = false, .advice = "it may go on by itself; --timeout sets a longer limit"});
-    if (call.value.is_null())
+    const json output = *call.result;
+    if (output.is_null())
         throw failure({.status = exit_status::refused,
                        .what = "the shell's command was not run",
                        .culprits = {{"the shell", "/bin/sh", "cannot be started"}},
                        .next = "see whether it is there, and how many processes and how much memory are left"});
-    outcome told = {.result = {{"output", call.value}, {"standard_error", call.printed}}};
-    add_lines(told.lines, "", call.value);
+    outcome told = {.result = {{"output", output}, {"standard_error", call.printed}}};
+    add_lines(told.lines, "", output);
     add_lines(told.lines, "standard error: ", call.printed);
     return told;
 }

@@ -3,10 +3,6 @@
 #include "tools/utmctl/text_argument.h"
 #include "tools/utmctl/worker.h"
 
-#include "kqutm/common.h"
-
-#include <cerrno>
-
 namespace {
 
 constexpr char uuid[] = "the device UUID";
@@ -21,24 +17,17 @@ awaited its_lock(const std::string& what)
     return {.daemons = {}, .registry_lock = false, .uuid_lock = true, .without_lock = what};
 }
 
-// The library copies up to 256 bytes, whatever size it is told.
-json read_uuid()
-{
-    char buffer[UTM_UUID_SIZE] = "";
-    const int32_t returned = utm_uuid_get(buffer, sizeof buffer);
-    const int error = errno;
-    return {{"error", error}, {"uuid", returned == 0 ? json(buffer) : json()}};
-}
-
 outcome get(const request& asked)
 {
     const std::string what = std::string(uuid) + " was not read";
-    const json reading = call_in_worker(what, asked.timeout, read_uuid, its_lock(what)).value;
-    const int error = reading["error"];
-    if (reading["uuid"].is_string())
-        return {.result = {{"uuid", reading["uuid"]}}, .lines = {printable(std::string(reading["uuid"]))}};
-    if (error != 0)
-        tell_unusable(what, error);
+    const auto read = call_in_worker(
+                          what, asked.timeout, [] { return as_json(kqutm::uuid::get()); }, its_lock(what))
+                          .result;
+    if (!read)
+        tell_unusable(what, read.error().error);
+    const std::string text = *read;
+    if (!text.empty())
+        return {.result = {{"uuid", text}}, .lines = {printable(text)}};
     return {.status = exit_status::unknown_identifier,
             .result = {{"uuid", nullptr}},
             .problems = {{.status = exit_status::unknown_identifier,
@@ -52,9 +41,9 @@ void store(const std::string& text, const std::string& participle, double timeou
     const std::string maybe = std::string(uuid) + " may have been " + participle;
     const std::string what = std::string(uuid) + " was not " + participle;
     const call_result call = call_in_worker(
-        maybe, timeout, [&] { return utm_uuid_set(text.c_str()); }, its_lock(what));
-    if (call.value != 0)
-        tell_unusable(what, call.error);
+        maybe, timeout, [&] { return as_json(kqutm::uuid::set(text)); }, its_lock(what));
+    if (!call.result)
+        tell_unusable(what, call.result.error().error);
 }
 
 outcome set(const request& asked)

@@ -38,8 +38,23 @@ void write_all(int fd, const std::vector<uint8_t>& bytes)
     }
 }
 
+// As it passes from the worker to the command.
+json written(const kqutm::result<json>& result)
+{
+    if (result)
+        return {{"value", *result}};
+    return {{"returned", result.error().returned}, {"errno", result.error().error}};
+}
+
+kqutm::result<json> read_back(const json& passed)
+{
+    if (passed.contains("value"))
+        return passed["value"];
+    return kqutm::cause{.returned = passed["returned"], .error = passed["errno"]};
+}
+
 // The worker ends with its parent, so that nothing is left behind when the command itself is killed.
-[[noreturn]] void work(const std::function<json()>& body, int result, int printed, pid_t parent)
+[[noreturn]] void work(const std::function<kqutm::result<json>()>& body, int result, int printed, pid_t parent)
 {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     if (getppid() != parent)
@@ -47,10 +62,9 @@ void write_all(int fd, const std::vector<uint8_t>& bytes)
     dup2(printed, STDOUT_FILENO);
     dup2(printed, STDERR_FILENO);
     errno = 0;
-    json value = body();
-    int error = errno;
+    const json passed = written(body());
     fflush(stdout);
-    write_all(result, json::to_cbor({{"value", std::move(value)}, {"errno", error}}));
+    write_all(result, json::to_cbor(passed));
     _exit(0);
 }
 
@@ -121,14 +135,6 @@ int wait_for(pid_t worker)
                                               : "run the command again"});
 }
 
-// In a rehearsal, which runs in a worker already.
-call_result call_here(const std::function<json()>& body)
-{
-    errno = 0;
-    json value = body();
-    return {std::move(value), errno, ""};
-}
-
 } // namespace
 
 const std::string& printed_so_far()
@@ -136,11 +142,25 @@ const std::string& printed_so_far()
     return all_printed();
 }
 
-call_result call_in_worker(const std::string& what, double seconds, const std::function<json()>& body,
+kqutm::result<kqutm::done> unless_not_zero(int32_t returned)
+{
+    if (returned == 0)
+        return kqutm::done();
+    return kqutm::cause{.returned = returned, .error = errno};
+}
+
+kqutm::result<json> with_errno(const kqutm::result<kqutm::done>& result)
+{
+    return result.transform([error = errno](kqutm::done) { return json(error); });
+}
+
+call_result call_in_worker(const std::string& what, double seconds, const std::function<kqutm::result<json>()>& body,
                            const awaited& whom)
 {
-    if (rehearsal::current() != nullptr)
-        return call_here(body);
+    if (rehearsal::current() != nullptr) { // which runs in a worker already
+        errno = 0;
+        return {body(), ""};
+    }
     const auto deadline =
         clock_type::now() + std::chrono::duration_cast<clock_type::duration>(std::chrono::duration<double>(seconds));
     descriptor printed(memfd_create("utmctl-printed", MFD_CLOEXEC));
@@ -169,5 +189,5 @@ call_result call_in_worker(const std::string& what, double seconds, const std::f
     const json handed_back = json::from_cbor(bytes, true, false);
     if (status != 0 || handed_back.is_discarded())
         tell_death(what, status, whom);
-    return {handed_back["value"], handed_back["errno"], text};
+    return {read_back(handed_back), text};
 }
