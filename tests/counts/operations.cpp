@@ -8,9 +8,20 @@
 #include "tests/counts/operations.h"
 #include "tests/counts/returned.h"
 
+#include <algorithm>
 #include <csignal>
+#include <cstring>
 
 namespace counts {
+
+void run_filter()
+{
+    write_file("/tmp/web_safe_browsing_activate", "1\n");
+    write_file("/tmp/web_category_activate", "1\n");
+    write_file("/tmp/cf_activate", "");
+    signal(SIGHUP, SIG_IGN);
+    write_file("/var/run/contfltd.pid", std::to_string(getpid()) + "\n");
+}
 
 namespace {
 
@@ -24,6 +35,8 @@ constexpr uint8_t category_block[UTM_CF_BLOCK_SIZE] = {};
 constexpr char app_entries[23 * UTM_APP_ENTRY_SIZE] = {};
 constexpr utm_cf_config_event debug = {.code = UTM_CF_DEBUG};
 
+constexpr uint32_t unwritten = 12345;
+
 // What operations leave for their caller.
 uint32_t word;
 utm_av_status av_status;
@@ -36,16 +49,6 @@ utm_profile_mapping* mapping;
 utm_app_usage_entry* usage;
 utm_weekday_limit_entry* weekday_limits;
 utm_app_usage_prev_days_entry* prev_days;
-
-// Content filtering is on, and its daemon is this process.
-void run_filter()
-{
-    write_file("/tmp/web_safe_browsing_activate", "1\n");
-    write_file("/tmp/web_category_activate", "1\n");
-    write_file("/tmp/cf_activate", "");
-    signal(SIGHUP, SIG_IGN);
-    write_file("/var/run/contfltd.pid", std::to_string(getpid()) + "\n");
-}
 
 const calls shell = "system"_calls;
 // Each switch file is a stream, for which libc takes two blocks and gives them back.
@@ -266,6 +269,26 @@ const std::vector<operation>& operations()
          [] { prev_days = utm_user_profile_get_app_usage_prev_days(7, 1); }},
     };
     return all;
+}
+
+std::string left()
+{
+    std::string found;
+    const auto show = [&found](uint32_t value) { found += (value == unwritten ? "-" : std::to_string(value)) + ' '; };
+    show(word);
+    for (uint32_t status : av_status.words)
+        show(status);
+    for (uint32_t status : devid_status.words)
+        show(status);
+    return found + (*text == '?' ? "-" : '"' + std::string(text) + '"');
+}
+
+void spoil_left()
+{
+    word = unwritten;
+    std::fill(std::begin(av_status.words), std::end(av_status.words), unwritten);
+    std::fill(std::begin(devid_status.words), std::end(devid_status.words), unwritten);
+    memset(text, '?', sizeof text);
 }
 
 std::string name_of(const testing::TestParamInfo<operation>& operation)

@@ -55,6 +55,13 @@ inline std::ostream& operator<<(std::ostream& out, const operation& operation)
 
 const std::vector<operation>& operations();
 
+// What the operations leave for their caller beside their result, as text; and fills it with what none of them leaves.
+std::string left();
+void spoil_left();
+
+// Content filtering is on, and its daemon is this process.
+void run_filter();
+
 // The name of an operation for a test of its own.
 std::string name_of(const testing::TestParamInfo<operation>& operation);
 

@@ -17,18 +17,27 @@ struct scene {
 
 struct failing_call {
     const char* function;
-    int error;   // that it fails with
-    bool spares; // its failure changes nothing for the caller of the operation
+    int error;          // that it fails with
+    bool spares;        // its failure changes nothing for the caller of the operation
+    bool again = false; // differs from the row before in its error alone: fails alone, on a gateway in use
 };
 
 // Every wrapped call that can fail. The others release, or tell the time.
 const std::vector<failing_call>& all_failing_calls();
 
-// Whether the operation succeeds all the same when this call fails, though the call matters elsewhere.
-bool is_spared(const scene& scene, const fault& fault);
+// What comes of it when a call fails.
+struct expectation {
+    std::string result;
+    int error;                  // errno
+    std::string left;           // for the caller beside the result
+    std::string stored;         // in registry and common segment
+    bool has_any_error = false; // as after a success
+};
 
-// Whether a failure may read as success, for want of a lock that a check, a release or a binding would need.
-bool succeeds_without_lock(const std::string& operation);
+expectation expect(const scene& scene, const fault& fault, bool spares);
+
+// The same where it makes no difference.
+expectation expect_usual(const scene& scene, const fault& fault);
 
 // Whether the operation is a lock itself, which a signal interrupts.
 bool is_one_semop(const std::string& operation);

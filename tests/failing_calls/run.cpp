@@ -4,7 +4,9 @@
 #include "kqutm/daemon.h"
 #include "kqutm/registry.h"
 
+#include "tests/counts/operations.h"
 #include "tests/sandbox/held.h"
+#include "tests/sandbox/paths.h"
 #include "tests/wrap/wrap.h"
 
 #include <algorithm>
@@ -13,17 +15,17 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
+#include <optional>
 #include <sched.h>
 #include <sstream>
 #include <sys/sem.h>
+#include <sys/shm.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 namespace failing_calls {
 
 namespace {
-
-constexpr int most_calls = 40; // of one function in one operation: 22 attempts to connect, and some
 
 constexpr unsigned longest_wait = 60; // seconds: a call that waits for ever ends the process
 
@@ -79,40 +81,60 @@ void remove_semaphores()
 void set_up(wrap::plan& plan, const fault& fault)
 {
     plan.answer("usleep", wrap::every, 0);
-    const int last = fault.lasting ? fault.nth + most_calls : fault.nth;
-    for (int nth = fault.nth; nth <= last; nth++) {
-        if (fault.function == "semctl" || (fault.function == "semop" && fault.error != EINTR))
-            plan.before(fault.function, nth, remove_semaphores);
-        else
-            plan.fail(fault.function, nth, fault.error);
-    }
+    const int nth = fault.lasting ? wrap::from(fault.nth) : fault.nth;
+    if (fault.function == "semctl" || (fault.function == "semop" && fault.error != EINTR))
+        plan.before(fault.function, nth, remove_semaphores);
+    else
+        plan.fail(fault.function, nth, fault.error);
 }
 
 // Blocks that were taken from the heap.
-int blocks_taken(const wrap::plan& plan, const fault& fault)
+int blocks_taken(const wrap::plan& plan)
 {
-    const auto taken = [&](const std::string& function) {
-        const int calls = plan.count(function);
-        if (function != fault.function || calls < fault.nth)
-            return calls;
-        return fault.lasting ? fault.nth - 1 : calls - 1;
-    };
-    return taken("malloc") + taken("calloc");
-}
-
-// Segments that could not be detached.
-int left_attached(const wrap::plan& plan, const fault& fault)
-{
-    const int calls = plan.count("shmdt");
-    if (fault.function != "shmdt" || calls < fault.nth)
-        return 0;
-    return fault.lasting ? calls - fault.nth + 1 : 1;
+    int taken = 0;
+    for (const char* function : {"malloc", "calloc"})
+        taken += plan.count(function) - plan.failures(function);
+    return taken;
 }
 
 // Everything that operations leave behind, but for the logs.
 constexpr const char* state_files[] = {UTM_ID_MARKER,       UTM_CF_MARKER,   UTM_CF_WEB_SAFE_BROWSING_FILE,
                                        UTM_CF_COMMAND_FILE, UTM_CF_PID_FILE, UTM_CF_WEB_CATEGORY_FILE,
                                        UTM_DEBUG_EVENT_FILE};
+
+// The slots of the registry that are taken. An identifier from the clock is another one each time.
+std::string slots_in(const void* registry)
+{
+    std::string text;
+    for (size_t at = 0; at < sizeof(utm_id_registry) / sizeof(uint32_t); at++) {
+        const uint32_t id = static_cast<const uint32_t*>(registry)[at];
+        if (id != 0)
+            text += " " + std::to_string(at) + "=" + (id > 1000000000 ? "clock" : std::to_string(id));
+    }
+    return text;
+}
+
+std::string text_in(const void* common)
+{
+    return static_cast<const char*>(common);
+}
+
+std::string shown(int project, std::string (*show)(const void*))
+{
+    const int segment = shmget(ftok(key_file, project), 0, 0);
+    if (segment < 0)
+        return "";
+    const void* address = shmat(segment, nullptr, SHM_RDONLY);
+    std::string text = show(address);
+    shmdt(address);
+    return text;
+}
+
+// What registry and common segment hold.
+std::string stored()
+{
+    return shown('a', slots_in) + "; " + shown('q', text_in);
+}
 
 // Far quicker than a gateway that has been restarted.
 void start_anew(history history)
@@ -132,39 +154,41 @@ outcome call(const counts::operation& operation, history history, const fault& f
     start_anew(history);
     operation.prepare();
     outcome found;
+    found.stored_before = stored();
+    counts::spoil_left();
+    found.left_before = counts::left();
     const holdings before;
-    wrap::plan plan;
-    set_up(plan, fault);
+    std::optional<wrap::plan> plan(std::in_place);
+    set_up(*plan, fault);
     errno = 0;
     const counts::returned returned = operation.call();
     found.error = errno;
-    found.blocks = blocks_taken(plan, fault);
-    for (const std::string& noted : plan.calls())
-        found.calls[noted.substr(0, noted.find('('))]++;
-    for (const std::string& noted : plan.calls("semop"))
-        found.locking += noted.find(", -1,") != std::string::npos ? '-' : '+';
+    found.blocks = blocks_taken(*plan);
+    found.calls = plan->calls();
+    found.left = counts::left();
     found.result = returned.shown();
     returned.release();
     holdings after;
-    after.blocks = found.blocks - plan.count("free");
-    after.attached -= left_attached(plan, fault);
+    after.blocks = found.blocks - plan->count("free");
+    after.attached -= plan->failures("shmdt");
     found.kept = after.since(before);
+    plan.reset();
+    found.stored = stored();
     return found;
 }
 
+// Each text ends with a zero byte.
 [[noreturn]] void call_and_tell(const counts::operation& operation, history history, const fault& fault, int to)
 {
     const bool failed_before = testing::Test::HasFailure();
     const outcome found = call(operation, history, fault);
-    std::ostringstream told;
-    told << found.result << '\n'
-         << found.kept << '\n'
-         << found.locking << '\n'
-         << found.error << ' ' << found.blocks << '\n';
-    for (const auto& [function, count] : found.calls)
-        told << function << ' ' << count << '\n';
-    const std::string text = told.str();
-    (void)!write(to, text.data(), text.size());
+    std::string told;
+    for (const std::string& text : {found.result, std::to_string(found.error), found.kept, std::to_string(found.blocks),
+                                    found.left_before, found.left, found.stored_before, found.stored})
+        told += text + '\0';
+    for (const std::string& call : found.calls)
+        told += call + '\0';
+    (void)!write(to, told.data(), told.size());
     _exit(testing::Test::HasFailure() && !failed_before ? EXIT_FAILURE : EXIT_SUCCESS);
 }
 
@@ -180,18 +204,32 @@ std::string read_all(int from)
 outcome parsed(const std::string& text)
 {
     std::istringstream told(text);
+    const auto next = [&told] {
+        std::string piece;
+        std::getline(told, piece, '\0');
+        return piece;
+    };
     outcome found;
-    std::getline(told, found.result);
-    std::getline(told, found.kept);
-    std::getline(told, found.locking);
-    told >> found.error >> found.blocks;
-    int count = 0;
-    for (std::string function; told >> function >> count;)
-        found.calls[function] = count;
+    found.result = next();
+    found.error = atoi(next().c_str());
+    found.kept = next();
+    found.blocks = atoi(next().c_str());
+    found.left_before = next();
+    found.left = next();
+    found.stored_before = next();
+    found.stored = next();
+    for (std::string call; std::getline(told, call, '\0');)
+        found.calls.push_back(call);
     return found;
 }
 
 } // namespace
+
+int outcome::count(const std::string& function) const
+{
+    return static_cast<int>(std::count_if(calls.begin(), calls.end(),
+                                          [&](const std::string& call) { return call.starts_with(function + "("); }));
+}
 
 outcome run(const counts::operation& operation, history history, const fault& fault)
 {

@@ -2,8 +2,8 @@
 
 #include "tests/counts/operations.h"
 
-#include <map>
 #include <string>
+#include <vector>
 
 // Runs an operation in a process of its own, in which calls of libc fail, and tells what it left behind.
 namespace failing_calls {
@@ -19,12 +19,17 @@ struct fault {
 inline const fault no_fault = {"", 0, 0, false};
 
 struct outcome {
-    std::string result; // as text
-    int error = 0;      // errno
-    std::string kept;   // what was not given back after the result was released, or empty
-    int blocks = 0;     // taken from the heap
-    std::map<std::string, int> calls;
-    std::string locking; // for each semop '-' where it takes a lock, '+' where it gives one back
+    std::string result;      // as text
+    int error = 0;           // errno
+    std::string kept;        // what was not given back after the result was released, or empty
+    int blocks = 0;          // taken from the heap
+    std::string left_before; // for the caller beside the result, as text
+    std::string left;
+    std::string stored_before; // in registry and common segment, as text
+    std::string stored;
+    std::vector<std::string> calls; // in their order, with the arguments that matter
+
+    int count(const std::string& function) const;
 };
 
 // What happened on the gateway before.

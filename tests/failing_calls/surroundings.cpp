@@ -1,12 +1,16 @@
 #include "tests/failing_calls/surroundings.h"
 
+#include "kqutm/cf.h"
 #include "kqutm/daemon.h"
+#include "kqutm/profile.h"
 
 #include "sim/loopback.h"
 #include "tests/counts/returned.h"
 #include "tests/sandbox/descriptors.h"
 #include "tests/wrap/intercept.h"
 
+#include <csignal>
+#include <filesystem>
 #include <memory>
 #include <optional>
 
@@ -16,6 +20,7 @@ namespace {
 
 // They last as long as the process, which is the operation's own.
 std::optional<occupied_descriptors> occupied;
+std::optional<closed_stdin> without_stdin;
 std::unique_ptr<deaf_daemon> deaf;
 
 counts::returned query_own_address()
@@ -43,6 +48,55 @@ counts::returned send_debug_in_vain()
     return send_debug();
 }
 
+void block_sigpipe()
+{
+    sigset_t only_sigpipe;
+    sigemptyset(&only_sigpipe);
+    sigaddset(&only_sigpipe, SIGPIPE);
+    pthread_sigmask(SIG_BLOCK, &only_sigpipe, nullptr);
+    put_up_a_deaf_daemon();
+}
+
+counts::returned log_long_message()
+{
+    static const std::string text(2000, 'x');
+    return counts::result_of([] { utm_log(UTM_IPS_LOG, "%s\n", text.c_str()); });
+}
+
+counts::returned log_message()
+{
+    return counts::result_of([] { utm_log(UTM_IPS_LOG, "text\n"); });
+}
+
+void fill_log()
+{
+    utm_log(UTM_IPS_LOG, "first line\n");
+    std::filesystem::resize_file(UTM_IPS_LOG, 5242881);
+}
+
+void switch_filter_off()
+{
+    counts::run_filter();
+    unlink(UTM_CF_MARKER);
+}
+
+void leave_a_command()
+{
+    counts::run_filter();
+    write_file(UTM_CF_COMMAND_FILE, "28\n");
+}
+
+counts::returned map_without_memory()
+{
+    wrap::current_plan()->fail("malloc", 1, ENOMEM);
+    return counts::result_of([] { return dump_utm_profile_mapping(); });
+}
+
+void close_stdin()
+{
+    without_stdin.emplace();
+}
+
 } // namespace
 
 std::vector<counts::operation> all_operations()
@@ -59,6 +113,30 @@ std::vector<counts::operation> all_operations()
                    // From 1024 on the bitmap of select is taken from the heap.
                    {.name = "send_utm_config_event", .call = send_debug, .prepare = [] { occupied.emplace(1024); }},
                    {.name = "send_utm_config_event", .call = send_debug_in_vain, .prepare = put_up_a_deaf_daemon},
+                   {.name = "send_utm_config_event", .call = send_debug_in_vain, .prepare = block_sigpipe},
+                   {.name = "utm_log", .call = log_long_message},
+                   {.name = "utm_log", .call = log_message, .prepare = fill_log},
+                   {.name = "utm_cf_activate",
+                    .call = [] { return counts::result_of([] { return utm_cf_activate(); }); },
+                    .prepare = switch_filter_off},
+                   {.name = "__utm_cf_activate",
+                    .call = [] { return counts::result_of([] { return __utm_cf_activate(1); }); },
+                    .prepare = leave_a_command},
+                   {.name = "mapping_without_memory", .call = map_without_memory},
+                   {.name = "utm_ir_flush",
+                    .call = [] { return counts::result_of([] { return utm_ir_flush(1); }); },
+                    .prepare = [] { unlink("/tmp/utm_ir"); }},
+                   // A process without standard input gets descriptor 0, which some leave open.
+                   {.name = "descriptor_0_of_config", .call = send_debug, .prepare = close_stdin},
+                   {.name = "descriptor_0_of_page",
+                    .call = [] { return counts::result_of([] { return utm_cf_redirect_page("page"); }); },
+                    .prepare = close_stdin},
+                   {.name = "descriptor_0_of_ir",
+                    .call = [] { return counts::result_of([] { return utm_ir_flush(1); }); },
+                    .prepare = close_stdin},
+                   {.name = "descriptor_0_of_ips",
+                    .call = [] { return counts::result_of([] { return utm_ips_reset(); }); },
+                    .prepare = close_stdin},
                });
     return all;
 }

@@ -28,6 +28,17 @@ private:
     int cause_;
 };
 
+bool is_meant(int number, int nth)
+{
+    return nth > 0 ? number == nth : number >= -nth;
+}
+
+int number_of(const std::unordered_map<std::string, int>& numbers, const std::string& function)
+{
+    const auto found = numbers.find(function);
+    return found == numbers.end() ? 0 : found->second;
+}
+
 } // namespace
 
 plan* current_plan()
@@ -72,8 +83,12 @@ std::vector<std::string> plan::calls(const std::string& function) const
 
 int plan::count(const std::string& function) const
 {
-    const auto counted = counts_.find(function);
-    return counted == counts_.end() ? 0 : counted->second;
+    return number_of(counts_, function);
+}
+
+int plan::failures(const std::string& function) const
+{
+    return number_of(failures_, function);
 }
 
 const plan::outcome* plan::note(const std::string& function, const std::string& arguments)
@@ -83,13 +98,15 @@ const plan::outcome* plan::note(const std::string& function, const std::string& 
     const int number = ++counts_[function];
     const outcome* instead = nullptr;
     for (const rule& next : rules_) {
-        if (next.function != function || (next.nth != every && next.nth != number))
+        if (next.function != function || !is_meant(number, next.nth))
             continue;
         if (next.action)
             next.action();
         else
             instead = &next.instead;
     }
+    if (instead != nullptr && instead->fails)
+        failures_[function]++;
     return instead;
 }
 

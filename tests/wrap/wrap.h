@@ -8,7 +8,12 @@
 // The libc functions that the library stands on, wrapped by the linker: tests see each call and make it fail.
 namespace wrap {
 
-constexpr int every = 0; // instead of the number of a call
+// Instead of the number of a call: all of them, or this one and all that follow.
+constexpr int every = 0;
+constexpr int from(int nth)
+{
+    return -nth;
+}
 
 // While it lives, what the calls of its thread do; those of other threads stay as they are. Calls are numbered from 1,
 // for each function apart. A thread has one plan at a time.
@@ -30,6 +35,7 @@ public:
     const std::vector<std::string>& calls() const { return calls_; }
     std::vector<std::string> calls(const std::string& function) const;
     int count(const std::string& function) const;
+    int failures(const std::string& function) const;
 
     struct outcome {
         bool fails;
@@ -51,6 +57,7 @@ private:
     std::vector<rule> rules_;
     std::vector<std::string> calls_;
     std::unordered_map<std::string, int> counts_;
+    std::unordered_map<std::string, int> failures_;
 };
 
 } // namespace wrap
