@@ -239,7 +239,7 @@ outcome run(const counts::operation& operation, history history, const fault& fa
     if (process == 0)
         call_and_tell(operation, history, fault, ends[1]);
     close(ends[1]);
-    const outcome found = parsed(read_all(ends[0]));
+    outcome found = parsed(read_all(ends[0]));
     close(ends[0]);
     int status = -1;
     EXPECT_EQ(waitpid(process, &status, 0), process);
