@@ -34,7 +34,7 @@ constexpr config_change flush = {content_filter, "the content filter", "flushed 
 // No policy for the layer.
 constexpr config_change flush_policy_0 = {
     content_filter, "policy 0, whatever the daemon takes that for,", "flushed with type {TYPE}",
-    [](const request& asked) { return unless_not_zero(utm_cf_policy_flush(type_of(asked), 0)); }};
+    [](const request& asked) { return done_if_zero(utm_cf_policy_flush(type_of(asked), 0)); }};
 constexpr config_change flush_one_policy = {
     content_filter, "content-filter policy {POLICY}", "flushed with type {TYPE}",
     [](const request& asked) { return kqutm::filter::flush(type_of(asked), *policy_of(asked)); }};

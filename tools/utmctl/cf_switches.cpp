@@ -139,7 +139,7 @@ outcome switch_engine(const filter_engine& engine, const request& asked)
     const deed_words words = {engine.name, switched(value)};
     const log_watch log(UTM_APPCF_LOG);
     const call_result call =
-        call_without_lock(words, asked, {content_filter}, [&] { return as_json(unless_not_zero(engine.call(value))); });
+        call_without_lock(words, asked, {content_filter}, [&] { return as_json(done_if_zero(engine.call(value))); });
     outcome told = done_by_shell(words, {{"switch", value}, {"filter", state_of_filter()}}, call.printed);
     if (!call.result) {
         told.confirmations.clear();

@@ -102,7 +102,7 @@ outcome release(const request& asked)
         throw failure(unknown_problem(what));
     const std::string maybe = named(kind, id) + " may have been released";
     const auto freed = call_in_worker(maybe, asked.timeout, [&] {
-                           return with_errno(unless_not_zero(reset_utm_id_shm(id, kind.number)));
+                           return with_errno(done_if_zero(reset_utm_id_shm(id, kind.number)));
                        }).result;
     const utm_id_registry after = read_registry_again(maybe, asked.timeout);
     if (!freed || is_registered(after, kind.number, id))
@@ -127,7 +127,7 @@ outcome initialise(const std::string& participle, double timeout, bool remove_ma
         throw failure(registry_problem(what, std::string("keeps its marker ") + UTM_ID_MARKER, errno));
     if (registry_was_cleared())
         return {.result = {{"cleared", false}}, .confirmations = {empty ? nothing_to_clear : in_use}};
-    const call_result call = call_in_worker(maybe, timeout, [] { return as_json(unless_not_zero(init_utm_id_shm())); });
+    const call_result call = call_in_worker(maybe, timeout, [] { return as_json(done_if_zero(init_utm_id_shm())); });
     if (!call.result)
         throw failure(registry_problem(what, "cannot be cleared", call.result.error().error));
     if (!is_empty(read_registry_again(maybe, timeout)))

@@ -142,7 +142,7 @@ const std::string& printed_so_far()
     return all_printed();
 }
 
-kqutm::result<kqutm::done> unless_not_zero(int32_t returned)
+kqutm::result<kqutm::done> done_if_zero(int32_t returned)
 {
     if (returned == 0)
         return kqutm::done();

@@ -28,7 +28,7 @@ template <class Value> kqutm::result<json> as_json(const kqutm::result<Value>& r
 }
 
 // What a function of the C interface returned whose only success is 0.
-kqutm::result<kqutm::done> unless_not_zero(int32_t returned);
+kqutm::result<kqutm::done> done_if_zero(int32_t returned);
 
 // A result with errno as its value, where an operation that has done nothing returns 0 too, and errno alone tells why.
 kqutm::result<json> with_errno(const kqutm::result<kqutm::done>& result);

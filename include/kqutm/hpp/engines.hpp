@@ -137,9 +137,7 @@ inline result<std::array<uint32_t, 3>> status()
     return std::to_array(words.words);
 }
 
-/* This and the three others with a number tell what the daemon answered, whose meaning it defines: -1 alone is a
- * refusal.
- */
+/* The number that the daemon answers, whose meaning it defines: -1 alone is a refusal. So with the other three, too. */
 inline result<int32_t> set_max_cache_size(uint32_t megabytes)
 {
     return detail::unless_minus_one(utm_devid_cache_set_max_size(megabytes));
