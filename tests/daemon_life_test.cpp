@@ -150,10 +150,14 @@ bool call_once(const service& asked, traffic& told)
     return false;
 }
 
+// Each failure takes many lines of a log, which must not grow so large that it is renamed: the shell that does so would
+// interrupt the waits of other threads when it ends.
 void call_until_it_is_over(const service& asked, traffic& told)
 {
-    while (!told.over)
-        call_once(asked, told);
+    while (!told.over) {
+        if (!call_once(asked, told))
+            usleep(10000);
+    }
     told.last_successes += call_once(asked, told) ? 1 : 0;
 }
 

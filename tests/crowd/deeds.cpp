@@ -16,6 +16,20 @@ bool is_explained(const member& me, bool success)
     return success || (me.is_disturbed() && errno == EINTR);
 }
 
+// A crowd may keep a daemon busy for longer than its clients wait. While this lives, those of its thread wait as long
+// as it takes.
+class endless_patience {
+public:
+    endless_patience()
+    {
+        plan_.answer("setsockopt", wrap::every, 0);
+        plan_.answer("select", wrap::every, 1); // there is something to read, or there will be
+    }
+
+private:
+    wrap::plan plan_;
+};
+
 bool renew_own_id(const member& me, int round)
 {
     const uint32_t kind = kind_of(me.thread);
@@ -104,6 +118,7 @@ bool write_lines(const member& me, int round)
 
 bool ask_ips(const member& me, int round)
 {
+    const endless_patience patience;
     const size_t rule = me.thread * rounds + static_cast<size_t>(round % rounds);
     const bool accepted = utm_ips_set_whitelist(std::to_string(rule).c_str(), 1) == 0;
     if (accepted)
@@ -114,12 +129,14 @@ bool ask_ips(const member& me, int round)
 // It refuses everything.
 bool ask_devid(const member& me, int)
 {
+    const endless_patience patience;
     const int32_t result = utm_devid_activate(1);
     return result != 0 && is_explained(me, result == 7);
 }
 
 bool tell_content_filter(const member& me, int)
 {
+    const endless_patience patience;
     return is_explained(me, utm_cf_debug(1) == 0);
 }
 
@@ -131,6 +148,7 @@ bool tell_ir(const member& me, int)
 // The first of the cache come last, so a list that breaks off lacks what comes first.
 bool list_cache(const member& me, int)
 {
+    const endless_patience patience;
     utm_av_entry* list = utm_av_show_cache();
     if (list == nullptr)
         return is_explained(me, false);
@@ -145,6 +163,7 @@ bool list_cache(const member& me, int)
 
 bool bind(const member& me, int round, int32_t (*operation)(uint32_t, uint32_t), uint32_t first_policy)
 {
+    const endless_patience patience;
     const size_t profile = me.thread % profile_count;
     const size_t policy = 2 * profile + static_cast<size_t>(round % 2);
     const bool told =

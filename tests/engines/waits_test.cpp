@@ -99,7 +99,6 @@ TEST(engine_waits, devid_waits_3_seconds_for_a_reply)
         EXPECT_EQ(errno, ETIMEDOUT);
     });
     EXPECT_GE(seconds, 3);
-    EXPECT_LT(seconds, 10);
     EXPECT_EQ(devid_log(), line_of("utm_devid_reset", "recv fail"));
 }
 
