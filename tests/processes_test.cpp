@@ -1,8 +1,10 @@
 // What holds between processes: the registry's lock, its clearing after boot, and the log.
 
 #include "kqutm/common.h"
+#include "kqutm/profile.h"
 #include "kqutm/registry.h"
 
+#include "tests/sandbox/config_daemons.h"
 #include "tests/sandbox/files.h"
 #include "tests/sandbox/lines.h"
 #include "tests/sandbox/printed.h"
@@ -38,11 +40,16 @@ pid_t start(const std::function<void()>& body)
     return child;
 }
 
-void expect_success_of(pid_t process)
+void expect_end_of(pid_t process, int expected)
 {
     int status = -1;
     EXPECT_EQ(waitpid(process, &status, 0), process);
-    EXPECT_EQ(status, 0);
+    EXPECT_EQ(status, expected);
+}
+
+void expect_success_of(pid_t process)
+{
+    expect_end_of(process, 0);
 }
 
 // Runs body in processes of its own, all at once, each with its number.
@@ -142,6 +149,72 @@ TEST(processes, one_that_is_stopped_within_an_operation_makes_the_others_wait)
     EXPECT_EQ(slot(profiles + 1), 5U);
     EXPECT_EQ(semaphore_value(), 1);
 }
+
+// How far an operation comes whose process is killed before it connects to the nth daemon.
+struct killed_operation {
+    const char* name;
+    int32_t (*operation)();
+    int nth;
+    std::map<size_t, uint32_t> left;
+};
+
+int32_t create_9()
+{
+    return utm_user_profile_create(9);
+}
+
+int32_t delete_7()
+{
+    return utm_user_profile_delete(7);
+}
+
+const std::map<size_t, uint32_t> bound_profile = {
+    {profiles + 4, 7}, {cf_bindings + 4, 20}, {app_bindings + 4, 30}, {cf_policies + 1, 20}, {app_policies + 2, 30}};
+
+std::map<size_t, uint32_t> bound_profile_and_9()
+{
+    auto ids = bound_profile;
+    ids[profiles] = 9;
+    return ids;
+}
+
+const killed_operation killed_operations[] = {
+    {"create_with_none_told", create_9, 1, bound_profile_and_9()},
+    {"create_with_one_told", create_9, 2, bound_profile_and_9()},
+    {"create_with_two_told", create_9, 3, bound_profile_and_9()},
+    {"delete_with_none_told", delete_7, 1, bound_profile},
+    {"delete_with_one_told", delete_7, 2, {{app_bindings + 4, 30}, {app_policies + 2, 30}}},
+    {"delete_with_two_told", delete_7, 3, {}},
+};
+
+[[noreturn]] void die_within(const killed_operation& killed)
+{
+    const config_daemons daemons;
+    wrap::plan plan;
+    plan.before("connect", killed.nth, [] { raise(SIGKILL); });
+    _exit(killed.operation());
+}
+
+slots slots_with(const std::map<size_t, uint32_t>& values)
+{
+    slots all(1280, 0);
+    for (const auto& [number, id] : values)
+        all[number] = id;
+    return all;
+}
+
+class killed_process : public testing::TestWithParam<killed_operation> {};
+
+TEST_P(killed_process, leaves_what_it_had_begun_in_several_daemons_as_far_as_it_came)
+{
+    register_ids(bound_profile);
+    expect_end_of(start([] { die_within(GetParam()); }), SIGKILL);
+    EXPECT_EQ(all_slots(), slots_with(GetParam().left));
+    EXPECT_EQ(semaphore_value(), 1);
+}
+
+INSTANTIATE_TEST_SUITE_P(processes, killed_process, testing::ValuesIn(killed_operations),
+                         [](const testing::TestParamInfo<killed_operation>& killed) { return killed.param.name; });
 
 TEST(processes, all_see_a_clear_registry_after_boot)
 {
