@@ -88,6 +88,18 @@ void check_uuid(const char* text, fuzz::machine& machine)
     fuzz::require(!kept || (utm_uuid_get(uuid, sizeof uuid) == 0 && strcmp(uuid, text) == 0), "a UUID comes back");
 }
 
+// What somebody else wrote into the common segment may fill it without an end.
+void check_endless_uuid(const std::string& text, fuzz::machine& machine)
+{
+    bytes segment(UTM_UUID_SIZE);
+    for (size_t i = 0; i < segment.size(); i++)
+        segment[i] = text.empty() ? 'x' : static_cast<uint8_t>(text[i % text.size()]);
+    machine.put_segment(segment.data());
+    char uuid[UTM_UUID_SIZE];
+    fuzz::require(utm_uuid_get(uuid, sizeof uuid) == 0, "a UUID without an end is one");
+    fuzz::require(memcmp(uuid, segment.data(), 255) == 0 && uuid[255] == '\0', "it is cut and ended");
+}
+
 // The path of a log that is too large reaches the shell, as far as a command has room.
 void check_log_path(const std::string& path, fuzz::machine& machine)
 {
@@ -137,6 +149,7 @@ void check_others(const char* text, fuzz::machine& machine)
     check_log_path(text, machine);
     check_command(text, machine);
     check_uuid(text, machine);
+    check_endless_uuid(text, machine);
 }
 
 } // namespace
