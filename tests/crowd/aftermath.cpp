@@ -1,5 +1,7 @@
 #include "tests/crowd/aftermath.h"
 
+#include "kqutm/registry.h"
+
 #include "tests/crowd/deeds.h"
 #include "tests/sandbox/lines.h"
 #include "tests/sandbox/registry.h"
@@ -30,6 +32,18 @@ long expect_own_ids(const ledger& told, const slots& all)
             EXPECT_LE(found, 1) << thread;
         else
             EXPECT_EQ(found, told.own[thread] == hold::reserved ? 1 : 0) << thread;
+        taken += found;
+    }
+    return taken;
+}
+
+// Each round that completed has deleted its profile again.
+long expect_made_profiles(const ledger& told, const slots& all)
+{
+    long taken = 0;
+    for (size_t number = 0; number < made_profile_count; number++) {
+        const long found = times_in_table(all, first_made_profile + number, UTM_ID_USER_PROFILE);
+        EXPECT_LE(found, told.made[number] == hold::changing ? 1 : 0) << number;
         taken += found;
     }
     return taken;
@@ -90,8 +104,8 @@ void expect_registry(const ledger& told)
     EXPECT_EQ(semaphore_value(), 1);
     const slots all = all_slots();
     const long bound = 5 * profile_count; // each with two policies of each kind
-    const long expected =
-        bound + expect_own_ids(told, all) + expect_shared_ids(told, all) + expect_lasting_ids(told, all);
+    const long expected = bound + expect_own_ids(told, all) + expect_made_profiles(told, all) +
+                          expect_shared_ids(told, all) + expect_lasting_ids(told, all);
     long taken = 0;
     for (size_t table : tables)
         taken +=

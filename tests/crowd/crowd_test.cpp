@@ -7,6 +7,7 @@
 #include "tests/crowd/deeds.h"
 #include "tests/engines/engines.h"
 #include "tests/sandbox/held.h"
+#include "tests/sandbox/paths.h"
 #include "tests/sandbox/registry.h"
 #include "tests/sandbox/shared.h"
 
@@ -32,8 +33,31 @@ private:
         return record;
     }
 
+    static sim::bytes usage_record(uint32_t value)
+    {
+        sim::bytes record = reply(UTM_RESPONSE_MORE);
+        put_u32(record, 48, value);
+        return record;
+    }
+
+    // A list to who asks for it, before what everybody gets.
+    void answer_of_application(const sim::conversation& client) const
+    {
+        const sim::bytes request = app_journal_.visits().back().request; // empty where who asked was killed
+        if (!request.empty() && request[0] == UTM_APP_GET_USAGE_BY_APP) {
+            for (const uint32_t value : usage)
+                client.send(usage_record(value));
+        }
+        client.send(reply(UTM_RESPONSE_OK));
+    }
+
+    sim::journal app_journal_;
     engine_daemon cf_{cf_path, answer(0)};
-    engine_daemon app_{app_path, answer(0)};
+    engine_daemon user_profile_{user_profile_path, answer(0)};
+    sim::scripted_daemon app_{
+        app_path,
+        sim::script{sim::receive(), [this](const sim::conversation& client) { answer_of_application(client); }},
+        &app_journal_};
     engine_daemon devid_{devid_path, records{devid_reply(7)}};
     engine_daemon av_{av_path, records{entry("a"), entry("b"), entry("c"), av_reply(-1)}};
     engine_daemon ir_{ir_path, records{ir_reply(0)}};
@@ -47,6 +71,7 @@ void prepare_gateway()
     ASSERT_EQ(utm_uuid_set(uuid_of(0).c_str()), 0);
     for (const char* log : {UTM_APPCF_LOG, UTM_IPS_LOG, UTM_DEVID_LOG})
         utm_log(log, "earlier\n");
+    write_file(pid_file, "4711\n");
     for (uint32_t i = 0; i < profile_count; i++)
         set_slots({{profiles + profiles_at + i, first_profile + i},
                    {cf_policies + policies_at + 2 * i, first_cf_policy + 2 * i},
@@ -178,8 +203,12 @@ TEST(crowd, leaves_what_completed_operations_made)
     expect_ends(*told, processes);
     expect_registry(*told);
     expect_whole_lines(*told, appcf_log(), "\\[thread_[0-9]+\\]round [0-9]+ of some length",
-                       "\\[send_utm_config_event\\]((connect fail|write data fail): [A-Za-z ]+|read response "
-                       "fail)|\\[utm_cf_debug\\] fail\\(activate = 1\\)|"
+                       "\\[(send_utm_config_event|send_utm_event_and_get_response)\\]"
+                       "((connect fail|write data fail): [A-Za-z ]+|read response fail)|"
+                       "\\[utm_cf_(debug|web_safe_browsing_activate)\\] fail\\(activate = [01]\\)|"
+                       "\\[utm_cf_activate\\](enable|disenable) cf|get utm_user_profile_get_app_usage fail|"
+                       "delete user profile fail\\(id( = 60[0-9]+|\\(60[0-9]+\\) not found)\\)|"
+                       "user profile id\\(60[0-9]+\\) not found|"
                        "add (cf|app) policy\\([0-9]+\\) to user profile\\([0-9]+\\) fail");
     expect_whole_lines(*told, content_of(UTM_IPS_LOG), "utm_ips_flush\\([0-9]+\\) flush parameter error",
                        "utm_ips_set_whitelist\\([0-9]+\\) (connect to ips|send|recv) fail|"
@@ -188,6 +217,7 @@ TEST(crowd, leaves_what_completed_operations_made)
                        "utm_devid_activate\\([0-9]+\\) (connect to deviceid|send|recv|set switch) fail|"
                        "connect_deviceid\\([0-9]+\\) connect failed. Error");
     expect_lines_of_survivors();
+    EXPECT_TRUE(std::regex_match(content_of(command_file), std::regex("(28\n|29\n)?")));
     expect_accepted_rules(*told, daemons.ips);
     EXPECT_EQ(utm_ips_set_whitelist("quiet", 1), 0) << "without a signal";
     EXPECT_EQ(utm_devid_activate(1), 7);

@@ -3,7 +3,10 @@
 #include "kqutm.h"
 
 #include "tests/engines/engines.h"
+#include "tests/sandbox/lists.h"
 
+#include <algorithm>
+#include <cstring>
 #include <iterator>
 
 namespace crowd {
@@ -26,8 +29,18 @@ public:
         plan_.answer("select", wrap::every, 1); // there is something to read, or there will be
     }
 
-private:
+protected:
     wrap::plan plan_;
+};
+
+// The content-filter daemon is process 4711, which no signal reaches and which never takes a command.
+class busy_filter : public endless_patience {
+public:
+    busy_filter()
+    {
+        plan_.answer("kill", wrap::every, 0);
+        plan_.answer("usleep", wrap::every, 0);
+    }
 };
 
 bool renew_own_id(const member& me, int round)
@@ -185,6 +198,94 @@ bool bind_app_policy(const member& me, int round)
     return bind(me, round, utm_user_profile_add_app_policy, first_app_policy);
 }
 
+// A profile that lost its place when a daemon was not heard is not found when it is to be deleted.
+bool is_explained_by_loss(const member& me, bool success)
+{
+    return is_explained(me, success) || (me.is_disturbed() && errno == ENOENT);
+}
+
+// Who heard neither of the two daemons that free the place frees it.
+bool make_and_delete(const member& me, uint32_t id)
+{
+    const bool made = is_explained(me, utm_user_profile_create(static_cast<int32_t>(id)) == static_cast<int32_t>(id));
+    const bool deleted = is_explained_by_loss(me, utm_user_profile_delete(static_cast<int32_t>(id)) == 0);
+    const bool left = check_shm_utm_id(id, UTM_ID_USER_PROFILE) == 0;
+    return made && deleted && (!left || (me.is_disturbed() && reset_utm_id_shm(id, UTM_ID_USER_PROFILE) == 0));
+}
+
+bool renew_profile(const member& me, int)
+{
+    const size_t number = me.process();
+    if (me.thread % threads_each != 1 || number >= made_profile_count)
+        return true;
+    const endless_patience patience;
+    me.told.made[number] = hold::changing;
+    const bool fine = make_and_delete(me, static_cast<uint32_t>(first_made_profile + number));
+    me.told.made[number] = hold::free;
+    return fine;
+}
+
+bool is_bound_as_wanted(const utm_profile_mapping& entry)
+{
+    const auto number = static_cast<size_t>(entry.profile_id - static_cast<int32_t>(first_profile));
+    const auto first = static_cast<int32_t>(first_cf_policy + 2 * number);
+    return entry.cf_policy_id == 0 || entry.cf_policy_id == first || entry.cf_policy_id == first + 1;
+}
+
+bool is_to_be_bound(const utm_profile_mapping& entry)
+{
+    return entry.profile_id >= static_cast<int32_t>(first_profile) &&
+           entry.profile_id < static_cast<int32_t>(first_profile + profile_count);
+}
+
+// The profiles that get bound are in it, in their order, and no other has a policy.
+bool read_mapping(const member&, int)
+{
+    utm_profile_mapping* mapping = dump_utm_profile_mapping();
+    if (mapping == nullptr)
+        return false;
+    int32_t next = first_profile;
+    bool fine = true;
+    for (const utm_profile_mapping* entry : nodes_of(mapping)) {
+        if (is_to_be_bound(*entry))
+            fine = fine && entry->profile_id == next++ && is_bound_as_wanted(*entry);
+        else
+            fine = fine && entry->cf_policy_id == 0;
+    }
+    utm_free_profile_mapping_list(mapping);
+    return fine && next == static_cast<int32_t>(first_profile + profile_count);
+}
+
+bool read_usage(const member& me, int)
+{
+    const endless_patience patience;
+    utm_app_usage_entry* list = utm_user_profile_get_app_usage(first_profile, 0);
+    if (list == nullptr)
+        return is_explained(me, false);
+    std::vector<uint32_t> found;
+    for (const utm_app_usage_entry* entry : entries_of(list))
+        found.push_back(entry->first_value);
+    utm_user_profile_free_app_usage_list(list);
+    return std::equal(found.begin(), found.end(), std::begin(usage), std::end(usage));
+}
+
+bool run_command(const member&, int)
+{
+    char output[128];
+    utm_getSystemCommandResult("echo one line", output, sizeof output, 1);
+    return strcmp(output, "one line") == 0;
+}
+
+// One thread of a process, as each switch takes up to four shells.
+bool switch_engine(const member& me, int round)
+{
+    if (me.thread % threads_each != 2)
+        return true;
+    const busy_filter filter;
+    const auto value = static_cast<int32_t>((me.process() + static_cast<size_t>(round)) % 2);
+    return is_explained(me, utm_cf_web_safe_browsing_activate(value) == 0);
+}
+
 struct deed {
     const char* name;
     bool (*is_fine)(const member& me, int round);
@@ -192,15 +293,29 @@ struct deed {
 };
 
 constexpr deed all[] = {
-    {"renew_own_id", renew_own_id}, {"share_id", share_id},       {"want_lasting_id", want_lasting_id, true},
-    {"ask_clock", ask_clock, true}, {"set_uuid", set_uuid, true}, {"get_uuid", get_uuid},
-    {"ask_ips", ask_ips},           {"ask_devid", ask_devid},     {"write_lines", write_lines},
+    {"renew_own_id", renew_own_id},
+    {"share_id", share_id},
+    {"want_lasting_id", want_lasting_id, true},
+    {"ask_clock", ask_clock, true},
+    {"set_uuid", set_uuid, true},
+    {"get_uuid", get_uuid},
+    {"ask_ips", ask_ips},
+    {"ask_devid", ask_devid},
+    {"write_lines", write_lines},
+    {"renew_profile", renew_profile},
 };
 
 // One of them in each round.
 constexpr deed in_turn[] = {
-    {"tell_content_filter", tell_content_filter}, {"list_cache", list_cache},           {"tell_ir", tell_ir},
-    {"bind_cf_policy", bind_cf_policy},           {"bind_app_policy", bind_app_policy},
+    {"tell_content_filter", tell_content_filter},
+    {"list_cache", list_cache},
+    {"tell_ir", tell_ir},
+    {"bind_cf_policy", bind_cf_policy},
+    {"bind_app_policy", bind_app_policy},
+    {"read_mapping", read_mapping},
+    {"read_usage", read_usage},
+    {"run_command", run_command},
+    {"switch_engine", switch_engine},
 };
 
 void do_it(const member& me, int round, const deed& deed)

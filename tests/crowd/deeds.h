@@ -25,6 +25,9 @@ std::string numbered_line(size_t thread, int round);
 // What the anti-virus daemon has in its cache, as the newest comes first.
 constexpr char cache[] = "cba";
 
+// What the application daemon tells of the usage.
+constexpr uint32_t usage[] = {11, 22, 33};
+
 // Does one of everything.
 void run_round(const member& me, int round);
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cstddef>
@@ -39,12 +40,14 @@ constexpr uint32_t first_lasting = 2000;
 constexpr uint32_t first_profile = 3000; // those that get bound, with two policies of each kind to choose from
 constexpr uint32_t first_cf_policy = 4000;
 constexpr uint32_t first_app_policy = 5000;
+constexpr uint32_t first_made_profile = 6000;                    // those that come and go
 constexpr uint32_t clock_starts[] = {1000000, 2000000, 3000000}; // of each kind
 
 constexpr size_t shared_count = 12;
 constexpr size_t lasting_count = 6;
 constexpr size_t profile_count = 16;
-constexpr size_t seconds_on_clock = 64; // more than threads that ask at once
+constexpr size_t made_profile_count = std::min<size_t>(process_count, 32); // no room for one of each process
+constexpr size_t seconds_on_clock = 64;                                    // more than threads that ask at once
 
 enum class hold {
     free,
@@ -64,6 +67,7 @@ struct ledger {
     std::array<std::atomic<const char*>, process_count> broken; // what a thread did when something was wrong
     std::array<std::atomic<long>, process_count> bindings;      // each leaves the registry attached
     std::array<std::atomic<hold>, thread_count> own;
+    std::array<std::atomic<hold>, made_profile_count> made;
     std::array<contested, shared_count> shared;                                // given back
     std::array<std::atomic<size_t>, thread_count> wanted;                      // of the shared ones, its number and 1
     std::array<contested, lasting_count> lasting;                              // never given back
