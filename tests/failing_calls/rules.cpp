@@ -18,6 +18,7 @@ enum class where {
     anywhere,
     at_first, // on a gateway that has just been started
     in_use,
+    two_profiles,     // of which the first has policies
     refused,          // towards daemons that refuse
     for_good_at_first // where all calls that follow fail too
 };
@@ -39,6 +40,7 @@ struct answer {
 #define BOUND "utm_user_profile_add_cf_policy utm_user_profile_add_app_policy"
 #define RESERVED "get_unique_id utm_app_policy_create utm_cf_policy_create utm_user_profile_create"
 #define DUMPED "utm_app_dump_all utm_cf_dump_all"
+#define FLUSHED "utm_user_profile_flush utm_user_profile_cf_app_policy_reset"
 
 const answer answers[] = {
     // A check lets the caller go on that cannot have the lock; so do a release, a flush and a binding, which end there,
@@ -46,7 +48,7 @@ const answer answers[] = {
     {CHECKED, "lock", "0", where::at_first},
     {CHECKED, "lock"},
     {"reset_utm_id_shm", "lock"},
-    {"utm_user_profile_flush utm_user_profile_cf_app_policy_reset", "lock:1"},
+    {FLUSHED, "lock:1"},
     {BOUND, "lock", "0", where::for_good_at_first},
     {BOUND, "lock:3 unlock:3", "0", where::refused},
     {BOUND, "lock unlock"},
@@ -63,14 +65,15 @@ const answer answers[] = {
     {"dump_utm_profile_mapping", "access", "null"},
     // Without the key file the segment is another one, which is empty: there is room in it, and nothing to release.
     {RESERVED " utm_uuid_set attach_utm_common_data_shm attach_utm_id_data_shm reset_utm_id_shm " DUMPED, "key"},
-    {"utm_user_profile_flush utm_user_profile_cf_app_policy_reset mapping_without_memory", "key:1"},
+    {FLUSHED " mapping_without_memory", "key:1"},
     {BOUND, "key:3"},
     // The last of the three daemons decides, for a new profile the application daemon.
     {"utm_user_profile_add_dev utm_user_profile_del_dev utm_user_profile_delete", "cf app"},
     {"utm_user_profile_create", "cf user_profile"},
     // What becomes of each profile is not looked at.
-    {"utm_user_profile_flush", "lock:2 key:2 attach:2 cf app user_profile"},
-    {"utm_user_profile_cf_app_policy_reset", "lock:2 key:2 attach:2 cf:1 app:1 user_profile", nullptr, where::in_use},
+    {FLUSHED, "lock:2 key:2 attach:2 cf:1 app:1 user_profile", nullptr, where::in_use},
+    {FLUSHED, "lock:3 key:3 attach:3 cf:2 app:2", nullptr, where::two_profiles},
+    {"utm_user_profile_flush", "cf app user_profile"},
     // The block of a status is returned as far as it came.
     {"utm_ips_show_status", "answer"},
 };
@@ -103,8 +106,7 @@ const remainder stored_remainders[] = {
     {"utm_cf_policy_create", "access", nullptr, " 512=21; uuid", where::in_use},
     {"utm_app_policy_create", "access", nullptr, " 1024=31; uuid", where::in_use},
     // What the segment of another key holds is nobody's.
-    {RESERVED " utm_uuid_set reset_utm_id_shm utm_user_profile_flush utm_user_profile_cf_app_policy_reset", "key:1",
-     nullptr, before},
+    {RESERVED " utm_uuid_set reset_utm_id_shm " FLUSHED, "key:1", nullptr, before},
     {"reset_utm_id_shm", "lock", nullptr, before},
     {BOUND, "lock:3 key:3", nullptr, before},
     // A binding that the daemon refuses stays, and the identifier of an application policy.
@@ -114,11 +116,24 @@ const remainder stored_remainders[] = {
     {"utm_user_profile_create", "cf app user_profile", nullptr, before},
     {"utm_user_profile_create", "lock:2 key:2 attach:2", "lock:4 key:4 attach:4", " 0=8 3=7 517=20 1030=30; uuid"},
     {"utm_cf_policy_create", "lock:2 key:2 attach:2", nullptr, " 3=7 512=21 517=20 1030=30; uuid"},
+    // Daemons that refuse everything leave everything.
+    {"utm_user_profile_delete " FLUSHED, "lock key attach cf app", nullptr, before, where::refused},
     // A profile is gone as soon as one of these two has accepted that; where it is only one of many, what the
     // registry refuses is not looked at.
-    {"utm_user_profile_delete utm_user_profile_flush utm_user_profile_cf_app_policy_reset", "cf:1", "app:1", before},
+    {"utm_user_profile_delete " FLUSHED, "cf:1", "app:1", before},
+    // The one that refuses leaves the policy that it holds, and the binding.
+    {"utm_user_profile_delete", "cf", nullptr, " 4=8 259=20 517=20; uuid", where::two_profiles},
+    {"utm_user_profile_delete", "app", nullptr, " 4=8 771=30 1030=30; uuid", where::two_profiles},
     {"utm_user_profile_delete", "user_profile", nullptr, after},
-    {"utm_user_profile_flush utm_user_profile_cf_app_policy_reset", "lock unlock:1 key attach", nullptr, before},
+    {FLUSHED, "cf:1", nullptr, " 259=20 517=20; uuid", where::two_profiles},
+    {FLUSHED, "app:1", "cf:2", " 4=8 771=30 1030=30; uuid", where::two_profiles},
+    {FLUSHED, "app:1", nullptr, " 771=30 1030=30; uuid", where::two_profiles},
+    {FLUSHED, "cf:2", "app:2", " 4=8; uuid", where::two_profiles},
+    // The second profile goes even where the first one stays.
+    {FLUSHED, "lock:2 key:2 attach:2", "lock:3 key:3 attach:3", before},
+    {FLUSHED, "lock:2 key:2 attach:2", nullptr, " 3=7 259=20 517=20 771=30 1030=30; uuid", where::two_profiles},
+    {FLUSHED, "lock:3 key:3 attach:3", nullptr, " 4=8; uuid", where::two_profiles},
+    {FLUSHED, "lock unlock:1 key attach", nullptr, before},
     {"utm_user_profile_cf_app_policy_reset", "cf app fopen", nullptr, after},
 };
 
@@ -145,6 +160,7 @@ struct partial_list {
 const partial_list partial_lists[] = {
     {ENGINE_LISTS, "recv", 1, false, "0 entries"},
     {ENGINE_LISTS, "malloc", 2, false, "0 entries"},
+    {"dump_utm_profile_mapping", "malloc", 2, false, "null"},
     {DEVICE_LISTS, "recv", 1, false, "null"},
     {DEVICE_LISTS, "malloc", 2, true, "null"},
 };
@@ -166,6 +182,11 @@ bool has_word(const char* words, const std::string& wanted)
     return std::find(std::istream_iterator<std::string>(all), {}, wanted) != std::istream_iterator<std::string>();
 }
 
+bool has_two_profiles(const scene& scene)
+{
+    return scene.undisturbed.stored_before.find(" 3=7 4=8 ") != std::string::npos;
+}
+
 bool holds(where kind, const scene& scene, const fault& fault)
 {
     switch (kind) {
@@ -174,7 +195,9 @@ bool holds(where kind, const scene& scene, const fault& fault)
     case where::at_first:
         return scene.before == history::none;
     case where::in_use:
-        return scene.before == history::everything_used_once;
+        return scene.before == history::everything_used_once || has_two_profiles(scene);
+    case where::two_profiles:
+        return has_two_profiles(scene);
     case where::refused:
         return scene.tested.answer == counts::daemons::refuse;
     case where::for_good_at_first:

@@ -7,6 +7,7 @@
 #include "sim/loopback.h"
 #include "tests/counts/returned.h"
 #include "tests/sandbox/descriptors.h"
+#include "tests/sandbox/registry.h"
 #include "tests/wrap/intercept.h"
 
 #include <csignal>
@@ -92,6 +93,19 @@ counts::returned map_without_memory()
     return counts::result_of([] { return dump_utm_profile_mapping(); });
 }
 
+// One profile has policies, and there is a second one after it.
+void register_two_profiles()
+{
+    counts::use_everything_once();
+    set_slots({{profiles + 4, 8}, {cf_bindings + 3, 20}, {app_bindings + 3, 30}});
+}
+
+void run_filter_for_two_profiles()
+{
+    register_two_profiles();
+    counts::run_filter();
+}
+
 void close_stdin()
 {
     without_stdin.emplace();
@@ -123,6 +137,18 @@ std::vector<counts::operation> all_operations()
                     .call = [] { return counts::result_of([] { return __utm_cf_activate(1); }); },
                     .prepare = leave_a_command},
                    {.name = "mapping_without_memory", .call = map_without_memory},
+                   {.name = "utm_user_profile_delete",
+                    .call = [] { return counts::result_of([] { return utm_user_profile_delete(7); }); },
+                    .prepare = register_two_profiles},
+                   {.name = "utm_user_profile_flush",
+                    .call = [] { return counts::result_of([] { return utm_user_profile_flush(); }); },
+                    .prepare = register_two_profiles},
+                   {.name = "utm_user_profile_cf_app_policy_reset",
+                    .call = [] { return counts::result_of([] { return utm_user_profile_cf_app_policy_reset(); }); },
+                    .prepare = run_filter_for_two_profiles},
+                   {.name = "dump_utm_profile_mapping",
+                    .call = [] { return counts::result_of([] { return dump_utm_profile_mapping(); }); },
+                    .prepare = register_two_profiles},
                    {.name = "utm_ir_flush",
                     .call = [] { return counts::result_of([] { return utm_ir_flush(1); }); },
                     .prepare = [] { unlink("/tmp/utm_ir"); }},
