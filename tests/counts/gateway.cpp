@@ -3,9 +3,15 @@
 #include "kqutm/common.h"
 #include "kqutm/registry.h"
 
+#include "sim/process.h"
 #include "tests/counts/operations.h"
 #include "tests/engines/devices.h"
 #include "tests/sandbox/registry.h"
+
+#include <csignal>
+#include <memory>
+#include <sys/wait.h>
+#include <unistd.h>
 
 namespace counts {
 
@@ -67,12 +73,28 @@ const records& chosen(const service& service, daemons what)
     abort();
 }
 
+[[noreturn]] void run_daemons(daemons what, const std::function<void()>& ready)
+{
+    std::vector<std::unique_ptr<engine_daemon>> all;
+    for (const service& service : services())
+        all.push_back(std::make_unique<engine_daemon>(service.path, twice(answer(chosen(service, what)))));
+    ready();
+    for (;;)
+        pause();
+}
+
 } // namespace
 
 gateway::gateway(daemons what)
+    : process_(
+          sim::start_until_ready("the daemons", {}, [what](const auto& ready) -> int { run_daemons(what, ready); }))
 {
-    for (const service& service : services())
-        daemons_.push_back(std::make_unique<engine_daemon>(service.path, twice(answer(chosen(service, what)))));
+}
+
+gateway::~gateway()
+{
+    kill(process_, SIGKILL);
+    waitpid(process_, nullptr, 0);
 }
 
 void use_everything_once()

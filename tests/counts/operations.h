@@ -4,9 +4,9 @@
 #include "tests/engines/engines.h"
 
 #include <functional>
-#include <memory>
 #include <ostream>
 #include <string>
+#include <sys/types.h>
 #include <vector>
 
 // Every exported operation, ready to be called, with what a call costs; and the gateway on which it is called.
@@ -65,12 +65,16 @@ void run_filter();
 // The name of an operation for a test of its own.
 std::string name_of(const testing::TestParamInfo<operation>& operation);
 
+// The daemons, in a process of their own while it lives: who forks has no threads.
 class gateway {
 public:
     explicit gateway(daemons what);
+    gateway(const gateway&) = delete;
+    gateway& operator=(const gateway&) = delete;
+    ~gateway();
 
 private:
-    std::vector<std::unique_ptr<engine_daemon>> daemons_;
+    pid_t process_;
 };
 
 // Nothing happens for the first time: logs, semaphores and segments are there, and one identifier of each kind.
