@@ -47,6 +47,9 @@ void expect_outcome(const scene& scene, const fault& fault, bool spares, const o
     if (!expected.has_any_error) {
         EXPECT_EQ(found.error, expected.error) << strerror(found.error);
     }
+    if (expected.told) {
+        EXPECT_EQ(told_by(found), expected.told);
+    }
     EXPECT_EQ(found.left, expected.left);
     EXPECT_EQ(found.stored, expected.stored);
 }

@@ -246,6 +246,16 @@ std::string part_of_list(const scene& scene, const fault& fault, const partial_l
     return arrived > 0 ? std::to_string(arrived) + " entries" : list.none;
 }
 
+std::vector<std::string> names_of(const std::vector<step>& steps)
+{
+    std::vector<std::string> all;
+    for (const step& step : steps) {
+        if (all.empty() || all.back() != step.name)
+            all.push_back(step.name);
+    }
+    return all;
+}
+
 bool fails_one_of(const std::vector<step>& failing, const char* steps)
 {
     return std::any_of(failing.begin(), failing.end(), [&](const step& step) { return names(steps, step); });
@@ -277,6 +287,23 @@ bool is_skipped(const step& step, const std::vector<failing_calls::step>& before
     return step.name == "key" && fails_one_of(before_it, ("lock:" + std::to_string(step.number)).c_str());
 }
 
+// The other daemons are told too, but those that come after the step that fails the operation; without a socket there
+// is no connection. Only what fails towards a config daemon is looked at.
+daemons_told expect_told(const scene& scene, const fault& fault, const std::vector<step>& failing, bool is_failure)
+{
+    if (!fails_one_of(failing, "cf app user_profile"))
+        return std::nullopt;
+    std::vector<step> told;
+    for (const step& connection : connections(scene.undisturbed)) {
+        const bool fails = std::find(failing.begin(), failing.end(), connection) != failing.end();
+        if (!fails || fault.function != "socket")
+            told.push_back(connection);
+        if (is_failure && connection == failing.back())
+            break;
+    }
+    return names_of(told);
+}
+
 expectation expect_failure(const scene& scene, const fault& fault, const step& step)
 {
     const outcome& usual = scene.undisturbed;
@@ -292,13 +319,17 @@ expectation expect_answer(const scene& scene, const fault& fault, bool spares, s
             continue;
         failing.push_back(step);
         const answer* answer = answer_to(scene, fault, spares, step);
-        if (answer == nullptr || answer->result == failure)
-            return expect_failure(scene, fault, step);
+        if (answer == nullptr || answer->result == failure) {
+            expectation failed = expect_failure(scene, fault, step);
+            failed.told = expect_told(scene, fault, failing, true);
+            return failed;
+        }
         if (answer->result == nullptr)
             continue;
         expected.result = answer->result;
         expected.has_any_error = expected.result != "null";
     }
+    expected.told = expect_told(scene, fault, failing, false);
     return expected;
 }
 
@@ -369,11 +400,16 @@ const std::vector<failing_call>& all_failing_calls()
     return all;
 }
 
+daemons_told told_by(const outcome& outcome)
+{
+    return names_of(connections(outcome));
+}
+
 expectation expect_usual(const scene& scene, const fault& fault)
 {
     const outcome& usual = scene.undisturbed;
     const bool succeeds = usual.result != failure_value(scene, fault) && usual.result != "null";
-    return {usual.result, usual.error, usual.left, usual.stored, succeeds};
+    return {usual.result, usual.error, usual.left, usual.stored, succeeds, told_by(usual)};
 }
 
 expectation expect(const scene& scene, const fault& fault, bool spares)

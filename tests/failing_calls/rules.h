@@ -2,6 +2,7 @@
 
 #include "tests/failing_calls/run.h"
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -25,6 +26,12 @@ struct failing_call {
 // Every wrapped call that can fail. The others release, or tell the time.
 const std::vector<failing_call>& all_failing_calls();
 
+// The daemons that an operation connects to, in order; one to which it connects again and again stands once. Nothing
+// where it makes no difference to them.
+using daemons_told = std::optional<std::vector<std::string>>;
+
+daemons_told told_by(const outcome& outcome);
+
 // What comes of it when a call fails.
 struct expectation {
     std::string result;
@@ -32,6 +39,7 @@ struct expectation {
     std::string left;           // for the caller beside the result
     std::string stored;         // in registry and common segment
     bool has_any_error = false; // as after a success
+    daemons_told told = std::nullopt;
 };
 
 expectation expect(const scene& scene, const fault& fault, bool spares);

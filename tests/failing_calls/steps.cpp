@@ -161,6 +161,11 @@ std::vector<step> failing_steps(const outcome& undisturbed, const fault& fault)
     return hit;
 }
 
+std::vector<step> connections(const outcome& outcome)
+{
+    return failing_steps(outcome, {"connect", 0, 1, true});
+}
+
 bool names(const char* list, const step& step)
 {
     std::istringstream all(list);

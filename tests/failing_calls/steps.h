@@ -21,10 +21,15 @@ struct step {
     std::string name;
     int number;
     bool creates = false; // a set or a segment that is not there
+
+    bool operator==(const step&) const = default;
 };
 
 // The steps that fail.
 std::vector<step> failing_steps(const outcome& undisturbed, const fault& fault);
+
+// The connections to daemons, in their order.
+std::vector<step> connections(const outcome& outcome);
 
 // Whether a list such as "lock key:2" names a step.
 bool names(const char* list, const step& step);
