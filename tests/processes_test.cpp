@@ -158,6 +158,11 @@ struct killed_operation {
     std::map<size_t, uint32_t> left;
 };
 
+void PrintTo(const killed_operation& killed, std::ostream* out)
+{
+    *out << killed.name;
+}
+
 int32_t create_9()
 {
     return utm_user_profile_create(9);
