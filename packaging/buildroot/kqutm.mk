@@ -4,7 +4,7 @@
 #
 ################################################################################
 
-KQUTM_VERSION = main
+KQUTM_VERSION = $(call qstrip,$(BR2_PACKAGE_KQUTM_COMMIT))
 KQUTM_SITE = $(call qstrip,$(BR2_PACKAGE_KQUTM_REPOSITORY))
 KQUTM_SITE_METHOD = git
 KQUTM_LICENSE = Apache-2.0
@@ -15,6 +15,7 @@ KQUTM_INSTALL_STAGING = YES
 # memory. Buildroot leaves that name in the target as it is, since it is no link; no hook may take it away.
 KQUTM_CONF_OPTS = \
 	-DKQUTM_BUILD_EXAMPLES=OFF \
+	-DKQUTM_BUILD_MANUALS=OFF \
 	-DKQUTM_BUILD_SIMULATOR=OFF \
 	-DKQUTM_BUILD_TESTS=OFF
 
@@ -31,5 +32,15 @@ endef
 ifeq ($(BR2_PACKAGE_SYSTEMD),y)
 KQUTM_POST_INSTALL_TARGET_HOOKS += KQUTM_INSTALL_SETTINGS_FOR_TMP
 endif
+
+# For programs that look into the registry before one of them writes: systemctl enable utm-registry.service
+# Buildroot enables each unit that no preset names.
+define KQUTM_INSTALL_INIT_SYSTEMD
+	$(if $(BR2_PACKAGE_KQUTM_UTMCTL),
+		$(INSTALL) -D -m 0644 $(@D)/packaging/systemd/utm-registry.service \
+			$(TARGET_DIR)/usr/lib/systemd/system/utm-registry.service
+		$(INSTALL) -d $(TARGET_DIR)/usr/lib/systemd/system-preset
+		echo "disable utm-registry.service" >$(TARGET_DIR)/usr/lib/systemd/system-preset/90-kqutm.preset)
+endef
 
 $(eval $(cmake-package))
