@@ -143,16 +143,17 @@ TEST(usage, a_refusal_names_the_command_as_far_as_it_is_known)
 
 TEST(usage, version)
 {
-    EXPECT_EQ(utmctl("version"), (run_result{0, "utmctl 1.0.0\nlibkqutm 1.0.0\n", ""}));
+    EXPECT_EQ(utmctl("version"), (run_result{0, "utmctl " KQUTM_VERSION "\nlibkqutm " KQUTM_VERSION "\n", ""}));
     EXPECT_EQ(utmctl("--version"), utmctl("version"));
     const std::string build =
-        "{\"version\":\"1.0.0\",\"key_file\":\"/usr/lib/libkqutm.so\",\"build\":\"" KQUTM_BUILD "\"}";
-    EXPECT_EQ(utmctl("version -j"),
-              (run_result{0,
-                          "{\"command\":\"version\",\"status\":\"done\",\"exit\":0,\"result\":{\"version\":\"1.0.0\","
-                          "\"tool\":" +
-                              build + ",\"library\":" + build + "},\"errors\":[]}\n",
-                          ""}));
+        "{\"version\":\"" KQUTM_VERSION "\",\"key_file\":\"/usr/lib/libkqutm.so\",\"build\":\"" KQUTM_BUILD "\"}";
+    EXPECT_EQ(
+        utmctl("version -j"),
+        (run_result{0,
+                    "{\"command\":\"version\",\"status\":\"done\",\"exit\":0,\"result\":{\"version\":\"" KQUTM_VERSION
+                    "\",\"tool\":" +
+                        build + ",\"library\":" + build + "},\"errors\":[]}\n",
+                    ""}));
 }
 
 TEST(usage, json_has_one_style)
