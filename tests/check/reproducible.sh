@@ -10,7 +10,8 @@ git ls-files -z --cached --others --exclude-standard | xargs -0 cp --parents -t 
 (
     cd "$elsewhere"
     unset CMAKE_C_COMPILER_LAUNCHER CMAKE_CXX_COMPILER_LAUNCHER # nothing from a cache
-    cmake --preset package -B over/there >/dev/null
+    cmake -S . -B over/there -DCMAKE_BUILD_TYPE=Release \
+        -DKQUTM_BUILD_{EXAMPLES,MANUALS,SIMULATOR,TESTS,TOOLS}=OFF >/dev/null
     cmake --build over/there --target kqutm kqutm_static --parallel "$(nproc)" >/dev/null
 )
 for library in libkqutm.so libkqutm.a; do
