@@ -28,7 +28,7 @@ int show_devices()
 // Puts every device that the engine knows into a profile of its own.
 int adopt_devices()
 {
-    const auto created = kqutm::profiles::create(kqutm::profile_id::of(7));
+    const auto created = kqutm::profiles::create(*kqutm::profile_id::of(7));
     if (!created)
         return fail("cannot create a profile", created.error());
     const auto devices = kqutm::devid::devices();

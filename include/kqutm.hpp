@@ -3,13 +3,19 @@
  * a value or the cause. A layer of headers over kqutm.h, whose contracts hold: what a call does, how long it may block,
  * what stays behind on failure. Nothing here throws, but for what a std::string without memory throws.
  *
- *     const auto id = kqutm::profile_id::of(7);
- *     const auto created = kqutm::profiles::create(id);
+ *     const auto id = kqutm::profile_id::of(7); // nothing for a number that is no identifier
+ *     if (!id)
+ *         return;
+ *     const auto created = kqutm::profiles::create(*id);
  *     if (!created)
  *         std::cerr << created.error().code().message();
  */
 #ifndef KQUTM_HPP
 #define KQUTM_HPP
+
+#if __cplusplus < 202002L
+#error "kqutm.hpp needs C++20"
+#endif
 
 #include "kqutm/hpp/common.hpp"
 #include "kqutm/hpp/engines.hpp"

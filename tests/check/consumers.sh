@@ -51,6 +51,21 @@ for compiler in g++ clang++; do
     compile "$compiler" "c++11 c++14 c++17 c++20" "$examples/guests.cpp"
     compile "$compiler" "c++20" "$examples"/{devices,usage}.cpp
 done
+for compiler in g++ clang++; do
+    "$compiler" -std=c++17 -Wfatal-errors -fsyntax-only "${cflags[@]}" "$examples/devices.cpp" >"$place/refusal" 2>&1 &&
+        fail "$compiler takes kqutm.hpp for C++17"
+    grep -q 'kqutm.hpp needs C++20' "$place/refusal" || fail "$(<"$place/refusal")"
+done
+
+echo "Linked by each compiler"
+for compiler in gcc clang; do
+    "$compiler" -std=c99 "${cflags[@]}" "$examples/household.c" "${libs[@]}" -o "$place/household_$compiler"
+    gives household "$place/household_$compiler"
+done
+for compiler in g++ clang++; do
+    "$compiler" -std=c++11 "${cflags[@]}" "$examples/guests.cpp" "${libs[@]}" -o "$place/guests_$compiler"
+    gives guests "$place/guests_$compiler"
+done
 
 echo "find_package"
 cmake -S "$examples" -B "$place/examples" -DCMAKE_PREFIX_PATH="$place/usr" >/dev/null

@@ -15,6 +15,26 @@ using kqutm::profile_id;
 const profile_id children = *profile_id::of(7);
 const kqutm::cf_policy_id policy = *kqutm::cf_policy_id::of(70);
 
+template <class Id> constexpr bool creates_profile = requires(Id id)
+{
+    kqutm::profiles::create(id);
+};
+template <class Id> constexpr bool creates_filter_policy = requires(Id id)
+{
+    kqutm::filter::create(id);
+};
+template <class Id> constexpr bool creates_application_policy = requires(Id id)
+{
+    kqutm::applications::create(id);
+};
+
+// What may be no identifier is never read as the wish for one from the clock.
+static_assert(creates_profile<profile_id> && !creates_profile<std::optional<profile_id>>);
+static_assert(creates_filter_policy<kqutm::cf_policy_id> && !creates_filter_policy<std::optional<kqutm::cf_policy_id>>);
+static_assert(creates_application_policy<kqutm::app_policy_id> &&
+              !creates_application_policy<std::optional<kqutm::app_policy_id>>);
+static_assert(!creates_profile<std::nullopt_t> && !creates_profile<int> && !creates_profile<kqutm::cf_policy_id>);
+
 TEST(hpp_operations, a_profile_is_created_and_registered)
 {
     const config_daemons daemons;
@@ -46,9 +66,24 @@ TEST(hpp_operations, a_profile_that_the_application_daemon_refuses_is_not_create
 TEST(hpp_operations, without_an_identifier_the_clock_gives_one)
 {
     const config_daemons daemons;
-    const auto created = kqutm::filter::create();
-    ASSERT_TRUE(created);
-    EXPECT_EQ(slot(cf_policies), static_cast<uint32_t>(created->id.number()));
+    const auto filter_policy = kqutm::filter::create();
+    ASSERT_TRUE(filter_policy);
+    EXPECT_EQ(slot(cf_policies), static_cast<uint32_t>(filter_policy->id.number()));
+    const auto profile = kqutm::profiles::create();
+    ASSERT_TRUE(profile);
+    EXPECT_EQ(slot(profiles), static_cast<uint32_t>(profile->id.number()));
+    const auto application_policy = kqutm::applications::create();
+    ASSERT_TRUE(application_policy);
+    EXPECT_EQ(slot(app_policies), static_cast<uint32_t>(application_policy->id.number()));
+}
+
+TEST(hpp_operations, a_policy_is_created_with_its_identifier)
+{
+    const config_daemons daemons;
+    EXPECT_EQ((*kqutm::filter::create(policy)).id, policy);
+    EXPECT_EQ(slot(cf_policies), 70U);
+    EXPECT_EQ((*kqutm::applications::create(*kqutm::app_policy_id::of(80))).id.number(), 80);
+    EXPECT_EQ(slot(app_policies), 80U);
 }
 
 TEST(hpp_operations, devices_and_policies_reach_the_daemons)

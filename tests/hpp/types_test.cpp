@@ -22,6 +22,20 @@ TEST(hpp_types, an_identifier_is_never_0_and_never_reads_as_negative)
         EXPECT_FALSE(profile_id::of(number)) << number;
 }
 
+template <class Number> constexpr bool is_number = requires(Number number)
+{
+    profile_id::of(number);
+};
+
+TEST(hpp_types, an_identifier_comes_from_a_whole_number)
+{
+    EXPECT_EQ(profile_id::of(uint8_t{7})->number(), 7);
+    EXPECT_FALSE(profile_id::of(UINT64_MAX)) << "which is not -1";
+    EXPECT_FALSE(profile_id::of(UINT64_C(0x100000007))) << "which is not cut to 7";
+    EXPECT_TRUE(is_number<int> && is_number<uint64_t>);
+    EXPECT_FALSE(is_number<double> || is_number<float>);
+}
+
 TEST(hpp_types, identifiers_of_two_kinds_and_numbers_are_not_mixed_up)
 {
     EXPECT_FALSE((std::is_convertible_v<profile_id, kqutm::cf_policy_id>));
@@ -40,6 +54,12 @@ TEST(hpp_types, a_mac_address_is_read_and_written_as_text)
     for (const char* text : {"", "02:42:ac:11:00", "02:42:ac:11:00:0", "02:42:ac:11:00:0ff", "02:42:ac:11:00-0f",
                              "02.42.ac.11.00.0f", "0g:42:ac:11:00:0f", "02:42:ac:11:00:0:", " 2:42:ac:11:00:0f"})
         EXPECT_FALSE(mac_address::parse(text)) << text;
+}
+
+TEST(hpp_types, any_six_bytes_are_a_mac_address)
+{
+    EXPECT_EQ(mac_address::parse("00:00:00:00:00:00"), mac_address({0, 0, 0, 0, 0, 0}));
+    EXPECT_EQ(mac_address::parse("ff:ff:ff:ff:ff:ff"), mac_address({255, 255, 255, 255, 255, 255}));
 }
 
 TEST(hpp_types, a_result_holds_a_value_that_can_only_be_moved)

@@ -83,9 +83,13 @@ uint32_t binding_of(const policy_kind& kind, const utm_id_registry& registry, kq
     return slot == std::end(registry.profiles) ? 0 : bindings[slot - registry.profiles];
 }
 
-template <class Id, auto operation> kqutm::result<json> create(const request& asked)
+template <class Id> using creation = kqutm::result<kqutm::created<Id>>;
+
+template <class Id, creation<Id> (*with)(Id), creation<Id> (*from_clock)()>
+kqutm::result<json> create(const request& asked)
 {
-    return operation(new_id_of<Id>(asked)).transform([](const kqutm::created<Id>& created) {
+    const std::optional<Id> id = new_id_of<Id>(asked);
+    return (id ? with(*id) : from_clock()).transform([](const kqutm::created<Id>& created) {
         return json{{"id", created.id.number()}, {"registered", created.registered}};
     });
 }
@@ -98,11 +102,11 @@ template <class Id> kqutm::result<json> bind(const request& asked)
 } // namespace
 
 constinit const policy_kind cf_policies = {"cf-policy", config_daemons[UTM_CONFIG_TARGET_CF],
-                                           create<kqutm::cf_policy_id, kqutm::filter::create>,
+                                           create<kqutm::cf_policy_id, kqutm::filter::create, kqutm::filter::create>,
                                            bind<kqutm::cf_policy_id>};
-constinit const policy_kind app_policies = {"app-policy", config_daemons[UTM_CONFIG_TARGET_APP],
-                                            create<kqutm::app_policy_id, kqutm::applications::create>,
-                                            bind<kqutm::app_policy_id>};
+constinit const policy_kind app_policies = {
+    "app-policy", config_daemons[UTM_CONFIG_TARGET_APP],
+    create<kqutm::app_policy_id, kqutm::applications::create, kqutm::applications::create>, bind<kqutm::app_policy_id>};
 
 void demand_registered(const utm_id_registry& registry, const id_kind& kind, uint32_t id, const std::string& what)
 {

@@ -11,7 +11,6 @@
 #include <array>
 #include <cstdint>
 #include <limits>
-#include <optional>
 #include <span>
 #include <string>
 
@@ -31,9 +30,15 @@ enum class list_of_domains {
     keywords
 };
 
-inline result<created<cf_policy_id>> create(std::optional<cf_policy_id> id = std::nullopt)
+inline result<created<cf_policy_id>> create(cf_policy_id id)
 {
-    return detail::checked_creation<cf_policy_id>(utm_cf_policy_create(detail::number_or_clock(id)));
+    return detail::checked_creation<cf_policy_id>(utm_cf_policy_create(id.number()));
+}
+
+/* With an identifier from the clock, for which the call may spin for about a second. */
+inline result<created<cf_policy_id>> create()
+{
+    return detail::checked_creation<cf_policy_id>(utm_cf_policy_create(detail::from_clock));
 }
 
 inline result<done> set_block(cf_policy_id id, const category_block& block)
@@ -121,7 +126,7 @@ namespace detail {
 using kqutm::detail::checked_creation;
 using kqutm::detail::failed;
 using kqutm::detail::fits;
-using kqutm::detail::number_or_clock;
+using kqutm::detail::from_clock;
 using kqutm::detail::refused_here;
 using kqutm::detail::status;
 using kqutm::detail::with_text;
@@ -142,10 +147,15 @@ inline result<done> configure(decltype(&utm_app_policy_config_block) operation, 
 
 } // namespace detail
 
-inline result<created<app_policy_id>> create(std::optional<app_policy_id> id = std::nullopt)
+inline result<created<app_policy_id>> create(app_policy_id id)
 {
-    return detail::checked_creation<app_policy_id>(
-        utm_app_policy_create(static_cast<uint32_t>(detail::number_or_clock(id))));
+    return detail::checked_creation<app_policy_id>(utm_app_policy_create(detail::number(id)));
+}
+
+/* With an identifier from the clock, for which the call may spin for about a second. */
+inline result<created<app_policy_id>> create()
+{
+    return detail::checked_creation<app_policy_id>(utm_app_policy_create(detail::from_clock));
 }
 
 /* In place of those that the policy has. When it fails on the way, the old ones are gone. */

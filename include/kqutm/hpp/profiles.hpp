@@ -8,14 +8,18 @@
 #include "types.hpp"
 
 #include <array>
-#include <optional>
 
 namespace kqutm::profiles {
 
-/* Without an id one is taken from the clock, for which the call may spin for about a second. */
-inline result<created<profile_id>> create(std::optional<profile_id> id = std::nullopt)
+inline result<created<profile_id>> create(profile_id id)
 {
-    return detail::checked_creation<profile_id>(utm_user_profile_create(detail::number_or_clock(id)));
+    return detail::checked_creation<profile_id>(utm_user_profile_create(id.number()));
+}
+
+/* With an identifier from the clock, for which the call may spin for about a second. */
+inline result<created<profile_id>> create()
+{
+    return detail::checked_creation<profile_id>(utm_user_profile_create(detail::from_clock));
 }
 
 inline result<done> remove(profile_id id)

@@ -108,11 +108,8 @@ template <class Id> result<created<Id>> checked_creation(int returned)
     return created<Id>{*id, registered.value_or(false)};
 }
 
-/* 0 where the library is to take an identifier from the clock. */
-template <class Id> int32_t number_or_clock(const std::optional<Id>& id)
-{
-    return id ? id->number() : 0;
-}
+/* In place of an identifier: the library is to take one from the clock. */
+inline constexpr int32_t from_clock = 0;
 
 } // namespace detail
 

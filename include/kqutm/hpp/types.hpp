@@ -7,11 +7,12 @@
 
 #include <array>
 #include <compare>
+#include <concepts>
 #include <cstdint>
-#include <limits>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace kqutm {
 
@@ -23,10 +24,10 @@ template <utm_id_kind kind_of_id> class identifier {
 public:
     static constexpr utm_id_kind kind = kind_of_id;
 
-    /* Nothing when the number is no identifier. */
-    static constexpr std::optional<identifier> of(int64_t number)
+    /* Nothing when the number is no identifier. One with a fraction is no argument, rather than cut to a whole one. */
+    template <std::integral Number> static constexpr std::optional<identifier> of(Number number)
     {
-        if (number < 1 || number > std::numeric_limits<int32_t>::max())
+        if (number < 1 || !std::in_range<int32_t>(number))
             return std::nullopt;
         return identifier(static_cast<int32_t>(number));
     }
@@ -44,7 +45,7 @@ using profile_id = identifier<UTM_ID_USER_PROFILE>;
 using cf_policy_id = identifier<UTM_ID_CF_POLICY>;
 using app_policy_id = identifier<UTM_ID_APP_POLICY>;
 
-/* The MAC address of a device: six bytes. */
+/* The MAC address of a device: any six bytes, also all zeros or all ones, which the operations pass on like others. */
 class mac_address {
 public:
     using bytes_type = std::array<uint8_t, 6>;
