@@ -22,6 +22,15 @@ KQUTM_CONF_OPTS = \
 ifeq ($(BR2_PACKAGE_KQUTM_UTMCTL),y)
 KQUTM_DEPENDENCIES += cli11 host-pkgconf json-for-modern-cpp util-linux
 KQUTM_CONF_OPTS += -DKQUTM_BUILD_TOOLS=ON
+
+# For programs that look into the registry before one of them writes: systemctl enable utm-registry.service
+# Buildroot enables each unit that no preset names.
+define KQUTM_INSTALL_INIT_SYSTEMD
+	$(INSTALL) -D -m 0644 $(@D)/packaging/systemd/utm-registry.service \
+		$(TARGET_DIR)/usr/lib/systemd/system/utm-registry.service
+	$(INSTALL) -d $(TARGET_DIR)/usr/lib/systemd/system-preset
+	echo "disable utm-registry.service" >$(TARGET_DIR)/usr/lib/systemd/system-preset/90-kqutm.preset
+endef
 else
 KQUTM_CONF_OPTS += -DKQUTM_BUILD_TOOLS=OFF
 endif
@@ -32,15 +41,5 @@ endef
 ifeq ($(BR2_PACKAGE_SYSTEMD),y)
 KQUTM_POST_INSTALL_TARGET_HOOKS += KQUTM_INSTALL_SETTINGS_FOR_TMP
 endif
-
-# For programs that look into the registry before one of them writes: systemctl enable utm-registry.service
-# Buildroot enables each unit that no preset names.
-define KQUTM_INSTALL_INIT_SYSTEMD
-	$(if $(BR2_PACKAGE_KQUTM_UTMCTL),
-		$(INSTALL) -D -m 0644 $(@D)/packaging/systemd/utm-registry.service \
-			$(TARGET_DIR)/usr/lib/systemd/system/utm-registry.service
-		$(INSTALL) -d $(TARGET_DIR)/usr/lib/systemd/system-preset
-		echo "disable utm-registry.service" >$(TARGET_DIR)/usr/lib/systemd/system-preset/90-kqutm.preset)
-endef
 
 $(eval $(cmake-package))
