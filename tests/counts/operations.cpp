@@ -26,7 +26,7 @@ void run_filter()
 namespace {
 
 // Name and call of an operation: the first two of its row. GIVES tells what it returns where the type does not.
-#define CALL(operation, ...) #operation, [] { return result_of([] { return operation(__VA_ARGS__); }); }
+#define CALL(operation, ...) #operation, CALL_OF(operation, __VA_ARGS__)
 #define GIVES(kind, operation) #operation, [] { return result_of([] { return operation(); }, &kind); }
 
 constexpr char dump_file[] = "/tmp/dump";

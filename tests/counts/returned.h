@@ -89,4 +89,7 @@ template <class Call> returned result_of(Call call, const value_kind* kind = nul
     }
 }
 
+// A call of the operation with these arguments, as a function.
+#define CALL_OF(operation, ...) [] { return counts::result_of([] { return operation(__VA_ARGS__); }); }
+
 } // namespace counts

@@ -117,53 +117,42 @@ std::vector<counts::operation> all_operations()
 {
     using counts::daemons;
     std::vector<counts::operation> all = counts::operations();
-    all.insert(all.end(),
-               {
-                   // The gateway looks at its own addresses for a device that the daemon does not know.
-                   {.name = "utm_devid_get_device_list_by_ip",
-                    .call = query_own_address,
-                    .answer = daemons::refuse,
-                    .prepare = [] { sim::bring_up_loopback({}); }},
-                   // From 1024 on the bitmap of select is taken from the heap.
-                   {.name = "send_utm_config_event", .call = send_debug, .prepare = [] { occupied.emplace(1024); }},
-                   {.name = "send_utm_config_event", .call = send_debug_in_vain, .prepare = put_up_a_deaf_daemon},
-                   {.name = "send_utm_config_event", .call = send_debug_in_vain, .prepare = block_sigpipe},
-                   {.name = "utm_log", .call = log_long_message},
-                   {.name = "utm_log", .call = log_message, .prepare = fill_log},
-                   {.name = "utm_cf_activate",
-                    .call = [] { return counts::result_of([] { return utm_cf_activate(); }); },
-                    .prepare = switch_filter_off},
-                   {.name = "__utm_cf_activate",
-                    .call = [] { return counts::result_of([] { return __utm_cf_activate(1); }); },
-                    .prepare = leave_a_command},
-                   {.name = "mapping_without_memory", .call = map_without_memory},
-                   {.name = "utm_user_profile_delete",
-                    .call = [] { return counts::result_of([] { return utm_user_profile_delete(7); }); },
-                    .prepare = register_two_profiles},
-                   {.name = "utm_user_profile_flush",
-                    .call = [] { return counts::result_of([] { return utm_user_profile_flush(); }); },
-                    .prepare = register_two_profiles},
-                   {.name = "utm_user_profile_cf_app_policy_reset",
-                    .call = [] { return counts::result_of([] { return utm_user_profile_cf_app_policy_reset(); }); },
-                    .prepare = run_filter_for_two_profiles},
-                   {.name = "dump_utm_profile_mapping",
-                    .call = [] { return counts::result_of([] { return dump_utm_profile_mapping(); }); },
-                    .prepare = register_two_profiles},
-                   {.name = "utm_ir_flush",
-                    .call = [] { return counts::result_of([] { return utm_ir_flush(1); }); },
-                    .prepare = [] { unlink("/tmp/utm_ir"); }},
-                   // A process without standard input gets descriptor 0, which some leave open.
-                   {.name = "descriptor_0_of_config", .call = send_debug, .prepare = close_stdin},
-                   {.name = "descriptor_0_of_page",
-                    .call = [] { return counts::result_of([] { return utm_cf_redirect_page("page"); }); },
-                    .prepare = close_stdin},
-                   {.name = "descriptor_0_of_ir",
-                    .call = [] { return counts::result_of([] { return utm_ir_flush(1); }); },
-                    .prepare = close_stdin},
-                   {.name = "descriptor_0_of_ips",
-                    .call = [] { return counts::result_of([] { return utm_ips_reset(); }); },
-                    .prepare = close_stdin},
-               });
+    all.insert(
+        all.end(),
+        {
+            // The gateway looks at its own addresses for a device that the daemon does not know.
+            {.name = "utm_devid_get_device_list_by_ip",
+             .call = query_own_address,
+             .answer = daemons::refuse,
+             .prepare = [] { sim::bring_up_loopback({}); }},
+            // From 1024 on the bitmap of select is taken from the heap.
+            {.name = "send_utm_config_event", .call = send_debug, .prepare = [] { occupied.emplace(1024); }},
+            {.name = "send_utm_config_event", .call = send_debug_in_vain, .prepare = put_up_a_deaf_daemon},
+            {.name = "send_utm_config_event", .call = send_debug_in_vain, .prepare = block_sigpipe},
+            {.name = "utm_log", .call = log_long_message},
+            {.name = "utm_log", .call = log_message, .prepare = fill_log},
+            {.name = "utm_cf_activate", .call = CALL_OF(utm_cf_activate), .prepare = switch_filter_off},
+            {.name = "__utm_cf_activate", .call = CALL_OF(__utm_cf_activate, 1), .prepare = leave_a_command},
+            {.name = "mapping_without_memory", .call = map_without_memory},
+            {.name = "utm_user_profile_delete",
+             .call = CALL_OF(utm_user_profile_delete, 7),
+             .prepare = register_two_profiles},
+            {.name = "utm_user_profile_flush",
+             .call = CALL_OF(utm_user_profile_flush),
+             .prepare = register_two_profiles},
+            {.name = "utm_user_profile_cf_app_policy_reset",
+             .call = CALL_OF(utm_user_profile_cf_app_policy_reset),
+             .prepare = run_filter_for_two_profiles},
+            {.name = "dump_utm_profile_mapping",
+             .call = CALL_OF(dump_utm_profile_mapping),
+             .prepare = register_two_profiles},
+            {.name = "utm_ir_flush", .call = CALL_OF(utm_ir_flush, 1), .prepare = [] { unlink("/tmp/utm_ir"); }},
+            // A process without standard input gets descriptor 0, which some leave open.
+            {.name = "descriptor_0_of_config", .call = send_debug, .prepare = close_stdin},
+            {.name = "descriptor_0_of_page", .call = CALL_OF(utm_cf_redirect_page, "page"), .prepare = close_stdin},
+            {.name = "descriptor_0_of_ir", .call = CALL_OF(utm_ir_flush, 1), .prepare = close_stdin},
+            {.name = "descriptor_0_of_ips", .call = CALL_OF(utm_ips_reset), .prepare = close_stdin},
+        });
     return all;
 }
 
